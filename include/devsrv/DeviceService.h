@@ -1,0 +1,206 @@
+/* SPDX-License-Identifier: MIT */
+#ifndef DEVSRV_DEVICESERVICE_H
+#define DEVSRV_DEVICESERVICE_H
+
+/*
+ * The device-service library, libsdk.so.1: all contact with the data card, as plain C.
+ *
+ * Every function returns 0 for success and any other value for failure; what the other values say
+ * is the service's affair. Outputs of a failed call are not to be read. Memory belongs to the
+ * caller. Texts are 8-bit and end in a NUL within the size that is given. The functions may be
+ * called from any thread; they block until the card has answered.
+ *
+ * Callbacks come on whatever thread the service uses, also on the thread of a call that is still
+ * running. When a withdrawal returns, the callback neither runs nor will run again, except for
+ * the run that the withdrawal was called from. A callback that is registered on a channel several
+ * times is called once for each event and gone after one withdrawal.
+ */
+
+#include <assert.h>
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define ZEPA_API
+#else
+#define ZEPA_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Device events ------------------------------------------------------------------------- */
+
+/*
+ * The name of 6014 is the service's own. The others have no published name: what our service
+ * means by them is said here, what a listener does on them is the listener's affair.
+ */
+enum {
+    DEVSRV_EVENT_CARD_CHANGED = 6002,         /* a card was inserted or removed */
+    ZEPA_EVENT_DEV_DEVICE_INIT_FINISH = 6014, /* a card is ready; ask for the device status */
+    DEVSRV_EVENT_SIM_CHANGED = 6016,          /* the SIM or its lock changed */
+    DEVSRV_EVENT_DEVICE_REMOVED = 6601,       /* the card was removed */
+    DEVSRV_EVENT_DEVICE_ENABLED = 6602,       /* the card's radio was switched on */
+    DEVSRV_EVENT_DEVICE_LOST = 6603,          /* the card no longer answers */
+    DEVSRV_EVENT_NETWORK_CHANGED = 6614       /* registration, technology, operator or cell */
+};
+
+/* The device status that says that the card is ready for use. */
+enum { DEVSRV_STATUS_READY = 3 };
+
+/* `data` belongs to the service. Returns 1 if the event was handled, else 0. */
+typedef int (*ZEPA_DevEventCallback)(int event, void *data);
+
+/* The device-manager channel: every event but ZEPA_EVENT_DEV_DEVICE_INIT_FINISH. */
+ZEPA_API int32_t ZEPA_DevSrv_RegisterDevMgrCallback(ZEPA_DevEventCallback callback);
+ZEPA_API int32_t ZEPA_DevSrv_UnRegisterDevMgrCallback(ZEPA_DevEventCallback callback);
+
+/* The init-event channel: ZEPA_EVENT_DEV_DEVICE_INIT_FINISH alone. */
+ZEPA_API int32_t ZEPA_DevSrv_RegisterDevInitEventCallback(ZEPA_DevEventCallback callback);
+ZEPA_API int32_t ZEPA_DevSrv_UnRegisterDevInitEventCallback(ZEPA_DevEventCallback callback);
+
+/* ---- Device -------------------------------------------------------------------------------- */
+
+/* The size in bytes, closing NUL included, of the buffers for IMEI, IMSI, serial number, model. */
+enum { ZEPA_TEXT_SIZE = 24 };
+
+typedef struct FirmwareVersionRecord
+{
+    char firmware[40];
+    char hardware[40];
+} FirmwareVersionRecord;
+static_assert(sizeof(FirmwareVersionRecord) == 80, "layout of the service");
+static_assert(offsetof(FirmwareVersionRecord, hardware) == 40, "layout of the service");
+
+typedef struct EsnRecord
+{
+    char esn[32];
+    char meid[32];
+} EsnRecord;
+static_assert(sizeof(EsnRecord) == 64, "layout of the service");
+static_assert(offsetof(EsnRecord, meid) == 32, "layout of the service");
+
+/* One entry of the SIM's own-number phonebook. */
+typedef struct UserNumItem
+{
+    char reserved[260];
+    char number[128];
+} UserNumItem;
+static_assert(sizeof(UserNumItem) == 388, "layout of the service");
+static_assert(offsetof(UserNumItem, number) == 260, "layout of the service");
+
+enum { ZEPA_PRODUCT_TYPE_WCDMA = 0, ZEPA_PRODUCT_TYPE_CDMA = 1, ZEPA_PRODUCT_TYPE_TD_SCDMA = 2 };
+
+ZEPA_API int32_t ZEPA_DevSrv_GetDevStatus(int32_t *status);
+
+/* Each into a buffer of ZEPA_TEXT_SIZE bytes. */
+ZEPA_API int32_t ZEPA_DevSrv_GetImeiInfo(char *imei);
+ZEPA_API int32_t ZEPA_DevSrv_GetImsiInfo(char *imsi);
+ZEPA_API int32_t ZEPA_DevSrv_GetSN(char *serialNumber);
+ZEPA_API int32_t ZEPA_DevSrv_GetDeviceName(char *model);
+
+ZEPA_API int32_t ZEPA_DevSrv_GetESN(EsnRecord *record);
+ZEPA_API int32_t ZEPA_DevSrv_GetFirmwareVersion(FirmwareVersionRecord *record);
+
+/* One of ZEPA_PRODUCT_TYPE_...; other numbers are families that this header does not know. */
+ZEPA_API int32_t ZEPA_DevSrv_GetProductType(int32_t *productType);
+
+/*
+ * The own-number phonebook: `index` is the entry to read, `count` the number of entries. `first`,
+ * `fourth` and `fifth` are the service's own; ours writes 0.
+ */
+ZEPA_API int32_t ZEPA_DevSrv_GetUserNumMemAbility(int32_t *first, int32_t *index, int32_t *count,
+                                                  int32_t *fourth, int32_t *fifth);
+ZEPA_API int32_t ZEPA_DevSrv_ReadUserNumItem(int32_t index, UserNumItem *item);
+
+/*
+ * The SIM-lock state, 0 for not locked. `second` and `third` are the service's own; ours writes 0.
+ */
+ZEPA_API int32_t ZEPA_DevSrv_GetCardLockStatus(uint8_t *state, uint8_t *second, int32_t *third);
+
+/* ---- Network ------------------------------------------------------------------------------- */
+
+typedef struct RegStateRecord
+{
+    int32_t reportMode; /* as in AT+CREG: 2 reports location changes */
+    int32_t state;      /* as in AT+CREG: 1 registered at home, 5 roaming */
+    char lac[16];       /* location area code; tracking area code on LTE */
+    char cellId[24];
+} RegStateRecord;
+static_assert(sizeof(RegStateRecord) == 48, "layout of the service");
+static_assert(offsetof(RegStateRecord, lac) == 8, "layout of the service");
+static_assert(offsetof(RegStateRecord, cellId) == 24, "layout of the service");
+
+typedef struct SysInfoRecord
+{
+    int32_t reserved0;
+    int32_t sysMode;
+    int32_t reserved8[3];
+    int32_t subMode;
+    int32_t reserved24;
+    char reserved28[64];
+    char reserved92[64];
+} SysInfoRecord;
+static_assert(sizeof(SysInfoRecord) == 156, "layout of the service");
+static_assert(offsetof(SysInfoRecord, sysMode) == 4, "layout of the service");
+static_assert(offsetof(SysInfoRecord, subMode) == 20, "layout of the service");
+
+/* The size in bytes, closing NUL included, of the buffer for the PLMN. */
+enum { ZEPA_PLMN_SIZE = 8 };
+
+/* Circuit-switched registration, and the report mode that goes with it. */
+ZEPA_API int32_t ZEPA_NetSrv_GetCSRegState(RegStateRecord *record);
+ZEPA_API int32_t ZEPA_NetSrv_SetCSRegReport(int32_t reportMode);
+
+/* Packet-switched registration. */
+ZEPA_API int32_t ZEPA_NetSrv_GetPSRegState(RegStateRecord *record);
+ZEPA_API int32_t ZEPA_NetSrv_SetPSRegReport(int32_t reportMode);
+
+/* MCC and MNC as digits into `plmn`, ZEPA_PLMN_SIZE bytes. Ours writes 0 to `selection`. */
+ZEPA_API int32_t ZEPA_NetSrv_GetCurPlmn(int32_t *selection, char *plmn);
+
+/* System mode and sub-mode; a caller zeroes the record first. */
+ZEPA_API int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record);
+
+/* ---- SMS ----------------------------------------------------------------------------------- */
+
+/*
+ * Makes a message of two NUL-terminated UTF-16 texts. `*handle` is to be given back with
+ * ZEPA_SMSSrv_ReleaseSMSRecord whenever it is not null afterwards, also after a failure.
+ */
+ZEPA_API int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number,
+                                             const uint16_t *text);
+ZEPA_API int32_t ZEPA_SMSSrv_SendMsg(void *handle);
+
+/* Frees the message and sets `*handle` to null. */
+ZEPA_API int32_t ZEPA_SMSSrv_ReleaseSMSRecord(void **handle);
+
+/* Whether delivery receipts are asked for from now on. */
+ZEPA_API int32_t ZEPA_SMSSrv_SetSMSReceiptNotify(bool enable);
+
+/* ---- AT command channel -------------------------------------------------------------------- */
+
+/*
+ * One piece of what the card answered: `data` is NUL-terminated text of `length` bytes that lives
+ * for the length of the call. Returns 0 if the piece ends the query, else 1; our service passes
+ * the pieces that follow in either case.
+ */
+typedef int (*ZEPA_DataRevCallback)(void *data, int length);
+
+ZEPA_API int32_t ZEPA_RegDataRevCallBack(ZEPA_DataRevCallback callback);
+ZEPA_API int32_t ZEPA_UnRegDataRevCallBack(ZEPA_DataRevCallback callback);
+
+/*
+ * Sends `length` bytes to the card. The answer comes through the registered callbacks, before this
+ * call or the ZEPA_EndExuceATCmd that follows returns.
+ */
+ZEPA_API int32_t ZEPA_ExuceATCmd(const char *command, int32_t length);
+ZEPA_API int32_t ZEPA_EndExuceATCmd(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,117 @@
+/* SPDX-License-Identifier: MIT */
+#ifndef DEVSRV_DEVICESERVICECONTROL_H
+#define DEVSRV_DEVICESERVICECONTROL_H
+
+/*
+ * How a host steers our own device service. A maker's library has no such thing: a host resolves
+ * DevSrv_GetControl at run time and does without where it is missing.
+ *
+ * All texts are UTF-8 unless said otherwise. The functions may be called from any thread but, start
+ * and stop excepted, also from inside a callback. Those that return a number return 0 for success
+ * and anything else for failure; lastError() then says in one sentence what was wrong, where, and
+ * what to do. Texts that are returned stay valid until the same function is called again on the
+ * same thread.
+ */
+
+#include "DeviceService.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A bit each: what a call does besides, or instead of, answering as it should. */
+enum DevSrvFaultFlags {
+    DEVSRV_FAULT_WRITE_OUTPUTS = 1, /* fill the outputs although the result is a failure */
+    DEVSRV_FAULT_NO_TERMINATOR = 2, /* fill every text to the end of its buffer, without a NUL */
+    DEVSRV_FAULT_OTHER_THREAD = 4,  /* raise `event` on a thread of its own, which runs on */
+    DEVSRV_FAULT_REMOVE_CARD = 8    /* take the card out before the call is answered */
+};
+
+/* What one function of the service is to do wrong. All zero: nothing. */
+typedef struct DevSrvFault
+{
+    int32_t result;  /* what the call returns; 0: what the card gives */
+    int32_t delayMs; /* how long the call takes, in milliseconds */
+    int32_t event;   /* an event that is raised in the middle of the call; 0: none */
+    uint32_t flags;  /* DevSrvFaultFlags */
+} DevSrvFault;
+
+/* How the emulated card hands over the answer to an AT command. */
+enum DevSrvAnswerMode {
+    DEVSRV_ANSWER_AT_ONCE = 0,      /* in one piece, on the caller's thread */
+    DEVSRV_ANSWER_OTHER_THREAD = 1, /* bit: on another thread */
+    DEVSRV_ANSWER_IN_PIECES = 2,    /* bit: a piece for each line */
+    DEVSRV_ANSWER_BEFORE_END = 4    /* bit: not before ZEPA_EndExuceATCmd has been called */
+};
+
+typedef struct DeviceServiceControl
+{
+    /* The size of this table in the library. Members are only ever added at the end. */
+    size_t size;
+
+    /*
+     * Starts the service on a backend: "emulated" (a card is chosen by loadCard), "modemmanager"
+     * (the first modem) or "modemmanager:IMEI". Without it the first call of any function of the
+     * service starts "emulated" with the card "lte". Replaces a backend that runs; registered
+     * callbacks stay.
+     */
+    int32_t (*start)(const char *backend);
+
+    /* Ends the backend. The next call of the service starts the default one. */
+    void (*stop)(void);
+
+    /* The last failure on this thread; "" if there was none. */
+    const char *(*lastError)(void);
+
+    /* How many callbacks are registered on all channels. */
+    int32_t (*callbackCount)(void);
+
+    /* ---- The emulated card: each of these fails on another backend ---- */
+
+    /* The cards that the library brings along: name and one line of description; null at the end.
+     */
+    const char *(*shippedCard)(int32_t index, const char **description);
+
+    /* The fields of a card description: "Section/Name", its kind; null at the end. */
+    const char *(*cardField)(int32_t index, const char **kind);
+
+    /* Takes a shipped card by its name, or a description by its file. Raises no event. */
+    int32_t (*loadCard)(const char *nameOrFile);
+
+    /* Puts the loaded card in, or takes it out, and raises the events that go with it. */
+    int32_t (*insert)(void);
+    int32_t (*remove)(void);
+
+    /*
+     * Changes one field of the card and raises the event that goes with it. The field is written
+     * as in a card description, with its section, or by its name alone where that is unique.
+     */
+    int32_t (*setField)(const char *field, const char *value);
+
+    /* Raises any event on this thread, on the channel that it belongs to. */
+    int32_t (*raiseEvent)(int32_t event);
+
+    /* Sets what a function, named as in DeviceService.h, does wrong from now on; null: nothing. */
+    int32_t (*setFault)(const char *function, const DevSrvFault *fault);
+
+    /* DevSrvAnswerMode, bits together. */
+    int32_t (*setAnswerMode)(int32_t mode);
+
+    /*
+     * The calls since the last clearJournal(), a line each as "Name(arguments)", in the order in
+     * which they came. Texts are Latin-1 with C escapes. A sent message is the line
+     * "SMS number text receipt=0|1". Keeps the last 100,000 lines.
+     */
+    const char *(*journal)(void);
+    void (*clearJournal)(void);
+} DeviceServiceControl;
+
+/* The one table. Static storage. */
+ZEPA_API const DeviceServiceControl *DevSrv_GetControl(void);
+typedef const DeviceServiceControl *(*DevSrvGetControlFunction)(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: MIT
+#include "CardDescription.h"
+
+#include "FunctionNames.h"
+
+#include <QFileInfo>
+#include <QSettings>
+#include <QStringList>
+
+#include <limits>
+
+namespace devsrv {
+
+namespace {
+
+constexpr std::int32_t kMinimum = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMaximum = std::numeric_limits<std::int32_t>::max();
+
+// The longest text that leaves room for the closing NUL in the buffer or record it goes to.
+constexpr std::int32_t longestIn(std::size_t size)
+{
+    return static_cast<std::int32_t>(size) - 1;
+}
+constexpr std::int32_t kShortText = longestIn(ZEPA_TEXT_SIZE);
+constexpr std::int32_t kEsn = longestIn(sizeof(EsnRecord::esn));
+constexpr std::int32_t kVersion = longestIn(sizeof(FirmwareVersionRecord::firmware));
+constexpr std::int32_t kNumber = longestIn(sizeof(UserNumItem::number));
+constexpr std::int32_t kLac = longestIn(sizeof(RegStateRecord::lac));
+constexpr std::int32_t kCellId = longestIn(sizeof(RegStateRecord::cellId));
+constexpr std::int32_t kPlmn = longestIn(ZEPA_PLMN_SIZE);
+
+constexpr std::int32_t kCard = DEVSRV_EVENT_CARD_CHANGED;
+constexpr std::int32_t kSim = DEVSRV_EVENT_SIM_CHANGED;
+constexpr std::int32_t kNet = DEVSRV_EVENT_NETWORK_CHANGED;
+
+using Card = CardDescription;
+using Ref = CardField::Reference;
+
+constexpr CardField kFields[] = {
+    {"Card/Present", 0, 1, kCard, [](Card &c) -> Ref { return &c.present; }},
+    {"Card/Status", kMinimum, kMaximum, kCard, [](Card &c) -> Ref { return &c.status; }},
+    {"Card/ProductType", kMinimum, kMaximum, kCard, [](Card &c) -> Ref { return &c.productType; }},
+    {"Identity/IMEI", 0, kShortText, kCard, [](Card &c) -> Ref { return &c.imei; }},
+    {"Identity/IMSI", 0, kShortText, kSim, [](Card &c) -> Ref { return &c.imsi; }},
+    {"Identity/SN", 0, kShortText, kCard, [](Card &c) -> Ref { return &c.serialNumber; }},
+    {"Identity/Model", 0, kShortText, kCard, [](Card &c) -> Ref { return &c.model; }},
+    {"Identity/ESN", 0, kEsn, kCard, [](Card &c) -> Ref { return &c.cdma.esn; }},
+    {"Identity/MEID", 0, kEsn, kCard, [](Card &c) -> Ref { return &c.cdma.meid; }},
+    {"Versions/Firmware", 0, kVersion, kCard, [](Card &c) -> Ref { return &c.versions.firmware; }},
+    {"Versions/Hardware", 0, kVersion, kCard, [](Card &c) -> Ref { return &c.versions.hardware; }},
+    {"Phonebook/Index", kMinimum, kMaximum, kSim,
+     [](Card &c) -> Ref { return &c.numberMemory.index; }},
+    {"Phonebook/Count", kMinimum, kMaximum, kSim,
+     [](Card &c) -> Ref { return &c.numberMemory.count; }},
+    {"Phonebook/Number", 0, kNumber, kSim, [](Card &c) -> Ref { return &c.ownNumber; }},
+    {"Lock/State", 0, 255, kSim, [](Card &c) -> Ref { return &c.lockState; }},
+    {"CS/ReportMode", kMinimum, kMaximum, kNet,
+     [](Card &c) -> Ref { return &c.circuitSwitched.reportMode; }},
+    {"CS/State", kMinimum, kMaximum, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.state; }},
+    {"CS/LAC", 0, kLac, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.lac; }},
+    {"CS/CellID", 0, kCellId, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.cellId; }},
+    {"PS/ReportMode", kMinimum, kMaximum, kNet,
+     [](Card &c) -> Ref { return &c.packetSwitched.reportMode; }},
+    {"PS/State", kMinimum, kMaximum, kNet, [](Card &c) -> Ref { return &c.packetSwitched.state; }},
+    {"PS/LAC", 0, kLac, kNet, [](Card &c) -> Ref { return &c.packetSwitched.lac; }},
+    {"PS/CellID", 0, kCellId, kNet, [](Card &c) -> Ref { return &c.packetSwitched.cellId; }},
+    {"Network/PLMN", 0, kPlmn, kNet, [](Card &c) -> Ref { return &c.plmn; }},
+    {"Network/SystemMode", kMinimum, kMaximum, kNet,
+     [](Card &c) -> Ref { return &c.systemInfo.mode; }},
+    {"Network/SubMode", kMinimum, kMaximum, kNet,
+     [](Card &c) -> Ref { return &c.systemInfo.subMode; }},
+};
+
+constexpr ShippedCard kShippedCards[] = {
+    {"lte", "LTE card, registered, one own number, SIM not locked"},
+    {"hspa", "HSPA+ card of the WCDMA family, registered on a UMTS cell"},
+    {"cdma", "CDMA 1x/EV-DO card with ESN and MEID"},
+    {"td-scdma", "TD-SCDMA card"},
+    {"locked", "LTE card whose SIM is locked: no IMSI, no network"},
+    {"none", "no card is inserted"},
+};
+
+QString toNumber(const QString &value, std::int32_t least, std::int32_t most, std::int32_t &number)
+{
+    bool ok = false;
+    const qlonglong read = value.trimmed().toLongLong(&ok);
+    if (!ok || read < least || read > most) {
+        return QStringLiteral("\"%1\" is not a whole number from %2 to %3")
+            .arg(value)
+            .arg(least)
+            .arg(most);
+    }
+    number = static_cast<std::int32_t>(read);
+    return {};
+}
+
+QString toText(const QString &value, std::int32_t most, std::string &text)
+{
+    const QByteArray bytes = value.toLatin1();
+    if (QString::fromLatin1(bytes) != value)
+        return QStringLiteral("\"%1\" has characters outside Latin-1").arg(value);
+    if (bytes.contains('\0'))
+        return QStringLiteral("the value has a NUL character");
+    if (bytes.size() > most) {
+        return QStringLiteral("\"%1\" has %2 characters, at most %3 fit")
+            .arg(value)
+            .arg(bytes.size())
+            .arg(most);
+    }
+    text = bytes.toStdString();
+    return {};
+}
+
+QString toFlag(const QString &value, bool &flag)
+{
+    const QString word = value.trimmed().toLower();
+    flag = word == QLatin1String("true");
+    if (flag || word == QLatin1String("false"))
+        return {};
+    return QStringLiteral("\"%1\" is neither true nor false").arg(value);
+}
+
+// The three sections whose keys are not fields.
+QString setFree(CardDescription &card, const QString &section, const QString &name,
+                const QString &value)
+{
+    if (section == QLatin1String("AT"))
+        return toText(value, kMaximum, card.atAnswers[name.toStdString()]);
+    const std::string function = name.toStdString();
+    if (!isFunctionName(function))
+        return QStringLiteral("the device service has no function of that name");
+    if (section == QLatin1String("Results"))
+        return toNumber(value, kMinimum, kMaximum, card.results[function]);
+    return toNumber(value, 0, 3'600'000, card.delaysMs[function]);
+}
+
+QString setByKey(CardDescription &card, const QString &key, const QVariant &value)
+{
+    if (value.metaType() == QMetaType::fromType<QStringList>())
+        return QStringLiteral("the value has a comma; put it in double quotes");
+    const QString section = key.section(QLatin1Char('/'), 0, 0);
+    static const QStringList freeSections{QStringLiteral("AT"), QStringLiteral("Results"),
+                                          QStringLiteral("Delays")};
+    if (freeSections.contains(section))
+        return setFree(card, section, key.section(QLatin1Char('/'), 1), value.toString());
+    for (const CardField &field : kFields) {
+        if (key == QLatin1String(field.key))
+            return setField(card, field, value.toString());
+    }
+    return QStringLiteral("there is no such field; \"kestrun cards --fields\" lists them");
+}
+
+QString whyUnreadable(const QString &file)
+{
+    const QFileInfo info(file);
+    if (!info.exists()) {
+        QStringList names;
+        for (const ShippedCard &card : kShippedCards)
+            names << QLatin1String(card.name);
+        return QStringLiteral("there is neither a shipped card nor a file of that name; the "
+                              "shipped cards are %1")
+            .arg(names.join(QStringLiteral(", ")));
+    }
+    if (!info.isFile())
+        return QStringLiteral("it is not a file; name a card file");
+    if (!info.isReadable())
+        return QStringLiteral("there is no right to read it; grant it, or copy the file");
+    return {};
+}
+
+QString resourceOf(const QString &nameOrFile)
+{
+    for (const ShippedCard &card : kShippedCards) {
+        if (nameOrFile == QLatin1String(card.name))
+            return QStringLiteral(":/cards/%1.ini").arg(nameOrFile);
+    }
+    return {};
+}
+
+} // namespace
+
+std::span<const CardField> cardFields()
+{
+    return kFields;
+}
+
+std::span<const ShippedCard> shippedCards()
+{
+    return kShippedCards;
+}
+
+QString setField(CardDescription &card, const CardField &field, const QString &value)
+{
+    const CardField::Reference reference = field.in(card);
+    if (auto *const *text = std::get_if<std::string *>(&reference))
+        return toText(value, field.most, **text);
+    if (auto *const *number = std::get_if<std::int32_t *>(&reference))
+        return toNumber(value, field.least, field.most, **number);
+    return toFlag(value, **std::get_if<bool *>(&reference));
+}
+
+const CardField *findField(const QString &key)
+{
+    const CardField *found = nullptr;
+    for (const CardField &field : kFields) {
+        const QString fieldKey = QLatin1String(field.key);
+        if (fieldKey == key)
+            return &field;
+        if (fieldKey.section(QLatin1Char('/'), 1) == key) {
+            if (found)
+                return nullptr;
+            found = &field;
+        }
+    }
+    return found;
+}
+
+std::optional<CardDescription> readCard(const QString &nameOrFile, QString &error)
+{
+    const QString resource = resourceOf(nameOrFile);
+    const QString file = resource.isEmpty() ? nameOrFile : resource;
+    const auto fail = [&](const QString &what) {
+        error = QStringLiteral("card \"%1\": %2").arg(nameOrFile, what);
+        return std::nullopt;
+    };
+    if (const QString why = whyUnreadable(file); !why.isEmpty())
+        return fail(why);
+
+    const QSettings settings(file, QSettings::IniFormat);
+    const QStringList keys = settings.allKeys();
+    if (settings.status() != QSettings::NoError)
+        return fail(QStringLiteral("it is not an INI file (lines \"[Section]\" and "
+                                   "\"Name=value\"); see the shipped cards for examples"));
+    if (keys.isEmpty())
+        return fail(QStringLiteral("it describes nothing; see the shipped cards for examples"));
+
+    CardDescription card;
+    for (const QString &key : keys) {
+        if (const QString wrong = setByKey(card, key, settings.value(key)); !wrong.isEmpty())
+            return fail(QStringLiteral("field \"%1\": %2").arg(key, wrong));
+    }
+    return card;
+}
+
+} // namespace devsrv

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "CardBackend.h"
+
+#include <QString>
+
+#include <map>
+#include <span>
+#include <variant>
+
+namespace devsrv {
+
+/// All that an emulated card answers, as a card file describes it.
+struct CardDescription
+{
+    bool present = true;
+    std::int32_t status = DEVSRV_STATUS_READY;
+    std::string imei;
+    std::string imsi;
+    std::string serialNumber;
+    std::string model;
+    CdmaIdentity cdma;
+    Versions versions;
+    std::int32_t productType = ZEPA_PRODUCT_TYPE_WCDMA;
+    NumberMemory numberMemory;
+    std::string ownNumber;
+    std::int32_t lockState = 0;
+    Registration circuitSwitched;
+    Registration packetSwitched;
+    std::string plmn;
+    SystemInfo systemInfo;
+    std::map<std::string, std::string> atAnswers; ///< by command, without the carriage return
+    std::map<std::string, std::int32_t> results;  ///< by function name
+    std::map<std::string, std::int32_t> delaysMs; ///< by function name
+};
+
+/// One field of a card file: where it stands, what it may hold, which event its change raises.
+struct CardField
+{
+    using Reference = std::variant<bool *, std::int32_t *, std::string *>;
+
+    const char *key;    ///< "Section/Name"
+    std::int32_t least; ///< the smallest number; of no meaning for text
+    std::int32_t most;  ///< the largest number, or the longest text in bytes
+    std::int32_t event; ///< what a change raises
+    Reference (*in)(CardDescription &card);
+};
+
+std::span<const CardField> cardFields();
+
+/// Sets one field from its text. Returns "" or what is wrong with `value`.
+QString setField(CardDescription &card, const CardField &field, const QString &value);
+
+/// The field of that key; the section may be left out where the name is unique. Null if there is
+/// none.
+const CardField *findField(const QString &key);
+
+struct ShippedCard
+{
+    const char *name;
+    const char *description;
+};
+
+std::span<const ShippedCard> shippedCards();
+
+/// Reads a shipped card by its name, or a card file (UTF-8 INI, see the README). Gives nothing and
+/// one sentence in `error` that says what is wrong, where, and what to do.
+std::optional<CardDescription> readCard(const QString &nameOrFile, QString &error);
+
+} // namespace devsrv

@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: MIT
+
+// The C boundary, once for all backends: names and arguments of a call go to the backend, its
+// answer into the caller's memory.
+
+#include "DeviceService.h"
+
+#include "Service.h"
+#include "TextForm.h"
+
+#include <algorithm>
+#include <cstring>
+
+using namespace devsrv;
+
+namespace {
+
+constexpr std::int32_t kSuccess = 0;
+constexpr std::int32_t kFailure = -1;
+
+// Copies text into the caller's buffer: cut to its size, with a closing NUL.
+class TextWriter
+{
+public:
+    explicit TextWriter(bool noTerminator) : m_noTerminator(noTerminator) {}
+
+    void operator()(char *buffer, std::size_t size, const std::string &text) const
+    {
+        std::size_t length = std::min(text.size(), size - 1);
+        std::memcpy(buffer, text.data(), length);
+        if (m_noTerminator) {
+            std::memset(buffer + length, 'x', size - length);
+            return;
+        }
+        buffer[length] = '\0';
+    }
+
+    template <std::size_t Size>
+    void operator()(char (&buffer)[Size], const std::string &text) const
+    {
+        (*this)(buffer, Size, text);
+    }
+
+private:
+    bool m_noTerminator;
+};
+
+// One call that gives something: `query` asks the backend, `write` stores what it gave.
+template <typename Query, typename Write>
+std::int32_t ask(const char *function, const std::string &arguments, Query query, Write write)
+{
+    const auto backend = Service::instance().backend();
+    const CallOutcome outcome = backend->enter(function, arguments);
+    if (outcome.result != kSuccess && !outcome.writeOutputs)
+        return outcome.result;
+    const auto value = query(*backend);
+    if (value)
+        write(*value, TextWriter(outcome.noTerminator));
+    if (outcome.result != kSuccess)
+        return outcome.result;
+    return value ? kSuccess : kFailure;
+}
+
+// One call that only does something.
+template <typename Action>
+std::int32_t act(const char *function, const std::string &arguments, Action action)
+{
+    const auto backend = Service::instance().backend();
+    const CallOutcome outcome = backend->enter(function, arguments);
+    if (outcome.result != kSuccess)
+        return outcome.result;
+    return action(*backend) ? kSuccess : kFailure;
+}
+
+using TextQuery = std::optional<std::string> (CardBackend::*)();
+
+std::int32_t askText(const char *function, TextQuery query, char *buffer)
+{
+    return ask(function, {}, std::mem_fn(query), [=](const std::string &text, TextWriter write) {
+        write(buffer, ZEPA_TEXT_SIZE, text);
+    });
+}
+
+std::int32_t askNumber(const char *function, std::optional<std::int32_t> (CardBackend::*query)(),
+                       std::int32_t *number)
+{
+    return ask(function, {}, std::mem_fn(query),
+               [=](std::int32_t value, TextWriter) { *number = value; });
+}
+
+std::int32_t askRegistration(const char *function, Domain domain, RegStateRecord *record)
+{
+    return ask(
+        function, {}, [=](CardBackend &backend) { return backend.registration(domain); },
+        [=](const Registration &registration, TextWriter write) {
+            record->reportMode = registration.reportMode;
+            record->state = registration.state;
+            write(record->lac, registration.lac);
+            write(record->cellId, registration.cellId);
+        });
+}
+
+std::int32_t setReportMode(const char *function, Domain domain, std::int32_t mode)
+{
+    return act(function, std::to_string(mode),
+               [=](CardBackend &backend) { return backend.setReportMode(domain, mode); });
+}
+
+template <typename Callback>
+std::int32_t add(const char *function, CallbackChannel<Callback> &channel, Callback callback)
+{
+    return act(function, {}, [&](CardBackend &) {
+        if (callback)
+            channel.add(callback);
+        return callback != nullptr;
+    });
+}
+
+template <typename Callback>
+std::int32_t withdraw(const char *function, CallbackChannel<Callback> &channel, Callback callback)
+{
+    return act(function, {}, [&](CardBackend &) { return channel.remove(callback); });
+}
+
+std::u16string toText(const std::uint16_t *units)
+{
+    std::u16string text;
+    for (; *units != 0; ++units)
+        text += static_cast<char16_t>(*units);
+    return text;
+}
+
+} // namespace
+
+int32_t ZEPA_DevSrv_RegisterDevMgrCallback(ZEPA_DevEventCallback callback)
+{
+    return add(__func__, Service::instance().deviceManager, callback);
+}
+
+int32_t ZEPA_DevSrv_UnRegisterDevMgrCallback(ZEPA_DevEventCallback callback)
+{
+    return withdraw(__func__, Service::instance().deviceManager, callback);
+}
+
+int32_t ZEPA_DevSrv_RegisterDevInitEventCallback(ZEPA_DevEventCallback callback)
+{
+    return add(__func__, Service::instance().deviceInit, callback);
+}
+
+int32_t ZEPA_DevSrv_UnRegisterDevInitEventCallback(ZEPA_DevEventCallback callback)
+{
+    return withdraw(__func__, Service::instance().deviceInit, callback);
+}
+
+int32_t ZEPA_DevSrv_GetDevStatus(int32_t *status)
+{
+    return askNumber(__func__, &CardBackend::status, status);
+}
+
+int32_t ZEPA_DevSrv_GetImeiInfo(char *imei)
+{
+    return askText(__func__, &CardBackend::imei, imei);
+}
+
+int32_t ZEPA_DevSrv_GetImsiInfo(char *imsi)
+{
+    return askText(__func__, &CardBackend::imsi, imsi);
+}
+
+int32_t ZEPA_DevSrv_GetSN(char *serialNumber)
+{
+    return askText(__func__, &CardBackend::serialNumber, serialNumber);
+}
+
+int32_t ZEPA_DevSrv_GetDeviceName(char *model)
+{
+    return askText(__func__, &CardBackend::model, model);
+}
+
+int32_t ZEPA_DevSrv_GetESN(EsnRecord *record)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::cdmaIdentity),
+               [=](const CdmaIdentity &identity, TextWriter write) {
+                   write(record->esn, identity.esn);
+                   write(record->meid, identity.meid);
+               });
+}
+
+int32_t ZEPA_DevSrv_GetFirmwareVersion(FirmwareVersionRecord *record)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::versions),
+               [=](const Versions &versions, TextWriter write) {
+                   write(record->firmware, versions.firmware);
+                   write(record->hardware, versions.hardware);
+               });
+}
+
+int32_t ZEPA_DevSrv_GetProductType(int32_t *productType)
+{
+    return askNumber(__func__, &CardBackend::productType, productType);
+}
+
+int32_t ZEPA_DevSrv_GetUserNumMemAbility(int32_t *first, int32_t *index, int32_t *count,
+                                         int32_t *fourth, int32_t *fifth)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::numberMemory),
+               [=](const NumberMemory &memory, TextWriter) {
+                   *index = memory.index;
+                   *count = memory.count;
+                   *first = *fourth = *fifth = 0;
+               });
+}
+
+int32_t ZEPA_DevSrv_ReadUserNumItem(int32_t index, UserNumItem *item)
+{
+    return ask(
+        __func__, std::to_string(index),
+        [=](CardBackend &backend) { return backend.ownNumber(index); },
+        [=](const std::string &number, TextWriter write) { write(item->number, number); });
+}
+
+int32_t ZEPA_DevSrv_GetCardLockStatus(uint8_t *state, uint8_t *second, int32_t *third)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::lockState),
+               [=](std::uint8_t lockState, TextWriter) {
+                   *state = lockState;
+                   *second = 0;
+                   *third = 0;
+               });
+}
+
+int32_t ZEPA_NetSrv_GetCSRegState(RegStateRecord *record)
+{
+    return askRegistration(__func__, Domain::CircuitSwitched, record);
+}
+
+int32_t ZEPA_NetSrv_SetCSRegReport(int32_t reportMode)
+{
+    return setReportMode(__func__, Domain::CircuitSwitched, reportMode);
+}
+
+int32_t ZEPA_NetSrv_GetPSRegState(RegStateRecord *record)
+{
+    return askRegistration(__func__, Domain::PacketSwitched, record);
+}
+
+int32_t ZEPA_NetSrv_SetPSRegReport(int32_t reportMode)
+{
+    return setReportMode(__func__, Domain::PacketSwitched, reportMode);
+}
+
+int32_t ZEPA_NetSrv_GetCurPlmn(int32_t *selection, char *plmn)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::plmn),
+               [=](const std::string &text, TextWriter write) {
+                   *selection = 0;
+                   write(plmn, ZEPA_PLMN_SIZE, text);
+               });
+}
+
+int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
+{
+    return ask(__func__, {}, std::mem_fn(&CardBackend::systemInfo),
+               [=](const SystemInfo &info, TextWriter) {
+                   record->sysMode = info.mode;
+                   record->subMode = info.subMode;
+               });
+}
+
+int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const uint16_t *text)
+{
+    auto message = std::make_unique<SmsMessage>();
+    message->number = toText(number);
+    message->text = toText(text);
+    const std::string arguments = quoted(message->number) + ", " + quoted(message->text);
+    return ask(
+        __func__, arguments, [&](CardBackend &) { return std::make_optional(message.get()); },
+        [&](SmsMessage *, TextWriter) { *handle = message.release(); });
+}
+
+int32_t ZEPA_SMSSrv_SendMsg(void *handle)
+{
+    return act(__func__, {}, [=](CardBackend &backend) {
+        auto *message = static_cast<SmsMessage *>(handle);
+        if (!message)
+            return false;
+        message->receipt = Service::instance().receipts;
+        return backend.sendSms(*message);
+    });
+}
+
+int32_t ZEPA_SMSSrv_ReleaseSMSRecord(void **handle)
+{
+    return act(__func__, {}, [=](CardBackend &) {
+        delete static_cast<SmsMessage *>(*handle);
+        *handle = nullptr;
+        return true;
+    });
+}
+
+int32_t ZEPA_SMSSrv_SetSMSReceiptNotify(bool enable)
+{
+    return act(__func__, enable ? "1" : "0", [=](CardBackend &) {
+        Service::instance().receipts = enable;
+        return true;
+    });
+}
+
+int32_t ZEPA_RegDataRevCallBack(ZEPA_DataRevCallback callback)
+{
+    return add(__func__, Service::instance().dataReceive, callback);
+}
+
+int32_t ZEPA_UnRegDataRevCallBack(ZEPA_DataRevCallback callback)
+{
+    return withdraw(__func__, Service::instance().dataReceive, callback);
+}
+
+int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
+{
+    if (length < 0)
+        return kFailure;
+    const std::string bytes(command, static_cast<std::size_t>(length));
+    return act(__func__, quoted(bytes) + ", " + std::to_string(length), [&](CardBackend &backend) {
+        return backend.execute(bytes, [](const std::string &piece) {
+            std::string copy = piece;
+            Service::instance().dataReceive.call(copy.data(), static_cast<int>(copy.size()));
+        });
+    });
+}
+
+int32_t ZEPA_EndExuceATCmd(void)
+{
+    return act(__func__, {}, std::mem_fn(&CardBackend::endCommand));
+}

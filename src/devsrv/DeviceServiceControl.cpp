@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+#include "DeviceServiceControl.h"
+
+#include "EmulatedCard.h"
+#include "FunctionNames.h"
+#include "Service.h"
+
+using namespace devsrv;
+
+namespace {
+
+constexpr std::int32_t kSuccess = 0;
+constexpr std::int32_t kFailure = 1;
+
+thread_local std::string t_lastError;
+thread_local std::string t_journal;
+
+std::int32_t fail(const QString &what)
+{
+    t_lastError = what.toStdString();
+    return kFailure;
+}
+
+// Runs `action` on the emulated card; fails where another backend runs.
+template <typename Action>
+std::int32_t onCard(Action action)
+{
+    const auto card = std::dynamic_pointer_cast<EmulatedCard>(Service::instance().backend());
+    if (!card)
+        return fail(QStringLiteral("the device service does not run on an emulated card"));
+    return action(*card);
+}
+
+std::int32_t start(const char *name)
+{
+    std::string error;
+    auto backend = makeBackend(
+        name, [](std::int32_t event) { Service::instance().raise(event); }, error);
+    if (!backend)
+        return fail(QString::fromStdString(error));
+    Service::instance().replaceBackend(std::move(backend));
+    return kSuccess;
+}
+
+void stop()
+{
+    Service::instance().replaceBackend(nullptr);
+}
+
+const char *lastError()
+{
+    return t_lastError.c_str();
+}
+
+std::int32_t callbackCount()
+{
+    return static_cast<std::int32_t>(Service::instance().callbackCount());
+}
+
+const char *shippedCard(std::int32_t index, const char **description)
+{
+    const auto cards = shippedCards();
+    if (index < 0 || index >= static_cast<std::int32_t>(cards.size()))
+        return nullptr;
+    const ShippedCard &card = cards[static_cast<std::size_t>(index)];
+    *description = card.description;
+    return card.name;
+}
+
+const char *cardField(std::int32_t index, const char **kind)
+{
+    const auto fields = cardFields();
+    if (index < 0 || index >= static_cast<std::int32_t>(fields.size()))
+        return nullptr;
+    const CardField &field = fields[static_cast<std::size_t>(index)];
+    static CardDescription probe;
+    static constexpr const char *kKinds[] = {"true or false", "number", "text"};
+    *kind = kKinds[field.in(probe).index()];
+    return field.key;
+}
+
+std::int32_t loadCard(const char *nameOrFile)
+{
+    return onCard([=](EmulatedCard &card) {
+        QString error;
+        const auto description = readCard(QString::fromUtf8(nameOrFile), error);
+        if (!description)
+            return fail(error);
+        card.load(*description);
+        return kSuccess;
+    });
+}
+
+std::int32_t insert()
+{
+    return onCard([](EmulatedCard &card) {
+        card.insert();
+        return kSuccess;
+    });
+}
+
+std::int32_t removeCard()
+{
+    return onCard([](EmulatedCard &card) {
+        card.remove();
+        return kSuccess;
+    });
+}
+
+std::int32_t setField(const char *field, const char *value)
+{
+    return onCard([=](EmulatedCard &card) {
+        const QString wrong = card.set(QString::fromUtf8(field), QString::fromUtf8(value));
+        return wrong.isEmpty() ? kSuccess : fail(wrong);
+    });
+}
+
+std::int32_t raiseEvent(std::int32_t event)
+{
+    return onCard([=](EmulatedCard &card) {
+        card.raise(event);
+        return kSuccess;
+    });
+}
+
+std::int32_t setFault(const char *function, const DevSrvFault *fault)
+{
+    return onCard([=](EmulatedCard &card) {
+        if (!isFunctionName(function)) {
+            return fail(QStringLiteral("the device service has no function \"%1\"")
+                            .arg(QLatin1String(function)));
+        }
+        card.setFault(function, fault ? *fault : DevSrvFault{});
+        return kSuccess;
+    });
+}
+
+std::int32_t setAnswerMode(std::int32_t mode)
+{
+    return onCard([=](EmulatedCard &card) {
+        card.setAnswerMode(mode);
+        return kSuccess;
+    });
+}
+
+const char *journal()
+{
+    t_journal.clear();
+    onCard([](EmulatedCard &card) {
+        t_journal = card.journal();
+        return kSuccess;
+    });
+    return t_journal.c_str();
+}
+
+void clearJournal()
+{
+    onCard([](EmulatedCard &card) {
+        card.clearJournal();
+        return kSuccess;
+    });
+}
+
+constexpr DeviceServiceControl kControl = {
+    sizeof(DeviceServiceControl),
+    start,
+    stop,
+    lastError,
+    callbackCount,
+    shippedCard,
+    cardField,
+    loadCard,
+    insert,
+    removeCard,
+    setField,
+    raiseEvent,
+    setFault,
+    setAnswerMode,
+    journal,
+    clearJournal,
+};
+
+} // namespace
+
+const DeviceServiceControl *DevSrv_GetControl(void)
+{
+    return &kControl;
+}

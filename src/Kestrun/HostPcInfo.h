@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ICollection.h"
+
+/// What the report says of the computer. Every field is text and empty until it has been set.
+struct _HOST_PC
+{
+    std::string strOemId;
+    std::string strOemModel;
+    std::string strOemVendorIdentifier;
+    std::string strOemProcessorName;
+    std::string strOsPlatform; ///< always "Mac32"
+    std::string strOsName;     ///< "Mac OS X " or empty
+    std::string strOsVersion;  ///< "10.0" to "10.6" or empty
+    std::string strOsLanguage;
+    std::string strBrowserName;
+    std::string strBrowserVersion;
+    std::string strEmailName;
+    std::string strEmailVersion;
+};
+
+/// The version text of a Mac OS release by its number in Qt 4's enumeration; empty for the numbers
+/// that are not in the table.
+const char *macVersionText(int macintoshVersion);
+
+/// Collects name and version of the operating system; all else stays empty in this build.
+///
+/// Nothing here can fail. One thread at a time, see ICollection.
+class CHostPcInfo : public ICollection
+{
+public:
+    CHostPcInfo() = default;
+
+    /// Calls all getters, then publishes the twelve "System_" entries.
+    void SetData(std::map<std::string, std::string> &data) override;
+
+    /// Always empty: values go into the map given to SetData().
+    std::map<std::string, std::string> GetData() override;
+
+    virtual ~CHostPcInfo() = default;
+
+    void GetSystemOsVersion(_HOST_PC &rec);
+    void GetSystemOsPlatform(_HOST_PC &rec);
+    void GetSystemOsName(_HOST_PC &rec);
+    void GetSystemOsLanguage(_HOST_PC &rec);
+    void GetSystemOemVendorIdentifier(_HOST_PC &rec);
+    void GetSystemOemModel(_HOST_PC &rec);
+    void GetSystemOemId(_HOST_PC &rec);
+    void GetSystemEmailVersion(_HOST_PC &rec);
+    void GetSystemEmailName(_HOST_PC &rec);
+    void GetSystemBrowserVersion(_HOST_PC &rec);
+    void GetSystemBrowserName(_HOST_PC &rec);
+
+    /// Always false: readers of the report know one platform only.
+    bool Is64BitSystem();
+
+private:
+    std::map<std::string, std::string> m_data;
+    _HOST_PC m_info;
+};

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "Platform.h"
+
+#include "PluginEntry.h"
+
+#include <QNetworkInterface>
+#include <QOperatingSystemVersion>
+
+namespace {
+
+QString &systemRoot()
+{
+    static QString root;
+    return root;
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT void KestrunSetSystemRoot(const char *directory)
+{
+    QString root = QString::fromUtf8(directory);
+    while (root.endsWith(QLatin1Char('/')))
+        root.chop(1);
+    systemRoot() = root;
+}
+
+namespace kestrun {
+
+QString systemLocation(const QString &path)
+{
+    return systemRoot() + path;
+}
+
+int macintoshVersion()
+{
+    const auto system = QOperatingSystemVersion::current();
+    if (system.type() != QOperatingSystemVersion::MacOS)
+        return 0;
+    constexpr int kNumberOfRelease0 = 2;
+    constexpr int kAfterRelease10 = 100;
+    return system.majorVersion() == 10 ? system.minorVersion() + kNumberOfRelease0
+                                       : kAfterRelease10;
+}
+
+QList<InterfaceState> networkInterfaces()
+{
+    QList<InterfaceState> states;
+    for (const QNetworkInterface &interface : QNetworkInterface::allInterfaces()) {
+        const auto flags = interface.flags();
+        states.append({flags.testFlag(QNetworkInterface::IsUp),
+                       flags.testFlag(QNetworkInterface::IsRunning)});
+    }
+    return states;
+}
+
+QList<QHostAddress> hostAddresses()
+{
+    return QNetworkInterface::allAddresses();
+}
+
+} // namespace kestrun

@@ -67,7 +67,7 @@ QString whyNotWritten(const QString &file)
     if (!info.exists() && !directory.isWritable())
         return QStringLiteral("there is no right to make files in %1; grant it")
             .arg(directory.filePath());
-    constexpr qint64 kSmall = 64 * 1024;
+    constexpr qint64 kSmall = 65'536;
     if (QStorageInfo(info.path()).bytesAvailable() < kSmall)
         return QStringLiteral("the disk that holds %1 is full; make room").arg(info.path());
     return QStringLiteral("%1 was not written as a whole, for a reason that cannot be seen from "

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+
 namespace {
 
 struct Run
@@ -118,7 +120,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("complaint");
         const auto row = [](const char *arguments, int status, const char *complaint) {
             QTest::newRow(arguments)
-                << QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts)
+                << QString::fromUtf8(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts)
                 << status << QByteArray(complaint);
         };
         row("", 2, "no command");
@@ -133,6 +135,18 @@ private Q_SLOTS:
         row("report --sdk /no/such/libsdk.so.1", 1, "put libsdk.so.1 beside");
         row("report --sdk " MAKERS_SDK " --card lte", 1, "not this project's device service");
         row("report --root /proc/no", 1, "cannot be made");
+        row("sms", 2, "argument is missing");
+        row("sms send 1", 2, "sms send NUMBER TEXT");
+        row("sms receipts maybe", 2, "neither on nor off");
+        row("sms send 1 a\u20acb", 2, "position 2; nothing was sent");
+        row("sms send \u0661 a", 2, "the number has a character outside Latin-1");
+        row("notify", 2, "argument is missing");
+        row("notify 1 2", 2, "two parameters or none");
+        row("notify 1e3", 2, "\"1e3\" is no number");
+        row("notify 0x", 2, "is no number");
+        row("notify 4294967296", 2, "is no number");
+        row("notify -- -1", 2, "is no number");
+        row("inspect /no/such/file", 1, "no file that can be read");
     }
 
     void failures()
@@ -148,13 +162,137 @@ private Q_SLOTS:
 
     void anotherDeviceServiceTakesThePlace()
     {
-        const Run run = report({QStringLiteral("--sdk"), QStringLiteral(MAKERS_SDK),
-                                QStringLiteral("--json")});
+        const Run run = report(
+            {QStringLiteral("--sdk"), QStringLiteral(MAKERS_SDK), QStringLiteral("--json")});
         QCOMPARE(run.status, 0);
         const QJsonObject values = QJsonDocument::fromJson(run.output).object();
         QCOMPARE(values.value(QStringLiteral("Client/IMEI")).toString(),
                  QStringLiteral("350000000000006"));
         QCOMPARE(values.value(QStringLiteral("Client/SN")).toString(), QString());
+    }
+
+    void sms()
+    {
+        const auto send = [this](const QStringList &arguments) {
+            return kestrun(QStringList{QStringLiteral("sms"), QStringLiteral("--root"), root()}
+                           + arguments);
+        };
+        const QString number = QStringLiteral("+15550199");
+        Run run = send({QStringLiteral("send"), number, QStringLiteral("caf\u00e9")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.output.endsWith("SMS \"+15550199\" \"caf\\xe9\" receipt=0\n"));
+        run = send({QStringLiteral("send"), QStringLiteral("--receipt"), QString(), QString()});
+        QVERIFY(run.output.endsWith("SMS \"\" \"\" receipt=1\n"));
+        run = send({QStringLiteral("receipts"), QStringLiteral("off")});
+        QCOMPARE(run.output,
+                 QByteArray("The device service took the setting: delivery receipts "
+                            "off.\n"));
+        run = send({QStringLiteral("send"), QStringLiteral("--card"), QStringLiteral("none"),
+                    number, QStringLiteral("x")});
+        QCOMPARE(run.status, 1);
+        QVERIFY(run.error.contains("refused the message"));
+    }
+
+    void notify_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QByteArray>("answer");
+        const QByteArray yes = "Result 0; the report was rewritten.\n";
+        const QByteArray no = "Result 0; the report was not rewritten.\n";
+        QTest::newRow("decimal") << QStringLiteral("4096") << yes;
+        QTest::newRow("hexadecimal") << QStringLiteral("0x802") << yes;
+        QTest::newRow("no octal") << QStringLiteral("010000") << no;
+        QTest::newRow("another") << QStringLiteral("4097") << no;
+    }
+
+    void notify()
+    {
+        QFETCH(QString, message);
+        const Run run = kestrun({QStringLiteral("notify"), QStringLiteral("--root"), root(),
+                                 message, QStringLiteral("1"), QStringLiteral("0xFF")});
+        QCOMPARE(run.status, 0);
+        QTEST(run.output, "answer");
+    }
+
+    void inspect_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("finding");
+        QTest::newRow("ours") << QStringLiteral(PLUGIN_FILE) << 0
+                              << QByteArray("ok   identifier         com.velmora");
+        QTest::newRow("another dashboard's") << QStringLiteral(WRONG_PLUGIN) << 1
+                                             << QByteArray("BAD  verification text  pattern="
+                                                           "QT_PLUGIN_VERIFICATION_DATA, "
+                                                           "version=4.8.0");
+        QTest::newRow("no plug-in")
+            << QStringLiteral(SDK_FILE) << 1 << QByteArray("BAD  metadata           none");
+        QTest::newRow("no library")
+            << QStringLiteral(HOST) << 1 << QByteArray("libsdk.so.1 is not asked for");
+    }
+
+    void inspect()
+    {
+        QFETCH(QString, file);
+        QFETCH(QByteArray, finding);
+        const Run run = kestrun({QStringLiteral("inspect"), file});
+        QTEST(run.status, "status");
+        QVERIFY2(run.output.contains(finding), run.output.constData());
+    }
+
+    void watch_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("Ctrl-C") << SIGINT;
+        QTest::newRow("SIGTERM") << SIGTERM;
+    }
+
+    // The whole life of a card. Each step is a command and the line that shows its effect.
+    void watch()
+    {
+        QFETCH(int, signal);
+        QProcess process;
+        process.start(QStringLiteral(HOST),
+                      {QStringLiteral("watch"), QStringLiteral("--json"), QStringLiteral("--card"),
+                       QStringLiteral("none"), QStringLiteral("--root"), root()});
+        QByteArray seen;
+        const auto shows = [&](const QByteArray &text) {
+            while (!seen.contains(text) && process.waitForReadyRead(5000))
+                seen += process.readAllStandardOutput();
+            const qsizetype found = seen.indexOf(text);
+            seen = seen.mid(found < 0 ? 0 : found + text.size());
+            return found >= 0;
+        };
+        QVERIFY(shows("\"new\":\"DataCard\""));
+        const std::pair<const char *, const char *> steps[] = {
+            {"insert lte", "\"field\":\"Client/IMEI\",\"new\":\"490154203237518\""},
+            {"event 6014", "DeviceAvailable"},
+            {"set PLMN 26201", "\"new\":\"26201\",\"old\":\"00101\""},
+            {"event 6614", "\"type\":\"report\""},
+            {"event 6601", "DeviceUnavailable"},
+            {"set PLMN 12345678", "at most 7 fit"},
+            {"dance", "insert [CARD] | remove | event NUMBER | set FIELD VALUE"},
+            {"remove", "\"new\":\"\",\"old\":\"490154203237518\""}};
+        for (const auto &[command, effect] : steps) {
+            process.write(QByteArray(command) + '\n');
+            QVERIFY2(shows(effect), command);
+        }
+
+        // A closed input neither ends it nor keeps it busy.
+        process.closeWriteChannel();
+        QVERIFY(!process.waitForFinished(300));
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(process.processId()));
+        QVERIFY(stat.open(QIODevice::ReadOnly));
+        constexpr int kUserTicks = 13;
+        const int ticks = stat.readAll().split(' ').at(kUserTicks).toInt();
+        QVERIFY2(ticks < 20, "hundredths of a second of work");
+
+        ::kill(pid_t(process.processId()), signal);
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+        seen += process.readAllStandardOutput();
+        QVERIFY2(seen.contains("{\"callbacks\":0,"), seen.constData());
     }
 
     void missingDeviceService()

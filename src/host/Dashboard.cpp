@@ -82,3 +82,13 @@ int Dashboard::notify(unsigned int message, unsigned int param1, unsigned int pa
     const PluginOutput quiet(m_options.log);
     return m_interfaces.notify->Notify(message, param1, param2);
 }
+
+bool Dashboard::sendSms(const std::string &number, const std::string &text)
+{
+    return m_plugin.sendSms(number, text);
+}
+
+bool Dashboard::setReceipts(bool enable)
+{
+    return m_plugin.setReceipts(enable);
+}

@@ -41,6 +41,12 @@ public:
     /// Sends the plug-in a message.
     int notify(unsigned int message, unsigned int param1, unsigned int param2);
 
+    /// Both texts are Latin-1. Returns whether the device service took the message.
+    bool sendSms(const std::string &number, const std::string &text);
+
+    /// Returns whether the device service took the setting.
+    bool setReceipts(bool enable);
+
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }
     QString reportFile() const

@@ -16,7 +16,11 @@ struct Command
 
 constexpr Command kCommands[] = {
     {"report", "write a report, as a dashboard's start does, and show it", runReport},
+    {"watch", "stay, and tell what the plug-in does", runWatch},
+    {"sms", "send a message, or switch delivery receipts", runSms},
+    {"notify", "send the plug-in a message", runNotify},
     {"cards", "list the emulated cards", runCards},
+    {"inspect", "tell whether a dashboard would take a plug-in file", runInspect},
 };
 
 QString usage()

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdio>
+#include <unistd.h>
+
+/// The resident memory of this process, in KiB; 0 where the system has no /proc.
+inline long residentKiB()
+{
+    long pages = 0;
+    if (FILE *const file = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(file, "%*d %ld", &pages) != 1)
+            pages = 0;
+        std::fclose(file);
+    }
+    return pages * (sysconf(_SC_PAGESIZE) / 1024);
+}

@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: MIT
+
+// Measures reports and their parts against what cannot be done without, all in one run, and prints
+// one table of ratios.
+#include "CollectionDataLogic.h"
+#include "ConfigDocument.h"
+#include "DeviceServiceControl.h"
+#include "PluginEntry.h"
+#include "ResidentMemory.h"
+
+#include <QDir>
+#include <QDomDocument>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+
+#include <map>
+
+namespace {
+
+bool s_shell = true;
+QString s_dataDirectory;
+QByteArray s_report;
+QByteArray s_config;
+
+} // namespace
+
+// Stands before the C library's own, to leave the commands out where they are not the question.
+extern "C" int system(const char *command)
+{
+    static const auto real = reinterpret_cast<int (*)(const char *)>(dlsym(RTLD_NEXT, "system"));
+    return s_shell ? real(command) : 0;
+}
+
+namespace {
+
+void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
+
+void format(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    benchmark::DoNotOptimize(qFormatLogMessage(type, context, message).toLocal8Bit());
+}
+
+// The plug-in filters its log as any Qt program may: nothing is formatted then.
+void setLog(bool on)
+{
+    QLoggingCategory::setFilterRules(on ? QString()
+                                        : QStringLiteral("default.debug=false\n"
+                                                         "default.warning=false"));
+}
+
+QByteArray content(const QString &file)
+{
+    QFile in(file);
+    return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+void writePlain(const char *file, const QByteArray &bytes)
+{
+    FILE *const out = std::fopen(file, "w");
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), out);
+    std::fclose(out);
+}
+
+// What no implementation can do without: three commands and the bytes of both files.
+void floorOfReport(benchmark::State &state)
+{
+    s_shell = true;
+    const QByteArray report = (s_dataDirectory + QStringLiteral("UpdateRule.dat")).toUtf8();
+    const QByteArray config = (s_dataDirectory + QStringLiteral("Config.xml")).toUtf8();
+    QByteArray word = report;
+    word.replace(" ", "\" \"");
+    for (auto _ : state) {
+        writePlain(report.constData(), s_report);
+        for (const char *command : {"chmod u+wrx ", "chmod o+wrx ", "chmod g+wrx "})
+            benchmark::DoNotOptimize(system((command + word).constData()));
+        writePlain(config.constData(), s_config);
+    }
+}
+
+void report(benchmark::State &state, bool shell, bool log, QtMessageHandler handler)
+{
+    s_shell = shell;
+    setLog(log);
+    qInstallMessageHandler(handler);
+    for (auto _ : state)
+        CCollectionDataLogic::GetInstance()->WriteDataToFile();
+}
+
+QByteArray configOf(std::int64_t histories)
+{
+    return "<Config>"
+        + QByteArray("<HistoryData><LatestSimLockState>1</LatestSimLockState>"
+                     "<LatestIMSI>001010123456789</LatestIMSI></HistoryData>")
+              .repeated(histories)
+        + "</Config>";
+}
+
+void config(benchmark::State &state, bool change)
+{
+    const QByteArray before = configOf(state.range(0));
+    for (auto _ : state) {
+        QDomDocument document;
+        document.setContent(before);
+        if (change)
+            kestrun::setSimLockState(document, QStringLiteral("0"));
+        QByteArray after;
+        QTextStream stream(&after);
+        document.save(stream, 4);
+        benchmark::DoNotOptimize(after);
+    }
+}
+
+void addresses(benchmark::State &state)
+{
+    const auto count = state.range(0);
+    // Only the last one is up: the whole list has to be looked through.
+    QList<kestrun::InterfaceState> interfaces(count, {false, false});
+    interfaces.last() = {true, true};
+    QList<QHostAddress> list;
+    for (std::int64_t index = 0; index < count; ++index)
+        list.append(QHostAddress(0x0a000001U + static_cast<quint32>(index)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(reportedAddress(interfaces, list));
+}
+
+void load(benchmark::State &state, const char *program)
+{
+    for (auto _ : state) {
+        QProcess process;
+        process.start(QLatin1String(program), QStringList());
+        process.waitForFinished();
+        state.counters["KiB"] = process.readAllStandardOutput().trimmed().toDouble();
+    }
+}
+
+// Collects the results, to set them against each other at the end.
+class Results : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context &) override { return true; }
+
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs) {
+            if (run.run_type != Run::RT_Iteration)
+                continue;
+            const std::string name = run.run_name.function_name + run.run_name.args;
+            const double time = run.real_accumulated_time / static_cast<double>(run.iterations)
+                * 1e3;
+            // The best of the repetitions: what else the machine does only adds.
+            const auto [found, added] = m_ms.emplace(name, time);
+            if (!added)
+                found->second = std::min(found->second, time);
+            for (const auto &[counter, value] : run.counters)
+                m_counters[name] = value.value;
+        }
+    }
+
+    double ms(const std::string &name) const { return m_ms.at(name); }
+    double counter(const std::string &name) const { return m_counters.at(name); }
+
+private:
+    std::map<std::string, double> m_ms;
+    std::map<std::string, double> m_counters;
+};
+
+void row(const char *what, double value, const char *unit, const char *goal)
+{
+    std::printf("%-58s %9.3f %-4s %s\n", what, value, unit, goal);
+}
+
+void printTable(const Results &results, long growthKiB)
+{
+    const auto perElement = [&](const char *name, double count) {
+        return results.ms(name) / count;
+    };
+    const double ten = perElement("config10", 10);
+    std::printf("\n");
+    row("report / floor of three commands and two files",
+        results.ms("report") / results.ms("floor"), "x", "goal: at most 1.10");
+    row("report without the commands", results.ms("reportNoShell"), "ms", "goal: below 0.5");
+    row("report without the commands and without log", results.ms("reportNoLog"), "ms", "");
+    row("log formatted, too / log discarded",
+        results.ms("reportFormatted") / results.ms("reportNoShell"), "x", "");
+    row("Config.xml, 10 HistoryData / bare parse and save",
+        results.ms("config10") / results.ms("bare10"), "x", "goal: at most 1.15");
+    row("Config.xml, 1,000 / bare", results.ms("config1000") / results.ms("bare1000"), "x",
+        "goal: at most 1.15");
+    row("Config.xml, 100,000 / bare", results.ms("config100000") / results.ms("bare100000"), "x",
+        "goal: at most 1.15");
+    row("per HistoryData, 1,000 / 10", perElement("config1000", 1e3) / ten, "x",
+        "goal: at most 1.3");
+    row("per HistoryData, 100,000 / 1,000",
+        perElement("config100000", 1e5) / perElement("config1000", 1e3), "x", "goal: at most 1.3");
+    row("choice of address per interface, 1,000 / 1",
+        results.ms("addresses1000") / results.ms("addresses1") / 1000, "x", "goal: at most 1");
+    row("resident growth from report 100 to report 10,000", double(growthKiB), "KiB",
+        "goal: below 64");
+    row("program with the plug-in / with Qt's modules alone, time",
+        results.ms("loadPlugin") / results.ms("loadQt"), "x", "");
+    row("resident memory with the plug-in / alone",
+        results.counter("loadPlugin") / results.counter("loadQt"), "x", "");
+}
+
+long growthOfReports()
+{
+    s_shell = false;
+    setLog(true);
+    qInstallMessageHandler(discard);
+    long before = 0;
+    for (int count = 1; count <= 10'000; ++count) {
+        CCollectionDataLogic::GetInstance()->WriteDataToFile();
+        if (count == 100)
+            before = residentKiB();
+        DevSrv_GetControl()->clearJournal();
+    }
+    return residentKiB() - before;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QTemporaryDir root;
+    KestrunSetSystemRoot(root.path().toUtf8().constData());
+    QDir::setCurrent(root.path());
+    std::wstring path;
+    CCollectionDataLogic::GetInstance()->GetPath(path);
+    s_dataDirectory = QString::fromStdWString(path);
+    QDir().mkpath(s_dataDirectory);
+    writePlain((s_dataDirectory + QStringLiteral("Config.xml")).toUtf8().constData(), configOf(1));
+    qInstallMessageHandler(discard);
+    CCollectionDataLogic::GetInstance()->WriteDataToFile();
+    s_report = content(s_dataDirectory + QStringLiteral("UpdateRule.dat"));
+    s_config = content(s_dataDirectory + QStringLiteral("Config.xml"));
+
+    using benchmark::RegisterBenchmark;
+    constexpr int kRepetitions = 5;
+    const auto best = [](benchmark::internal::Benchmark *bench) {
+        bench->Repetitions(kRepetitions)->UseRealTime()->Unit(benchmark::kMillisecond);
+    };
+    best(RegisterBenchmark("floor", floorOfReport));
+    best(RegisterBenchmark("report", report, true, true, discard));
+    best(RegisterBenchmark("reportNoShell", report, false, true, discard));
+    best(RegisterBenchmark("reportNoLog", report, false, false, discard));
+    best(RegisterBenchmark("reportFormatted", report, false, true, format));
+    for (const std::int64_t count : {10, 1000, 100'000}) {
+        best(RegisterBenchmark("bare", config, false)->Arg(count));
+        best(RegisterBenchmark("config", config, true)->Arg(count));
+    }
+    for (const std::int64_t count : {1, 1000})
+        best(RegisterBenchmark("addresses", addresses)->Arg(count));
+    best(RegisterBenchmark("loadQt", load, LOAD_QT));
+    best(RegisterBenchmark("loadPlugin", load, LOAD_PLUGIN));
+
+    benchmark::Initialize(&argc, argv);
+    Results results;
+    benchmark::RunSpecifiedBenchmarks(&results);
+    printTable(results, growthOfReports());
+    return 0;
+}

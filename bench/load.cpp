@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+
+// Prints the resident memory, in KiB, of a Qt program; built with PLUGIN_FILE it has loaded the
+// plug-in and asked it for its object.
+#include "ResidentMemory.h"
+
+#include <QCoreApplication>
+#include <QPluginLoader>
+
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+#if defined(PLUGIN_FILE)
+    QPluginLoader loader(QStringLiteral(PLUGIN_FILE));
+    if (!loader.instance())
+        return 1;
+#endif
+    std::printf("%ld\n", residentKiB());
+    return 0;
+}

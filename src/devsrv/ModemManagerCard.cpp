@@ -87,9 +87,11 @@ std::optional<std::string> ModemManagerCard::text(QLatin1String interface, QLati
 std::optional<std::int32_t> ModemManagerCard::status()
 {
     const auto modem = m_client.modem();
-    if (!modem)
+    const auto state = modem ? modem->property<int>(kModemInterface, QLatin1String("State"))
+                             : std::nullopt;
+    if (!state)
         return std::nullopt;
-    return modem->state() >= kStateEnabled ? DEVSRV_STATUS_READY : kStatusNotReady;
+    return *state >= kStateEnabled ? DEVSRV_STATUS_READY : kStatusNotReady;
 }
 
 std::optional<std::string> ModemManagerCard::imei()
@@ -195,12 +197,25 @@ std::optional<Registration> ModemManagerCard::registration(Domain domain)
     if (!modem)
         return std::nullopt;
     const auto state = modem->property<uint>(k3gppInterface, QLatin1String("RegistrationState"));
+    if (!state)
+        return std::nullopt;
     const QDBusMessage reply = m_client.call(modem->path(), kLocationInterface,
                                              QLatin1String("GetLocation"), {}, kQueryTimeout);
-    if (!state || isError(reply) || reply.arguments().isEmpty())
+    if (isError(reply))
         return std::nullopt;
-    return registrationOf(locationText(reply.arguments().constFirst()), domain,
-                          static_cast<std::int32_t>(*state));
+    if (reply.signature() != QLatin1String("a{uv}")) {
+        m_client.warnings().warn(
+            QStringLiteral("the location is of type %1").arg(reply.signature()));
+        return std::nullopt;
+    }
+    const QString text = locationText(reply.arguments().constFirst());
+    if (text.isEmpty())
+        return std::nullopt;
+    const auto location = parseLocation(text);
+    if (!location)
+        m_client.warnings().warn(QStringLiteral("the location \"%1\" is malformed").arg(text));
+    return location ? registrationOf(*location, domain, static_cast<std::int32_t>(*state))
+                    : std::nullopt;
 }
 
 bool ModemManagerCard::setReportMode(Domain, std::int32_t)

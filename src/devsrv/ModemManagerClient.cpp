@@ -60,6 +60,10 @@ QDBusMessage ModemManagerClient::send(QDBusMessage message, milliseconds timeout
     }
     if (QDBusError(reply).type() == QDBusError::NoReply)
         m_silentUntil = Clock::now() + kSilence;
+    if (isAbsence(reply)) {
+        m_warnings.warn(QStringLiteral("the daemon does not run"));
+        return reply;
+    }
     m_warnings.warn(QStringLiteral("%1 failed: %2: %3")
                         .arg(message.member(), reply.errorName(), reply.errorMessage()));
     return reply;
@@ -99,7 +103,8 @@ ModemManagerClient::Look ModemManagerClient::look(bool startDaemon)
     }
     const auto objects = qdbus_cast<Objects>(reply.arguments().constFirst());
     auto chosen = chooseModem(objects, m_imei, m_warnings);
-    if (!chosen) {
+    // Of objects that are no modems the choice has warned.
+    if (!chosen && (objects.isEmpty() || !m_imei.isEmpty())) {
         m_warnings.warn(m_imei.isEmpty()
                             ? QStringLiteral("the daemon knows no modem")
                             : QStringLiteral("the daemon knows no modem of IMEI %1").arg(m_imei));

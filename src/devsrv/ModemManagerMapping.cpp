@@ -38,9 +38,6 @@ constexpr Technology kTechnologies[] = {
     {0x2 | 0x4, {3, 1}},                    // GSM, GSM compact
 };
 
-// WiMAX and TD-SCDMA apart, the system modes have the numbers of AT^SYSINFO; listeners go by the
-// sub-mode.
-
 constexpr uint kLockUnknown = 0;
 constexpr uint kLockNone = 1;
 constexpr uint kLockPin2 = 3;
@@ -79,9 +76,9 @@ bool isHex(const QString &text)
 }
 
 // 0 and FFFE stand for "no area" on the radio, and the daemon writes 0 for what it does not have.
-bool isArea(const QString &text)
+bool isArea(const std::string &text)
 {
-    const auto number = text.toULongLong(nullptr, 16);
+    const auto number = std::stoull(text, nullptr, 16);
     return number != 0 && number != 0xFFFE;
 }
 
@@ -163,20 +160,22 @@ std::optional<SystemInfo> systemInfoOf(uint accessTechnologies)
     return std::nullopt;
 }
 
-std::optional<Registration> registrationOf(const QString &location, Domain domain,
-                                           std::int32_t state)
+std::optional<CellLocation> parseLocation(const QString &text)
 {
-    const QStringList fields = location.split(QLatin1Char(','));
+    const QStringList fields = text.split(QLatin1Char(','));
     if (fields.size() != 5 || !std::all_of(fields.begin() + 2, fields.end(), isHex))
         return std::nullopt;
-    const QString &locationArea = fields[2];
-    const QString &cell = fields[3];
-    const QString &trackingArea = fields[4];
-    const bool tracked = domain == Domain::PacketSwitched && isArea(trackingArea);
-    const QString &area = tracked ? trackingArea : locationArea;
+    return CellLocation{fields[2].toStdString(), fields[3].toStdString(), fields[4].toStdString()};
+}
+
+std::optional<Registration> registrationOf(const CellLocation &location, Domain domain,
+                                           std::int32_t state)
+{
+    const bool tracked = domain == Domain::PacketSwitched && isArea(location.trackingArea);
+    const std::string &area = tracked ? location.trackingArea : location.locationArea;
     if (!isArea(area))
         return std::nullopt;
-    return Registration{kReportModeUnknown, state, area.toStdString(), cell.toStdString()};
+    return Registration{kReportModeUnknown, state, area, location.cell};
 }
 
 QString locationText(const QVariant &dictionary)

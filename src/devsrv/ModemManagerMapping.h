@@ -93,10 +93,20 @@ std::optional<ModemObject> chooseModem(const Objects &objects, const QString &im
 /// System mode and sub-mode of the best of the access technologies, which are flags.
 std::optional<SystemInfo> systemInfoOf(uint accessTechnologies);
 
-/// "MCC,MNC,LAC,CI,TAC" as the registration of one domain, with the tracking area in the place of
-/// the location area where the domain has that one. Nothing if the text is malformed or has no
-/// area for the domain.
-std::optional<Registration> registrationOf(const QString &location, Domain domain,
+/// A place in the network, each in hexadecimal as the daemon writes it; an area may be 0.
+struct CellLocation
+{
+    std::string locationArea;
+    std::string cell;
+    std::string trackingArea;
+};
+
+/// Reads "MCC,MNC,LAC,CI,TAC"; nothing if that is not what the text is.
+std::optional<CellLocation> parseLocation(const QString &text);
+
+/// The registration of one domain, with the tracking area in the place of the location area where
+/// the domain has that one. Nothing if there is no area for the domain.
+std::optional<Registration> registrationOf(const CellLocation &location, Domain domain,
                                            std::int32_t state);
 
 /// The text of a 3GPP location in a dictionary of the daemon's (by source); empty if none.

@@ -12,7 +12,7 @@ namespace {
 constexpr milliseconds kMergeTime{250};
 
 // Until a daemon that did not answer is looked at again.
-constexpr milliseconds kRetryTime{5'000};
+constexpr milliseconds kRetryTime{2'000};
 
 // How long start-up waits for a modem that it switched on to find its network.
 constexpr milliseconds kSearchTime{5'000};

@@ -76,19 +76,21 @@ bool isFinal(const QByteArray &answer)
 
 Script ScriptedModem::umts()
 {
-    return with(common(), {{"AT+CGMM", "FR210"},
-                           {"AT+WS46=?", "+WS46: (12,22,25)"},
-                           {"AT+CREG?", "+CREG: 2,1,\"31C5\",\"83F7CD\",2"},
-                           {"AT+CGREG?", "+CGREG: 2,1,\"31C5\",\"83F7CD\",2"}});
+    return with(common(),
+                {{"AT+CGMM", "FR210"},
+                 {"AT+WS46=?", "+WS46: (12,22,25)"},
+                 {"AT+CREG?", "+CREG: 2,1,\"31C5\",\"83F7CD\",2"},
+                 {"AT+CGREG?", "+CGREG: 2,1,\"31C5\",\"83F7CD\",2"}});
 }
 
 Script ScriptedModem::lte()
 {
-    return with(common(), {{"AT+CGMM", "FR421"},
-                           {"AT+WS46=?", "+WS46: (12,22,25,28,31)"},
-                           {"AT+CREG?", "+CREG: 2,1,\"1A2B\",\"0102F304\",7"},
-                           {"AT+CGREG?", "+CGREG: 2,1,\"1A2B\",\"0102F304\",7"},
-                           {"AT+CEREG?", "+CEREG: 2,1,\"1A2B\",\"0102F304\",7"}});
+    return with(common(),
+                {{"AT+CGMM", "FR421"},
+                 {"AT+WS46=?", "+WS46: (12,22,25,28,31)"},
+                 {"AT+CREG?", "+CREG: 2,1,\"1A2B\",\"0102F304\",7"},
+                 {"AT+CGREG?", "+CGREG: 2,1,\"1A2B\",\"0102F304\",7"},
+                 {"AT+CEREG?", "+CEREG: 2,1,\"1A2B\",\"0102F304\",7"}});
 }
 
 Script ScriptedModem::cdma()

@@ -116,7 +116,7 @@ std::optional<QList<QByteArray>> at(const QByteArray &command)
     s_pieces.clear();
     ZEPA_RegDataRevCallBack(onData);
     const bool sent = ZEPA_ExuceATCmd(command.data(), static_cast<int32_t>(command.size())) == 0
-                      && ZEPA_EndExuceATCmd() == 0;
+        && ZEPA_EndExuceATCmd() == 0;
     ZEPA_UnRegDataRevCallBack(onData);
     return sent ? std::optional(s_pieces) : std::nullopt;
 }
@@ -124,9 +124,8 @@ std::optional<QList<QByteArray>> at(const QByteArray &command)
 bool sendSms(const QString &number, const QString &text)
 {
     void *handle = nullptr;
-    const bool sent
-        = ZEPA_SMSSrv_CreateSMSRecord(&handle, number.utf16(), text.utf16()) == 0
-          && ZEPA_SMSSrv_SendMsg(handle) == 0;
+    const bool sent = ZEPA_SMSSrv_CreateSMSRecord(&handle, number.utf16(), text.utf16()) == 0
+        && ZEPA_SMSSrv_SendMsg(handle) == 0;
     ZEPA_SMSSrv_ReleaseSMSRecord(&handle);
     return sent;
 }
@@ -211,7 +210,7 @@ int answeredQueries()
     for (const auto function : {ZEPA_NetSrv_GetCSRegState, ZEPA_NetSrv_GetPSRegState})
         count += registration(function).has_value();
     return count + lockState().has_value() + plmn().has_value() + ownNumber().has_value()
-           + versions().has_value() + cdma().has_value() + systemInfo().has_value();
+        + versions().has_value() + cdma().has_value() + systemInfo().has_value();
 }
 
 } // namespace probe

@@ -69,8 +69,7 @@ Q_DECLARE_METATYPE(Verdict)
 void Authority::CheckAuthorization(const QDBusMessage &message)
 {
     setDelayedReply(true);
-    connection().send(
-        message.createReply(QVariant::fromValue(Verdict{grants, false, {}})));
+    connection().send(message.createReply(QVariant::fromValue(Verdict{grants, false, {}})));
 }
 
 TestBed::TestBed() : m_connection(kConnectionName)
@@ -111,8 +110,8 @@ bool TestBed::startBus()
     m_connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, kConnectionName);
     m_authority = adopt(std::make_unique<Authority>());
     return m_connection.registerService(QStringLiteral("org.freedesktop.PolicyKit1"))
-           && m_connection.registerObject(QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                          m_authority, QDBusConnection::ExportScriptableSlots);
+        && m_connection.registerObject(QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
+                                       m_authority, QDBusConnection::ExportScriptableSlots);
 }
 
 void TestBed::stopBus()
@@ -123,10 +122,10 @@ void TestBed::stopBus()
 
 bool TestBed::startDaemon(bool rawCommands)
 {
-    QStringList arguments{
-        QStringLiteral("--test-session"), QStringLiteral("--test-enable"),
-        QStringLiteral("--test-no-udev"), QStringLiteral("--test-no-suspend-resume"),
-        QStringLiteral("--test-no-qrtr")};
+    // Not with --test-session: the daemon would then ask for no rights.
+    QStringList arguments{QStringLiteral("--test-enable"), QStringLiteral("--test-no-udev"),
+                          QStringLiteral("--test-no-suspend-resume"),
+                          QStringLiteral("--test-no-qrtr")};
     if (rawCommands)
         arguments.append(QStringLiteral("--debug"));
     m_daemon.setStandardErrorFile(m_folder.filePath(QStringLiteral("daemon.log")));
@@ -177,10 +176,10 @@ bool TestBed::waitForModems(int count)
 
 bool TestBed::plugAgain(const ScriptedModem &modem)
 {
-    const auto reply
-        = call(kDaemonPath, QStringLiteral("org.freedesktop.ModemManager1.Test"),
-               QStringLiteral("SetProfile"),
-               {modem.name(), QStringLiteral("generic"), QStringList{modem.socketPath()}});
+    const auto reply = call(
+        kDaemonPath, QStringLiteral("org.freedesktop.ModemManager1.Test"),
+        QStringLiteral("SetProfile"),
+        {modem.name(), QStringLiteral("generic"), QStringList{modem.socketPath()}});
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
@@ -202,14 +201,15 @@ QDBusMessage TestBed::call(const QString &path, const QString &interface, const 
 QHash<QString, QString> TestBed::witness(const QStringList &what)
 {
     QProcess client;
-    client.start(QStringLiteral(MMCLI), QStringList{QStringLiteral("-m"), QStringLiteral("any"),
-                                                    QStringLiteral("--output-keyvalue")}
-                                            + what);
+    client.start(QStringLiteral(MMCLI),
+                 QStringList{QStringLiteral("-m"), QStringLiteral("any"),
+                             QStringLiteral("--output-keyvalue")}
+                     + what);
     client.waitForFinished(kPatienceMs);
     QHash<QString, QString> values;
     static const QRegularExpression pattern(QStringLiteral("^(\\S+)\\s*: (.*)$"));
-    const QStringList lines
-        = QString::fromUtf8(client.readAllStandardOutput()).split(QLatin1Char('\n'));
+    const QStringList lines = QString::fromUtf8(client.readAllStandardOutput())
+                                  .split(QLatin1Char('\n'));
     for (const QString &line : lines) {
         if (const auto match = pattern.match(line); match.hasMatch())
             values.insert(match.captured(1), match.captured(2).trimmed());

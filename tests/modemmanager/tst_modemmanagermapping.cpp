@@ -124,13 +124,14 @@ void ModemManagerMappingTest::location()
 {
     QFETCH(QString, location);
     const auto told = [&](Domain domain) -> QByteArray {
-        const auto registration = registrationOf(location, domain, 5);
+        const auto parsed = parseLocation(location);
+        const auto registration = parsed ? registrationOf(*parsed, domain, 5) : std::nullopt;
         if (!registration)
             return {};
         // With mode 2 a listener would not ask for the cell on LTE.
         return registration->reportMode == 0 && registration->state == 5
-                   ? QByteArray::fromStdString(registration->lac + '/' + registration->cellId)
-                   : QByteArray("wrong mode or state");
+            ? QByteArray::fromStdString(registration->lac + '/' + registration->cellId)
+            : QByteArray("wrong mode or state");
     };
     QTEST(told(Domain::CircuitSwitched), "circuit");
     QTEST(told(Domain::PacketSwitched), "packet");
@@ -232,8 +233,8 @@ void ModemManagerMappingTest::events()
 void ModemManagerMappingTest::choice()
 {
     const auto modem = [](const char *imei) {
-        return Interfaces{{kModemInterface, {{QStringLiteral("EquipmentIdentifier"),
-                                              QString::fromLatin1(imei)}}}};
+        return Interfaces{{kModemInterface,
+                           {{QStringLiteral("EquipmentIdentifier"), QString::fromLatin1(imei)}}}};
     };
     const auto path = [](const char *name) { return QDBusObjectPath(QLatin1String(name)); };
     const Objects objects{{path("/Modem/1"), {{k3gppInterface, {}}}},
@@ -244,8 +245,9 @@ void ModemManagerMappingTest::choice()
         const auto found = chooseModem(objects, QString::fromLatin1(imei), warnings);
         return found ? found->path() : QString();
     };
-    QTest::ignoreMessage(QtWarningMsg, "modemmanager: /Modem/1 has no interface "
-                                       "org.freedesktop.ModemManager1.Modem");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "modemmanager: /Modem/1 has no interface "
+                         "org.freedesktop.ModemManager1.Modem");
     QCOMPARE(chosen(""), QStringLiteral("/Modem/9"));
     QCOMPARE(chosen("490154203237518"), QStringLiteral("/Modem/10"));
     QCOMPARE(chosen("490154203237519"), QString());

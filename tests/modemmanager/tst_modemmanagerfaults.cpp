@@ -82,8 +82,8 @@ void ModemManagerFaultsTest::initTestCase()
     qDBusRegisterMetaType<QMap<uint, QDBusVariant>>();
     QVERIFY(m_bed.startBus());
     m_daemon = m_bed.adopt(std::make_unique<FakeManager>());
-    QVERIFY(onThreadOf(m_daemon, [this] {
-        return m_bed.connection().registerVirtualObject(kPath, m_daemon, QDBusConnection::SubPath);
+    QVERIFY(onThreadOf(m_daemon, [daemon = m_daemon, connection = m_bed.connection()]() mutable {
+        return connection.registerVirtualObject(kPath, daemon, QDBusConnection::SubPath);
     }));
     QVERIFY(m_bed.connection().registerService(kService));
 }

@@ -24,6 +24,11 @@ constexpr int kNotifyRewriteOther = 0x802;
 // Mode 0002: dashboards know the file by it. It is not to be widened.
 constexpr auto kConfigPermissions = QFile::WriteOther;
 
+QString toQString(const std::string &latin1)
+{
+    return QString::fromLatin1(latin1.data(), static_cast<qsizetype>(latin1.size()));
+}
+
 // Whether this thread is in the middle of a report, and was asked for another one meanwhile.
 struct ReportRun
 {
@@ -203,9 +208,7 @@ void CCollectionDataLogic::updateConfig()
     }
     file.close();
 
-    const std::string &simLock = m_data["Device_SimLock"];
-    setSimLockState(config,
-                    QString::fromLatin1(simLock.data(), static_cast<qsizetype>(simLock.size())));
+    setSimLockState(config, toQString(m_data["Device_SimLock"]));
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.setPermissions(kConfigPermissions);
         constexpr int kIndent = 4;
@@ -225,12 +228,35 @@ void CCollectionDataLogic::GetPath(std::wstring &path)
     path = dataDirectory(installPath).toStdWString();
 }
 
-bool CCollectionDataLogic::SendSMS(std::string, std::string)
+bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
 {
-    return false;
+    const Source source{kPath, __func__};
+    void *handle = nullptr;
+    const QString numberText = toQString(number);
+    const QString messageText = toQString(text);
+    qDebug("%s: %s:Entered ", source.path, source.function);
+    const long created = ZEPA_SMSSrv_CreateSMSRecord(&handle, numberText.utf16(),
+                                                     messageText.utf16());
+    // A warning for success, too: meant so.
+    qWarning("The Error code returned by the ZEPA_SMSSrv_CreateSMSRecord = %ld", created);
+    bool accepted = false;
+    if (created == 0) {
+        logLine(source, "%s: %s: %s: Calling ZEPA_SMSSrv_SendMsg ()");
+        const long sent = ZEPA_SMSSrv_SendMsg(handle);
+        logLine(source, "%s: %s: %s: ZEPA_SMSSrv_SendMsg () returned %li", sent);
+        accepted = sent == 0;
+    }
+    // There may be a record after a failure as well.
+    if (handle)
+        ZEPA_SMSSrv_ReleaseSMSRecord(&handle);
+    return accepted;
 }
 
-bool CCollectionDataLogic::SmsReportSetting(bool)
+bool CCollectionDataLogic::SmsReportSetting(bool enable)
 {
-    return false;
+    const Source source{kPath, __func__};
+    logLine(source, "%s : %s: %s:ZEPA_SMSSrv_SetSMSReceiptNotify() Calling: %d", int{enable});
+    const long result = ZEPA_SMSSrv_SetSMSReceiptNotify(enable);
+    logLine(source, "%s : %s: %s:ZEPA_SMSSrv_SetSMSReceiptNotify() return %li", result);
+    return result == 0;
 }

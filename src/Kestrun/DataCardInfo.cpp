@@ -3,16 +3,27 @@
 
 #include "BoundedText.h"
 #include "Log.h"
+#include "Platform.h"
+#include "SmsTrigger.h"
+
+#include <QMutex>
+#include <QSettings>
 
 #include <cstring>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 using namespace kestrun;
 
 namespace {
 
 constexpr char kPath[] = "../../src/Kestrun/DataCardInfo";
+
+// Looked up in the working directory of the host.
+constexpr char kSysConfig[] = "SysConfig.dat";
+constexpr char kVersionKey[] = "EHIDS_PRODUCT_VERSION/VALUE";
+constexpr char kVolumePathKey[] = "Volumes/path1";
 
 // The plain text that some calls fill, as a record like those of the others.
 struct ShortText
@@ -75,6 +86,28 @@ const char *productFamily(std::int32_t productType)
         return "TD_SCDMA";
     }
     return "";
+}
+
+// A text of an INI file; empty if file, section or key is missing.
+QString readSetting(const QString &file, const char *key)
+{
+    return QSettings(file, QSettings::IniFormat).value(QLatin1String(key)).toString();
+}
+
+// What the answers to the SMS-trigger query have come to. They may arrive on another thread.
+std::string g_strSmsTrigger;
+QBasicMutex s_triggerMutex;
+
+std::string triggerVerdict()
+{
+    const QMutexLocker lock(&s_triggerMutex);
+    return g_strSmsTrigger;
+}
+
+void setTriggerVerdict(const std::string &verdict)
+{
+    const QMutexLocker lock(&s_triggerMutex);
+    g_strSmsTrigger = verdict;
 }
 
 } // namespace
@@ -261,8 +294,67 @@ void CDataCardInfo::GetSimlockState(_DEVICE_INFO &rec)
     rec.strSimLock = std::to_string(state);
 }
 
-void CDataCardInfo::GetSmsTrigger(_DEVICE_INFO &) {}
+void CDataCardInfo::GetSmsTrigger(_DEVICE_INFO &rec)
+{
+    const Source source{kPath, __func__};
+    setTriggerVerdict({});
+    constexpr std::int32_t kLength = sizeof kTriggerCommand - 1;
+    logLine(source, "%s: %s: %s: Calling GetSmsTrigger().");
+    m_pfnDataRev = RecDataFunc;
+    if (ZEPA_RegDataRevCallBack(m_pfnDataRev) != 0)
+        return;
+    logLine(source, "%s: %s: %s: Calling GetSmsTrigger():AT command:%s", kTriggerCommand);
+    // The device service has delivered the answer when the second of these calls returns.
+    if (ZEPA_ExuceATCmd(kTriggerCommand, kLength) == 0 && ZEPA_EndExuceATCmd() == 0)
+        logLine(source, "%s: %s: %s: ZEPA_EndExuceATCmd Successful.");
+    if (ZEPA_UnRegDataRevCallBack(m_pfnDataRev) != 0)
+        logLine(source, "%s: %s: %s: ZEPA_UnRegDataRevCallBack Failed.");
+    rec.strSmsTrigger = triggerVerdict();
+}
 
-void CDataCardInfo::GetDeviceDverPC(_DEVICE_INFO &) {}
+int CDataCardInfo::RecDataFunc(void *data, int)
+{
+    const std::string response = data ? static_cast<const char *>(data) : "";
+    qDebug("pfnDataRev () Response data: %s", response.c_str());
+    try {
+        const auto [verdict, result] = judgeTriggerResponse(response, triggerVerdict());
+        setTriggerVerdict(verdict);
+        return result;
+    } catch (const std::out_of_range &error) {
+        // The device service is C: nothing may be thrown through it.
+        qWarning("pfnDataRev () Response data is cut short, the SMS trigger stays as it was: %s",
+                 error.what());
+        return 1;
+    }
+}
 
-void CDataCardInfo::GetDeviceDverCD(_DEVICE_INFO &) {}
+void CDataCardInfo::GetDeviceDverPC(_DEVICE_INFO &rec)
+{
+    rec.strDverPc.clear();
+    logCalled({kPath, __func__});
+    rec.strDverPc = readSetting(QLatin1String(kSysConfig), kVersionKey).toLatin1().toStdString();
+    logValue("strDverPc", rec.strDverPc);
+}
+
+void CDataCardInfo::GetDeviceDverCD(_DEVICE_INFO &rec)
+{
+    rec.strDverCD.clear();
+    const QString portDetect = systemLocation(
+        QStringLiteral("/Library/StartupItems/VLPortDetect/config"));
+    QString path = readSetting(portDetect, kVolumePathKey);
+    // The volume's name has no effect; that it is read and put right all the same is meant.
+    QString name = readSetting(portDetect, "Volumes/name");
+    if (name == QLatin1String("Pelican"))
+        name = QStringLiteral("Pelican Broadband PX4410");
+
+    if (path.isEmpty()) {
+        path = readSetting(systemLocation(QStringLiteral("/Applications/Brisklane.app/Contents/"
+                                                         "Resources/config/autorun/config_mac")),
+                           kVolumePathKey);
+    }
+    if (path.isEmpty())
+        return;
+    // Glued on as it stands: the mount path is expected to end in a slash.
+    path += QStringLiteral("Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat");
+    rec.strDverCD = readSetting(path, kVersionKey).toLatin1().toStdString();
+}

@@ -60,9 +60,21 @@ public:
     /// Publishes "0" when the device service cannot tell.
     void GetSimlockState(_DEVICE_INFO &rec);
 
+    /// Asks the card over the AT channel; one exchange at a time in the process. Keeps the field
+    /// as it was when the channel cannot be had.
     void GetSmsTrigger(_DEVICE_INFO &rec);
+
+    /// From "SysConfig.dat" in the host's working directory.
     void GetDeviceDverPC(_DEVICE_INFO &rec);
+
+    /// From the CD volume whose mount path the port-detect startup item has stored, or else the
+    /// dashboard's autorun configuration.
     void GetDeviceDverCD(_DEVICE_INFO &rec);
+
+    /// Takes one piece of the answer to GetSmsTrigger()'s command, on any thread. `data` is text
+    /// up to its NUL, or null; `length` is not looked at. Returns 0 if the piece settles the query
+    /// negatively, else 1. Never throws.
+    static int RecDataFunc(void *data, int length);
 
 private:
     std::map<std::string, std::string> m_data;

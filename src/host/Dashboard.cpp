@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "Dashboard.h"
+
+#include "Failure.h"
+#include "PluginOutput.h"
+#include "TrialRoot.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+// Paths are made absolute before the working directory moves.
+QString absolute(const QString &file)
+{
+    return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
+}
+
+HostOptions resolved(HostOptions options)
+{
+    options.plugin = absolute(options.plugin.isEmpty() ? PluginLibrary::defaultFile()
+                                                       : options.plugin);
+    options.sdk = absolute(options.sdk);
+    options.root = absolute(options.root);
+    if (QFileInfo(options.card).isFile())
+        options.card = absolute(options.card);
+    return options;
+}
+
+} // namespace
+
+Dashboard::Dashboard(const HostOptions &options)
+    : m_options(resolved(options)), m_plugin(m_options.plugin),
+      m_deviceService(m_options.sdk, m_options.plugin)
+{
+    setPluginLog(m_options.log);
+    m_plugin.load();
+    if (!m_options.card.isEmpty())
+        m_deviceService.start(m_options.card);
+    if (m_options.root.isEmpty())
+        return;
+    m_plugin.setSystemRoot(m_options.root);
+    const TrialRoot root(m_options.root);
+    const bool first = root.isNew();
+    if (first)
+        root.prepareSettings();
+    if (!QDir::setCurrent(m_options.root))
+        failRun(
+            QStringLiteral("%1 cannot be entered; grant the right to do so").arg(m_options.root));
+    // The plug-in knows its directory from the settings that now stand in the working directory.
+    if (first)
+        root.prepareDataDirectory(m_plugin.dataDirectory());
+}
+
+Dashboard::~Dashboard()
+{
+    shutDown();
+}
+
+void Dashboard::init()
+{
+    const PluginOutput quiet(m_options.log);
+    m_interfaces = m_plugin.instance();
+    m_object = m_interfaces.object;
+    if (!m_interfaces.base->Init())
+        failRun(QStringLiteral("the plug-in could not start; --log shows what it says"));
+}
+
+void Dashboard::shutDown()
+{
+    const PluginOutput quiet(m_options.log);
+    if (m_object) {
+        m_interfaces.base->OnDestroy();
+        delete m_object.data();
+    }
+    m_plugin.destroyController();
+    m_deviceService.stop();
+}
+
+int Dashboard::notify(unsigned int message, unsigned int param1, unsigned int param2)
+{
+    const PluginOutput quiet(m_options.log);
+    return m_interfaces.notify->Notify(message, param1, param2);
+}
+
+bool Dashboard::sendSms(const std::string &number, const std::string &text)
+{
+    return m_plugin.sendSms(number, text);
+}
+
+bool Dashboard::setReceipts(bool enable)
+{
+    return m_plugin.setReceipts(enable);
+}

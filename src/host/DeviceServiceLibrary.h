@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "DeviceServiceControl.h"
+
+#include <QString>
+
+/// The device-service library, loaded before the plug-in as a dashboard does it.
+///
+/// One object at a time, on the main thread; the library stays loaded.
+class DeviceServiceLibrary
+{
+public:
+    /// Loads `file`, or if that is empty the library beside `plugin`, or else the one that the
+    /// system finds. Throws Failure.
+    DeviceServiceLibrary(const QString &file, const QString &plugin);
+
+    /// Starts a card: a shipped one, a card file, or "modemmanager[:IMEI]". Throws Failure, also
+    /// where the library is a maker's and has no control interface.
+    void start(const QString &card);
+
+    /// Ends the service if it was started.
+    void stop();
+
+    /// Null for a maker's library.
+    const DeviceServiceControl *control() const { return m_control; }
+
+    /// The control interface; throws Failure for a maker's library.
+    const DeviceServiceControl &requireControl() const;
+
+    static QString fileName();
+
+private:
+    QString m_file;
+    const DeviceServiceControl *m_control = nullptr;
+};

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Output.h"
+#include "Report.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+unsigned int toNumber(const QString &text)
+{
+    static const QRegularExpression form(QStringLiteral("^(0[xX][0-9a-fA-F]+|[0-9]+)$"));
+    bool ok = form.match(text).hasMatch();
+    const int base = text.startsWith(QStringLiteral("0x"), Qt::CaseInsensitive) ? 16 : 10;
+    const unsigned int number = ok ? text.toUInt(&ok, base) : 0;
+    if (!ok) {
+        failUsage(
+            QStringLiteral("\"%1\" is no number; write it as 4096 or 0x1000, up to 0xffffffff")
+                .arg(text));
+    }
+    return number;
+}
+
+} // namespace
+
+ExitStatus runNotify(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("Sends the plug-in a message and tells what it did."));
+    line.addHostOptions();
+    line.addArgument(QStringLiteral("message"),
+                     QStringLiteral("A number, e.g. 4096 or 0x802: these two rewrite the report."));
+    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("Two numbers that go with it."),
+                     QStringLiteral("[p1 p2]"));
+    line.read(arguments, 1, 3);
+    QList<unsigned int> numbers;
+    for (const QString &text : line.positional())
+        numbers << toNumber(text);
+    if (numbers.size() == 2)
+        failUsage(QStringLiteral("there are two parameters or none"));
+    numbers.resize(3);
+
+    Dashboard dashboard(line.hostOptions());
+    dashboard.init();
+    const FileState before(dashboard.reportFile());
+    const int result = dashboard.notify(numbers.at(0), numbers.at(1), numbers.at(2));
+    const bool rewritten = !(FileState(dashboard.reportFile()) == before);
+    print(QStringLiteral("Result %1; the report was %2.\n")
+              .arg(result)
+              .arg(rewritten ? QStringLiteral("rewritten") : QStringLiteral("not rewritten")));
+    return ExitStatus::Done;
+}

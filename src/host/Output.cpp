@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#include "Output.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+void put(FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+QString visible(const QString &text)
+{
+    QString shown;
+    for (const QChar character : text) {
+        if (character.category() == QChar::Other_Control)
+            shown += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            shown += character;
+    }
+    return shown;
+}
+
+} // namespace
+
+void print(const QString &text)
+{
+    put(stdout, text);
+}
+
+void printError(const QString &line)
+{
+    put(stderr, line + QLatin1Char('\n'));
+}
+
+QString table(const QList<std::pair<QString, QString>> &rows)
+{
+    qsizetype width = 0;
+    for (const auto &[name, value] : rows)
+        width = std::max(width, name.size());
+    QString text;
+    for (const auto &[name, value] : rows) {
+        QString line = name.leftJustified(width + 2) + visible(value);
+        while (line.endsWith(QLatin1Char(' ')))
+            line.chop(1);
+        text += line + QLatin1Char('\n');
+    }
+    return text;
+}

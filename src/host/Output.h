@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <utility>
+
+/// Writes UTF-8 to standard output at once.
+void print(const QString &text);
+
+/// Writes one line to standard error.
+void printError(const QString &line);
+
+/// Two aligned columns, a line for each row. Control characters are shown as "\xNN".
+QString table(const QList<std::pair<QString, QString>> &rows);

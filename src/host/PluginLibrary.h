@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "INotify.h"
+#include "IUIPlugin.h"
+
+#include <QLibrary>
+#include <QPluginLoader>
+
+#include <string>
+
+/// The plug-in's file: loaded, checked as a dashboard checks it, and asked for its object.
+///
+/// The host does not link to the library, so that a missing or wrong file is a message and not a
+/// program that does not start. On the main thread.
+class PluginLibrary
+{
+public:
+    /// Checks what can be checked before any of the file's code runs: that it is there, and has
+    /// Qt metadata of the right identifier. Throws Failure.
+    explicit PluginLibrary(const QString &file);
+
+    /// Loads the file and compares its verification text. Throws Failure.
+    void load();
+
+    /// The plug-in's object with its three interfaces, all of them there. Throws Failure.
+    struct Object
+    {
+        QObject *object;
+        IBasePlugin *base;
+        IUIPlugin *window;
+        INotify *notify;
+    };
+    Object instance();
+
+    /// The controller, once the plug-in has been initialised.
+    QObject *controller() const;
+
+    void destroyController() const;
+    QString dataDirectory() const;
+    bool sendSms(const std::string &number, const std::string &text) const;
+    bool setReceipts(bool enable) const;
+    void setSystemRoot(const QString &directory) const;
+
+    /// The plug-in file of this installation or build.
+    static QString defaultFile();
+
+private:
+    template <typename Function>
+    Function resolve(const char *symbol) const;
+
+    QString m_file;
+    QPluginLoader m_loader;
+    mutable QLibrary m_library;
+};

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "Report.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStorageInfo>
+#include <QStringList>
+#include <QXmlStreamReader>
+
+std::optional<ReportValues> reportValues(const QByteArray &xml)
+{
+    ReportValues values;
+    QStringList path;
+    QString text;
+    bool leaf = false;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::StartElement:
+            path << reader.name().toString();
+            text.clear();
+            leaf = true;
+            break;
+        case QXmlStreamReader::Characters:
+            text += reader.text();
+            break;
+        case QXmlStreamReader::EndElement:
+            if (leaf)
+                values.append({path.join(QLatin1Char('/')), text});
+            leaf = false;
+            path.removeLast();
+            break;
+        default:
+            break;
+        }
+    }
+    if (reader.hasError())
+        return std::nullopt;
+    return values;
+}
+
+FileState::FileState(const QString &file)
+{
+    const QFileInfo info(file);
+    exists = info.exists();
+    modified = info.lastModified();
+    size = info.size();
+}
+
+QString whyNotWritten(const QString &file)
+{
+    const QFileInfo info(file);
+    QString missing;
+    for (QFileInfo above(info.path()); !above.exists(); above.setFile(above.path()))
+        missing = above.filePath();
+    if (!missing.isEmpty()) {
+        return QStringLiteral("the directory %1 is missing; the dashboard's installation makes it, "
+                              "and --root DIR does without")
+            .arg(missing);
+    }
+    if (info.isDir())
+        return QStringLiteral("%1 is a directory; move it away").arg(file);
+    if (info.exists() && !info.isWritable())
+        return QStringLiteral("there is no right to write %1; grant it, or remove the file")
+            .arg(file);
+    const QFileInfo directory(info.path());
+    if (!info.exists() && !directory.isWritable())
+        return QStringLiteral("there is no right to make files in %1; grant it")
+            .arg(directory.filePath());
+    constexpr qint64 kSmall = 65'536;
+    if (QStorageInfo(info.path()).bytesAvailable() < kSmall)
+        return QStringLiteral("the disk that holds %1 is full; make room").arg(info.path());
+    return QStringLiteral("%1 was not written as a whole, for a reason that cannot be seen from "
+                          "here; --log shows what the plug-in says")
+        .arg(file);
+}
+
+ConfigState::ConfigState(const QString &fileName) : file(fileName)
+{
+    QFile config(fileName);
+    readable = config.open(QIODevice::ReadOnly);
+    if (!readable)
+        return;
+    QXmlStreamReader reader(&config);
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement
+            && reader.name() == QLatin1String("LatestSimLockState"))
+            simLocks << reader.readElementText(QXmlStreamReader::IncludeChildElements);
+    }
+}
+
+QString configChange(const ConfigState &before, const ConfigState &after)
+{
+    if (!after.file.exists)
+        return QStringLiteral("there is none");
+    if (!after.readable && after.file == before.file)
+        return QStringLiteral("not updated: it has mode 0002, by which its owner cannot open it "
+                              "again (this is meant)");
+    if (!after.readable)
+        return QStringLiteral("rewritten, but it has mode 0002 and cannot be read to tell what "
+                              "changed");
+    if (after.file.size == 0)
+        return QStringLiteral("empty now: it was missing, or was not XML");
+    if (after.simLocks.isEmpty())
+        return QStringLiteral("no LatestSimLockState in it");
+    const QString now = after.simLocks.join(QStringLiteral(", "));
+    if (before.simLocks == after.simLocks)
+        return QStringLiteral("LatestSimLockState %1, as before").arg(now);
+    return QStringLiteral("LatestSimLockState %1 \u2192 %2")
+        .arg(before.simLocks.join(QStringLiteral(", ")), now);
+}

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Output.h"
+#include "Report.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+QByteArray readWritten(const QString &file, const FileState &before)
+{
+    QFile report(file);
+    if (FileState(file) == before || !report.open(QIODevice::ReadOnly))
+        return {};
+    return report.readAll();
+}
+
+QJsonDocument toJson(const ReportValues &values)
+{
+    QJsonObject object;
+    for (const auto &[path, value] : values)
+        object.insert(path, value);
+    return QJsonDocument(object);
+}
+
+} // namespace
+
+ExitStatus runReport(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("Starts the plug-in once, as a dashboard does, and shows the "
+                                    "report that it wrote."));
+    line.addHostOptions();
+    line.addFlag(QStringLiteral("xml"), QStringLiteral("Print the file as it is."));
+    line.addFlag(QStringLiteral("json"), QStringLiteral("Print the values by element path."));
+    line.read(arguments);
+
+    Dashboard dashboard(line.hostOptions());
+    const QString file = dashboard.reportFile();
+    const FileState before(file);
+    const ConfigState configBefore(dashboard.configFile());
+    dashboard.init();
+    const QByteArray xml = readWritten(file, before);
+    const ConfigState configAfter(dashboard.configFile());
+    dashboard.shutDown();
+
+    const auto values = reportValues(xml);
+    if (!values)
+        failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));
+    if (line.has(QStringLiteral("xml"))) {
+        print(QString::fromUtf8(xml));
+    } else if (line.has(QStringLiteral("json"))) {
+        print(QString::fromUtf8(toJson(*values).toJson()));
+    } else {
+        print(table(*values));
+        print(QStringLiteral("\nReport:     %1\nConfig.xml: %2\n")
+                  .arg(file, configChange(configBefore, configAfter)));
+    }
+    return ExitStatus::Done;
+}

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Output.h"
+
+namespace {
+
+// Messages go through the plug-in as bytes of Latin-1.
+std::string latin1(const QString &what, const QString &text)
+{
+    const QByteArray bytes = text.toLatin1();
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        if (text.at(index).unicode() > 0xff) {
+            failUsage(QStringLiteral("the %1 has a character outside Latin-1, \"%2\" at position "
+                                     "%3; nothing was sent")
+                          .arg(what, text.mid(index, text.at(index).isHighSurrogate() ? 2 : 1))
+                          .arg(index + 1));
+        }
+    }
+    return bytes.toStdString();
+}
+
+// What the emulated card keeps of the messages that it was given.
+QString sentMessages(const DeviceServiceLibrary &service)
+{
+    QString lines;
+    if (!service.control())
+        return lines;
+    const QString journal = QString::fromUtf8(service.control()->journal());
+    for (const QString &line : journal.split(QLatin1Char('\n'))) {
+        if (line.startsWith(QStringLiteral("SMS ")))
+            lines += line + QLatin1Char('\n');
+    }
+    return lines;
+}
+
+void send(const CommandLine &line)
+{
+    const std::string number = latin1(QStringLiteral("number"), line.positional().at(1));
+    const std::string text = latin1(QStringLiteral("text"), line.positional().at(2));
+    Dashboard dashboard(line.hostOptions());
+    dashboard.init();
+    if (line.has(QStringLiteral("receipt")) && !dashboard.setReceipts(true))
+        failRun(QStringLiteral("the device service refused delivery receipts; nothing was sent"));
+    if (!dashboard.sendSms(number, text))
+        failRun(QStringLiteral("the device service refused the message; --log shows its answer"));
+    print(QStringLiteral("The device service took the message.\n")
+          + sentMessages(dashboard.deviceService()));
+}
+
+void setReceipts(const CommandLine &line)
+{
+    const QString choice = line.positional().at(1);
+    const bool on = choice == QLatin1String("on");
+    if (!on && choice != QLatin1String("off"))
+        failUsage(QStringLiteral("\"%1\" is neither on nor off").arg(choice));
+    Dashboard dashboard(line.hostOptions());
+    dashboard.init();
+    if (!dashboard.setReceipts(on))
+        failRun(QStringLiteral("the device service refused the setting; --log shows its answer"));
+    print(
+        QStringLiteral("The device service took the setting: delivery receipts %1.\n").arg(choice));
+}
+
+} // namespace
+
+ExitStatus runSms(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("Sends a message through the card, or switches delivery "
+                                    "receipts, through the plug-in as a dashboard does."));
+    line.addHostOptions();
+    line.addFlag(QStringLiteral("receipt"),
+                 QStringLiteral("Ask for delivery receipts before sending."));
+    line.addArgument(QStringLiteral("what"),
+                     QStringLiteral("send NUMBER TEXT, or receipts on|off."),
+                     QStringLiteral("send NUMBER TEXT | receipts on|off"));
+    line.read(arguments, 2, 3);
+
+    const QString what = line.positional().at(0);
+    const qsizetype count = line.positional().size();
+    if (what == QLatin1String("send") && count == 3)
+        send(line);
+    else if (what == QLatin1String("receipts") && count == 2)
+        setReceipts(line);
+    else
+        failUsage(QStringLiteral("say \"sms send NUMBER TEXT\" or \"sms receipts on|off\""));
+    return ExitStatus::Done;
+}

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "TrialRoot.h"
+
+#include "Failure.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+namespace {
+
+constexpr char kConfig[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+<Config>
+    <Language>en-us</Language>
+    <HistoryData>
+        <LatestSimLockState>1</LatestSimLockState>
+        <LatestIMSI></LatestIMSI>
+    </HistoryData>
+</Config>
+)";
+
+void makeDirectory(const QString &directory)
+{
+    if (!QDir().mkpath(directory)) {
+        failRun(QStringLiteral("the directory %1 cannot be made; name a root that you may write "
+                               "with --root DIR")
+                    .arg(directory));
+    }
+}
+
+void writeSettings(const QString &file, const QList<std::pair<QString, QString>> &values)
+{
+    makeDirectory(QFileInfo(file).path());
+    QSettings settings(file, QSettings::IniFormat);
+    for (const auto &[key, value] : values)
+        settings.setValue(key, value);
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        failRun(QStringLiteral("%1 cannot be written; name a root that you may write with --root "
+                               "DIR")
+                    .arg(file));
+    }
+}
+
+} // namespace
+
+bool TrialRoot::isNew() const
+{
+    return !QFileInfo::exists(settingsFile());
+}
+
+QString TrialRoot::settingsFile() const
+{
+    return m_directory + QStringLiteral("/SysConfig.dat");
+}
+
+void TrialRoot::prepareSettings() const
+{
+    const QString versionKey = QStringLiteral("EHIDS_PRODUCT_VERSION/VALUE");
+    const QString volume = m_directory + QStringLiteral("/Volumes/Brisklane/");
+    writeSettings(m_directory + QStringLiteral("/Library/StartupItems/VLPortDetect/config"),
+                  {{QStringLiteral("Volumes/path1"), volume},
+                   {QStringLiteral("Volumes/name"), QStringLiteral("Brisklane")}});
+    writeSettings(volume
+                      + QStringLiteral("Contents/Resources/Brisklane.mpkg/Contents/Resources/"
+                                       "SysConfig.dat"),
+                  {{versionKey, QStringLiteral("11.302.09.01.000")}});
+    // Last: with this file the root counts as prepared.
+    writeSettings(
+        settingsFile(),
+        {{QStringLiteral("EHIDS_PRODUCT_VERSION/APP_INSTALL_PATH"), QStringLiteral("Brisk Lane")},
+         {versionKey, QStringLiteral("11.302.09.00.000")}});
+}
+
+void TrialRoot::prepareDataDirectory(const QString &dataDirectory) const
+{
+    makeDirectory(dataDirectory);
+    QFile config(dataDirectory + QStringLiteral("Config.xml"));
+    if (!config.exists() && (!config.open(QIODevice::WriteOnly) || config.write(kConfig) < 0)) {
+        failRun(QStringLiteral("%1 cannot be written: %2; name a root that you may write with "
+                               "--root DIR")
+                    .arg(config.fileName(), config.errorString()));
+    }
+}

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Commands.h"
+#include "StopSignals.h"
+#include "Watcher.h"
+
+#include <QCoreApplication>
+
+ExitStatus runWatch(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral(
+        "Starts the plug-in and tells of its signals, of each rewrite of the report and of each "
+        "value that changed, until Ctrl-C or SIGTERM. Takes commands for the emulated card from "
+        "standard input: insert [CARD], remove, event NUMBER, set FIELD VALUE."));
+    line.addHostOptions();
+    line.addFlag(QStringLiteral("json"), QStringLiteral("Print one object a line."));
+    line.read(arguments);
+
+    Dashboard dashboard(line.hostOptions());
+    StopSignals stop;
+    QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
+                     &QCoreApplication::quit);
+    Watcher watcher(dashboard,
+                    line.has(QStringLiteral("json")) ? Watcher::Form::Json : Watcher::Form::Text);
+    dashboard.init();
+    watcher.start();
+    QCoreApplication::exec();
+    dashboard.shutDown();
+    const DeviceServiceControl *const control = dashboard.deviceService().control();
+    watcher.tellEnd(control ? control->callbackCount() : 0);
+    return ExitStatus::Done;
+}

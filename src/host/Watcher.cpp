@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include "Watcher.h"
+
+#include "Output.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QTime>
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kCommands[] = "insert [CARD] | remove | event NUMBER | set FIELD VALUE";
+
+QString valueOf(const ReportValues &values, const QString &path)
+{
+    const auto found = std::find_if(values.begin(), values.end(),
+                                    [&](const auto &entry) { return entry.first == path; });
+    return found == values.end() ? QString() : found->second;
+}
+
+} // namespace
+
+Watcher::Watcher(Dashboard &dashboard, Form form)
+    : m_dashboard(dashboard), m_form(form), m_reportFile(dashboard.reportFile()),
+      m_reportState(m_reportFile), m_input(STDIN_FILENO, QSocketNotifier::Read)
+{
+    QFile file(m_reportFile);
+    if (file.open(QIODevice::ReadOnly))
+        m_reportXml = file.readAll();
+    // A rewrite is several changes of the file in a row.
+    constexpr int kSettleMs = 30;
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(kSettleMs);
+    connect(&m_settle, &QTimer::timeout, this, &Watcher::checkReport);
+    const auto changed = [this] { m_settle.start(); };
+    connect(&m_files, &QFileSystemWatcher::fileChanged, this, changed);
+    connect(&m_files, &QFileSystemWatcher::directoryChanged, this, changed);
+    connect(&m_input, &QSocketNotifier::activated, this, &Watcher::readCommands);
+}
+
+void Watcher::start()
+{
+    QObject *const controller = m_dashboard.plugin().controller();
+    connect(controller, SIGNAL(DeviceAvailable()), this, SLOT(onAvailable()));
+    connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
+    checkReport();
+    if (m_values.isEmpty()) {
+        const QString why = whyNotWritten(m_reportFile);
+        tell(QStringLiteral("no report: ") + why,
+             {{QStringLiteral("type"), QStringLiteral("error")}, {QStringLiteral("message"), why}});
+    }
+}
+
+void Watcher::tellEnd(int callbacks)
+{
+    tell(QStringLiteral("ended; %1 callbacks are still registered").arg(callbacks),
+         {{QStringLiteral("type"), QStringLiteral("end")},
+          {QStringLiteral("callbacks"), callbacks}});
+}
+
+void Watcher::onAvailable()
+{
+    tell(QStringLiteral("signal DeviceAvailable"),
+         {{QStringLiteral("type"), QStringLiteral("signal")},
+          {QStringLiteral("name"), QStringLiteral("DeviceAvailable")}});
+}
+
+void Watcher::onUnavailable()
+{
+    tell(QStringLiteral("signal DeviceUnavailable"),
+         {{QStringLiteral("type"), QStringLiteral("signal")},
+          {QStringLiteral("name"), QStringLiteral("DeviceUnavailable")}});
+}
+
+void Watcher::readCommands()
+{
+    char buffer[4096];
+    const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
+    if (count <= 0) {
+        // Closed: nothing more will come, and asking again would spin.
+        m_input.setEnabled(false);
+        return;
+    }
+    m_inputBuffer.append(buffer, count);
+    for (qsizetype end; (end = m_inputBuffer.indexOf('\n')) >= 0;) {
+        const QString line = QString::fromUtf8(m_inputBuffer.first(end)).trimmed();
+        m_inputBuffer.remove(0, end + 1);
+        if (!line.isEmpty())
+            runCommand(line);
+        checkReport();
+    }
+}
+
+void Watcher::runCommand(const QString &line)
+{
+    const DeviceServiceControl *const control = m_dashboard.deviceService().control();
+    const auto wrong = [this](const QString &message) {
+        tell(message,
+             {{QStringLiteral("type"), QStringLiteral("error")},
+              {QStringLiteral("message"), message}});
+    };
+    if (!control)
+        return wrong(QStringLiteral("this device service takes no commands"));
+
+    const QString command = line.section(QLatin1Char(' '), 0, 0);
+    const QString rest = line.section(QLatin1Char(' '), 1).trimmed();
+    bool known = true;
+    int result = 0;
+    if (command == QLatin1String("insert")) {
+        if (!rest.isEmpty())
+            result = control->loadCard(rest.toUtf8().constData());
+        if (result == 0)
+            result = control->insert();
+    } else if (command == QLatin1String("remove") && rest.isEmpty()) {
+        result = control->remove();
+    } else if (command == QLatin1String("event")) {
+        const int event = rest.toInt(&known);
+        if (known)
+            result = control->raiseEvent(event);
+    } else if (command == QLatin1String("set") && !rest.isEmpty()) {
+        result = control->setField(
+            rest.section(QLatin1Char(' '), 0, 0).toUtf8().constData(),
+            rest.section(QLatin1Char(' '), 1).trimmed().toUtf8().constData());
+    } else {
+        known = false;
+    }
+    if (!known)
+        wrong(QStringLiteral("\"%1\" is no command; the commands are: %2")
+                  .arg(line, QLatin1String(kCommands)));
+    else if (result != 0)
+        wrong(QString::fromUtf8(control->lastError()));
+}
+
+void Watcher::watchFiles()
+{
+    // A file that was removed and made again has fallen out of the list.
+    for (const QString &path : {m_reportFile, QFileInfo(m_reportFile).path()}) {
+        if (QFileInfo::exists(path))
+            m_files.addPath(path);
+    }
+}
+
+void Watcher::checkReport()
+{
+    watchFiles();
+    const FileState state(m_reportFile);
+    QFile file(m_reportFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray xml = file.readAll();
+    const auto values = reportValues(xml);
+    if (!values) {
+        // In the middle of a rewrite: its next change comes.
+        return;
+    }
+    if (state == m_reportState && xml == m_reportXml)
+        return;
+    m_reportState = state;
+    m_reportXml = xml;
+    tell(QStringLiteral("report rewritten: ") + m_reportFile,
+         {{QStringLiteral("type"), QStringLiteral("report")},
+          {QStringLiteral("file"), m_reportFile}});
+    for (const auto &[path, value] : *values) {
+        const QString before = valueOf(m_values, path);
+        if (value == before)
+            continue;
+        tell(QStringLiteral("  %1: \"%2\" \u2192 \"%3\"").arg(path, before, value),
+             {{QStringLiteral("type"), QStringLiteral("change")},
+              {QStringLiteral("field"), path},
+              {QStringLiteral("old"), before},
+              {QStringLiteral("new"), value}});
+    }
+    m_values = *values;
+}
+
+void Watcher::tell(const QString &text, QJsonObject object)
+{
+    const QString time = QTime::currentTime().toString(Qt::ISODateWithMs);
+    if (m_form == Form::Text) {
+        print(time + QLatin1Char(' ') + text + QLatin1Char('\n'));
+        return;
+    }
+    object.insert(QStringLiteral("time"), time);
+    print(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))
+          + QLatin1Char('\n'));
+}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "Commands.h"
+#include "Output.h"
+
+#include <QCoreApplication>
+#include <QHashSeed>
+
+namespace {
+
+struct Command
+{
+    const char *name;
+    const char *summary;
+    ExitStatus (*run)(const QStringList &arguments);
+};
+
+constexpr Command kCommands[] = {
+    {"report", "write a report, as a dashboard's start does, and show it", runReport},
+    {"watch", "stay, and tell what the plug-in does", runWatch},
+    {"sms", "send a message, or switch delivery receipts", runSms},
+    {"notify", "send the plug-in a message", runNotify},
+    {"cards", "list the emulated cards", runCards},
+    {"inspect", "tell whether a dashboard would take a plug-in file", runInspect},
+};
+
+QString usage()
+{
+    QList<std::pair<QString, QString>> rows;
+    for (const Command &command : kCommands)
+        rows.append(
+            {QStringLiteral("  ") + QLatin1String(command.name), QLatin1String(command.summary)});
+    return QStringLiteral(
+               "Usage: kestrun COMMAND [options]\n\n%1\n\"kestrun COMMAND --help\" tells "
+               "more of a command.\n")
+        .arg(table(rows));
+}
+
+ExitStatus runCommand(QStringList arguments)
+{
+    if (arguments.size() < 2)
+        failUsage(QStringLiteral("no command is given\n\n") + usage());
+    const QString name = arguments.takeAt(1);
+    if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
+        print(usage());
+        return ExitStatus::Done;
+    }
+    for (const Command &command : kCommands) {
+        if (name == QLatin1String(command.name))
+            return command.run(arguments);
+    }
+    failUsage(QStringLiteral("there is no command \"%1\"\n\n").arg(name) + usage());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // "Config.xml" goes through a document that writes attributes in hash order: one order, always.
+    QHashSeed::setDeterministicGlobalSeed();
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kestrun"));
+    try {
+        return static_cast<int>(runCommand(QCoreApplication::arguments()));
+    } catch (const Failure &failure) {
+        printError(QStringLiteral("kestrun: ") + failure.message);
+        return static_cast<int>(failure.status);
+    }
+}

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "TestSupport.h"
+
+#include "PluginEntry.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace {
+
+QMutex s_mutex;
+QStringList s_lines;
+
+void capture(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    static const QRegularExpression time(QStringLiteral("\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d"));
+    QString line = message;
+    line.replace(time, QStringLiteral("T"));
+    const QMutexLocker lock(&s_mutex);
+    s_lines << (type == QtWarningMsg ? QStringLiteral("W ") : QString()) + line;
+}
+
+} // namespace
+
+TestRoot::TestRoot() : m_workingDirectory(QDir::currentPath())
+{
+    KestrunSetSystemRoot(m_directory.path().toUtf8().constData());
+    QDir::setCurrent(m_directory.path());
+    QDir().mkpath(dataFile({}));
+}
+
+TestRoot::~TestRoot()
+{
+    KestrunSetSystemRoot(nullptr);
+    QDir::setCurrent(m_workingDirectory);
+}
+
+QString TestRoot::dataFile(const QString &name) const
+{
+    return path(QStringLiteral("usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate "
+                               "Data/"))
+        + name;
+}
+
+void TestRoot::write(const QString &file, const QByteArray &content) const
+{
+    const QString whole = QDir::isAbsolutePath(file) ? file : path(file);
+    QDir().mkpath(QFileInfo(whole).path());
+    QFile out(whole);
+    QVERIFY2(out.open(QIODevice::WriteOnly), qPrintable(out.errorString()));
+    out.write(content);
+}
+
+LogCapture::LogCapture()
+{
+    s_lines.clear();
+    qInstallMessageHandler(capture);
+}
+
+LogCapture::~LogCapture()
+{
+    qInstallMessageHandler(nullptr);
+}
+
+QStringList LogCapture::lines() const
+{
+    const QMutexLocker lock(&s_mutex);
+    return s_lines;
+}
+
+const DeviceServiceControl &startCard(const char *card)
+{
+    const DeviceServiceControl &control = *DevSrv_GetControl();
+    if (control.start("emulated") != 0 || control.loadCard(card) != 0)
+        qFatal("%s", control.lastError());
+    return control;
+}
+
+QStringList journal()
+{
+    return QString::fromUtf8(DevSrv_GetControl()->journal())
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void setFault(const char *function, const DevSrvFault &fault)
+{
+    if (DevSrv_GetControl()->setFault(function, &fault) != 0)
+        qFatal("%s", DevSrv_GetControl()->lastError());
+}
+
+QByteArray readFile(const QString &file)
+{
+    QFile in(file);
+    return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+#include "INotify.h"
+#include "IUIPlugin.h"
+
+#include <QJsonObject>
+#include <QLibrary>
+#include <QPluginLoader>
+#include <QPointer>
+#include <QProcess>
+#include <QRect>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <dlfcn.h>
+#include <memory>
+
+// The plug-in from outside: compiled with the public headers only, loaded by its path. Init() is
+// left to the tests that bring a card and a root.
+class tst_Plugin : public QObject
+{
+    Q_OBJECT
+
+private:
+    const QString m_file = QStringLiteral(PLUGIN_FILE);
+    QPluginLoader m_loader{m_file};
+
+    QStringList run(const char *tool, const QStringList &arguments) const
+    {
+        QProcess process;
+        process.start(QLatin1String(tool), arguments + QStringList{m_file});
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'));
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(m_loader.load(), qPrintable(m_loader.errorString())); }
+
+    void exportsNothingElse()
+    {
+        static const QRegularExpression allowed(QStringLiteral(
+            "^(qt_plugin_(instance|query_metadata_v2|query_verification_data)|KestrunSetSystemRoot"
+            "|_ZNK?20CCollectionDataLogic\\w+|_ZT[VIS]20CCollectionDataLogic|)$"));
+        QStringList names;
+        for (const QString &line :
+             run(NM, {QStringLiteral("-D"), QStringLiteral("--defined-only")}))
+            names << line.section(QLatin1Char(' '), 2);
+        QVERIFY(names.contains(QStringLiteral("_ZTV20CCollectionDataLogic")));
+        QVERIFY(names.contains(QStringLiteral("_ZN20CCollectionDataLogicD0Ev")));
+        for (const QString &name : names)
+            QVERIFY2(allowed.match(name).hasMatch(), qPrintable(name));
+    }
+
+    void needsTheDeviceServiceByItsName()
+    {
+        const QString dynamic = run(READELF, {QStringLiteral("-d")}).join(QLatin1Char('\n'));
+        QVERIFY(dynamic.contains(QStringLiteral("[libsdk.so.1]")));
+    }
+
+    void verificationText()
+    {
+        const auto text = reinterpret_cast<const char *(*)()>(
+            QLibrary::resolve(m_file, "qt_plugin_query_verification_data"));
+        QVERIFY(text);
+        QCOMPARE(text(),
+                 "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.6.2\ndebug=false\n"
+                 "buildkey=macosx macx g++-4 full-config");
+    }
+
+    void metadata()
+    {
+        const QJsonObject metadata = m_loader.metaData();
+        QCOMPARE(metadata.value(QStringLiteral("IID")).toString(),
+                 QStringLiteral("com.velmora.brisklane.plugin.IBasePlugin"));
+        QCOMPARE(metadata.value(QStringLiteral("MetaData"))
+                     .toObject()
+                     .value(QStringLiteral("CLSID"))
+                     .toString(),
+                 QStringLiteral("6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E"));
+    }
+
+    void oneObjectUntilItIsDeleted()
+    {
+        // Without Qt's loader, as well.
+        void *const handle = dlopen(PLUGIN_FILE, RTLD_LAZY);
+        QVERIFY2(handle, dlerror());
+        const auto instance = reinterpret_cast<QObject *(*)()>(dlsym(handle, "qt_plugin_instance"));
+        QPointer<QObject> object = instance();
+        QVERIFY(object);
+        QVERIFY(!object->parent());
+        QCOMPARE(instance(), object.data());
+        QCOMPARE(m_loader.instance(), object.data());
+        delete object.data();
+        QVERIFY(!object);
+        const std::unique_ptr<QObject> next(instance());
+        QVERIFY(next);
+        QCOMPARE(instance(), next.get());
+        dlclose(handle);
+    }
+
+    void casts()
+    {
+        const std::unique_ptr<QObject> object(m_loader.instance());
+        auto *const base = qobject_cast<IBasePlugin *>(object.get());
+        auto *const window = qobject_cast<IUIPlugin *>(object.get());
+        QVERIFY(base && window && qobject_cast<INotify *>(object.get()));
+        QCOMPARE(static_cast<IBasePlugin *>(window), base);
+        QCOMPARE(object->qt_metacast("IUIPlugin"), static_cast<void *>(window));
+        QVERIFY(object->qt_metacast("INotify"));
+        QVERIFY(object->qt_metacast("CCollectionDataPlugin"));
+        QVERIFY(!object->qt_metacast("IBasePlugin"));
+        QVERIFY(!object->qt_metacast(nullptr));
+        QCOMPARE(object->metaObject()->className(), "CCollectionDataPlugin");
+        QCOMPARE(object->metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
+    }
+
+    void fixedAnswers()
+    {
+        const std::unique_ptr<QObject> object(m_loader.instance());
+        auto *const plugin = qobject_cast<IUIPlugin *>(object.get());
+        QCOMPARE(plugin->GetPluginName(), QStringLiteral("Kestrun"));
+        QCOMPARE(plugin->GetCLSID(), QStringLiteral("6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E"));
+        QCOMPARE(plugin->GetPluginType() + plugin->GetVersion() + plugin->GetLastError()
+                     + plugin->DoModal(),
+                 0);
+        QVERIFY(!plugin->IsAllowRelease() && !plugin->IsReady());
+        QObject *out = this;
+        QCOMPARE(plugin->QueryInterface(1, &out), 1);
+        QCOMPARE(out, this);
+        QRect rectangle(1, 2, 3, 4);
+        QCOMPARE(plugin->ShowWindow(nullptr, rectangle), 1);
+        QCOMPARE(rectangle, QRect(1, 2, 3, 4));
+        QVERIFY(plugin->ChangeLang(QStringLiteral("en")) && !plugin->ChangeLang(QString()));
+    }
+
+    void beforeInit()
+    {
+        const std::unique_ptr<QObject> object(m_loader.instance());
+        QCOMPARE(qobject_cast<INotify *>(object.get())->Notify(4096, 0, 0), 0);
+        qobject_cast<IBasePlugin *>(object.get())->OnDestroy();
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_Plugin)
+#include "tst_plugin.moc"

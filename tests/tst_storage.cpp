@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "CollectionDataLogic.h"
+#include "PluginEntry.h"
+#include "StorageLocation.h"
+#include "TestSupport.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+#include <clocale>
+#include <dlfcn.h>
+
+namespace {
+
+QByteArrayList s_commands;
+
+int permissions(const QString &file)
+{
+    // Qt gives each of owner, group and others three bits of a nibble.
+    const int bits = QFileInfo(file).permissions();
+    return ((bits & 0x7000) >> 6) | ((bits & 0x0070) >> 1) | (bits & 0x0007);
+}
+
+} // namespace
+
+// Stands before the C library's own: takes down the commands, then runs them for real.
+extern "C" int system(const char *command)
+{
+    s_commands << command;
+    static const auto real = reinterpret_cast<int (*)(const char *)>(dlsym(RTLD_NEXT, "system"));
+    return real(command);
+}
+
+class tst_Storage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { s_commands.clear(); }
+
+    void dataDirectory_data()
+    {
+        QTest::addColumn<QByteArray>("settings");
+        QTest::addColumn<QString>("name");
+        const auto entry = [](const QByteArray &value) {
+            return "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + value + '\n';
+        };
+        QTest::newRow("no file") << QByteArray() << QStringLiteral("Brisk_Lane");
+        QTest::newRow("blanks") << entry("My  Product") << QStringLiteral("My__Product");
+        QTest::newRow("empty") << entry("") << QStringLiteral("Brisk_Lane");
+        QTest::newRow("one blank") << entry("\" \"") << QStringLiteral("_");
+        QTest::newRow("other group")
+            << QByteArray("[Other]\nAPP_INSTALL_PATH=x\n") << QStringLiteral("Brisk_Lane");
+        QTest::newRow("slashes") << entry("a/b") << QStringLiteral("a/b");
+        QTest::newRow("no INI") << QByteArray("\x01\x02\n][\n") << QStringLiteral("Brisk_Lane");
+        QTest::newRow("UTF-8") << entry("caf\xC3\xA9") << QStringLiteral("caf\u00e9");
+    }
+
+    void dataDirectory()
+    {
+        QFETCH(QByteArray, settings);
+        QFETCH(QString, name);
+        const TestRoot root;
+        if (!settings.isEmpty())
+            root.write(QStringLiteral("SysConfig.dat"), settings);
+        KestrunSetSystemRoot("/");
+        std::wstring path = L"to be replaced";
+        CCollectionDataLogic::GetInstance()->GetPath(path);
+        QCOMPARE(QString::fromStdWString(path),
+                 QStringLiteral("/usr/local/vl_bk_userdata/%1/OnlineUpdate/OnlineUpdate Data/")
+                     .arg(name));
+        CCollectionDataLogic::Destroy();
+    }
+
+    void escapes()
+    {
+        QString text = QStringLiteral("!@~`#$%^&()+=,'[]; a*b\\\"|<>?{}");
+        ParseEscapeChar(text);
+        QCOMPARE(text,
+                 QStringLiteral("\\!\\@\\~\\`\\#\\$\\%\\^\\&\\(\\)\\+\\=\\,\\'\\[\\]\\; "
+                                "a*b\\\"|<>?{}"));
+    }
+
+    void threeCommands()
+    {
+        const TestRoot root;
+        root.write(root.report(), "x");
+        QFile::setPermissions(root.report(), QFile::ReadOwner);
+        QVERIFY(setFilePermissions(root.report()));
+        const QByteArray path = root.report().replace(u' ', QStringLiteral("\" \"")).toUtf8();
+        QCOMPARE(
+            s_commands,
+            (QByteArrayList{"chmod u+wrx " + path, "chmod o+wrx " + path, "chmod g+wrx " + path}));
+        QCOMPARE(permissions(root.report()), 0777);
+    }
+
+    void everyNameGetsItsBits_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("byShell");
+        for (int code = 1; code < 0x100; ++code) {
+            const QChar character(code);
+            if (character == u'/')
+                continue;
+            const bool acts = QStringLiteral("|<>\"\\*?{}").contains(character) || code < 0x20
+                || code == 0x7f;
+            QTest::addRow("0x%02x", code) << QStringLiteral("a %1b").arg(character) << !acts;
+        }
+        QTest::newRow("substitution") << QStringLiteral("$(touch hit)`touch hit`") << true;
+        QTest::newRow("sequence") << QStringLiteral("; touch hit & touch hit") << true;
+        QTest::newRow("pipe") << QStringLiteral("x | touch hit") << false;
+        QTest::newRow("new line") << QStringLiteral("x\ntouch hit") << false;
+        QTest::newRow("glob") << QStringLiteral("*") << false;
+        QTest::newRow("outside Latin-1") << QStringLiteral("\u0416") << false;
+    }
+
+    void everyNameGetsItsBits()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, byShell);
+        const TestRoot root;
+        const QString file = root.path(name);
+        root.write(file, "x");
+        root.write(QStringLiteral("bystander"), "x");
+        QFile::setPermissions(file, QFile::ReadOwner);
+        QFile::setPermissions(root.path(QStringLiteral("bystander")), QFile::ReadOwner);
+        // As the report's writer passes it.
+        const bool latin1 = QString::fromLatin1(name.toLatin1()) == name;
+        const LogCapture log;
+        QVERIFY(setFilePermissions(latin1 ? QString::fromLatin1(file.toUtf8()) : file));
+        QCOMPARE(permissions(file), 0777);
+        QCOMPARE(permissions(root.path(QStringLiteral("bystander"))), 0400);
+        QVERIFY(!QFileInfo::exists(root.path(QStringLiteral("hit"))));
+        QCOMPARE(s_commands.size(), byShell ? 3 : 0);
+        QCOMPARE(log.lines().size(), byShell ? 0 : 1);
+    }
+
+    void aMissingFileIsNoFailure() { QVERIFY(setFilePermissions(QStringLiteral("/no/such/file"))); }
+
+    void conversions()
+    {
+        std::setlocale(LC_ALL, "C.UTF-8");
+        QCOMPARE(AnsiToUtf8(std::string("a\xC3\xA9\0b", 5)), std::string("a\xC3\xA9"));
+        QCOMPARE(UnicodeToAnsi(std::wstring(L"a\u00e9\0b", 4)), std::string("a\xC3\xA9"));
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_Storage)
+#include "tst_storage.moc"

@@ -24,14 +24,14 @@ extern "C" {
  *
  * It is there where the library was built with Qt's D-Bus module, and starts wherever the bus can
  * be reached. Without a daemon or a modem every query fails, after one warning on Qt's log; the
- * events tell when a modem comes. A QCoreApplication is to exist, its event loop need not run: the
+ * events tell when a modem comes. It takes a QCoreApplication, whose event loop need not run: the
  * events come on a thread of the service.
  *
  * A modem that is found switched off is switched on, at start and when it is plugged in, but not
  * again after somebody switched it off. start() waits for that, and some seconds more for the
  * network; if it is refused there is one warning and only what a modem tells while it is off. The
  * daemon is also asked to signal changes of the cell, which it shows to everybody on the bus; where
- * this is refused, cells that change within one area raise no event.
+ * this is refused, a change of area or cell alone raises no event.
  *
  * Every call returns in bounded time: queries in 3 seconds, AT commands in 6, an SMS in 60,
  * start() in 30. After a query that was not answered, those of the next 10 seconds fail at once.
@@ -92,9 +92,9 @@ typedef struct DeviceServiceControl
 
     /*
      * Starts the service on a backend: "emulated" (a card is chosen by loadCard), "modemmanager"
-     * (the first modem) or "modemmanager:IMEI"; see below. Without it the first call of any function
-     * of the service starts "emulated" with the card "lte". Replaces a backend that runs; registered
-     * callbacks stay. Until it returns no event is raised by the new backend.
+     * (the first modem) or "modemmanager:IMEI"; see below. Without it the first call of any
+     * function of the service starts "emulated" with the card "lte". Replaces a backend that runs;
+     * registered callbacks stay. Until it returns no event is raised by the new backend.
      */
     int32_t (*start)(const char *backend);
 

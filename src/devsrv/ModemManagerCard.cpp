@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerCard.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusError>
 
@@ -47,8 +48,16 @@ bool isError(const QDBusMessage &reply)
 
 ModemManagerCard::ModemManagerCard(const QString &imei, EventSink raise) : m_client(imei)
 {
-    if (!m_client.connection().isConnected())
+    if (!m_client.connection().isConnected()) {
+        m_startError = QStringLiteral("the system message bus cannot be reached: ")
+            + m_client.connection().lastError().message();
         return;
+    }
+    if (!QCoreApplication::instance()) {
+        m_startError = QStringLiteral(
+            "modems need a QCoreApplication, which the host has not made");
+        return;
+    }
     m_watcher = std::make_unique<ModemManagerWatcher>(m_client, std::move(raise));
     m_watcher->moveToThread(&m_thread);
     m_thread.setObjectName(QStringLiteral("modemmanager"));
@@ -66,11 +75,6 @@ ModemManagerCard::~ModemManagerCard()
     QObject::connect(&m_thread, &QThread::finished, m_watcher.release(), &QObject::deleteLater);
     m_thread.quit();
     m_thread.wait();
-}
-
-QString ModemManagerCard::busError()
-{
-    return m_watcher ? QString() : m_client.connection().lastError().message();
 }
 
 void ModemManagerCard::begin()

@@ -23,8 +23,8 @@ public:
     ModemManagerCard(const QString &imei, EventSink raise);
     ~ModemManagerCard() override;
 
-    /// What was wrong with the system bus; empty if it can be reached.
-    QString busError();
+    /// Why it cannot be used; empty if it can.
+    const QString &startError() const { return m_startError; }
 
     void begin() override;
     std::optional<std::int32_t> status() override;
@@ -50,6 +50,7 @@ private:
     std::optional<std::string> text(QLatin1String interface, QLatin1String property);
 
     ModemManagerClient m_client;
+    QString m_startError;
     QThread m_thread;
     std::unique_ptr<ModemManagerWatcher> m_watcher;
 };

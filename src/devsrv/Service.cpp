@@ -29,11 +29,9 @@ std::shared_ptr<CardBackend> makeModemManagerCard(const QString &imei, EventSink
                                                   std::string &error)
 {
     auto card = std::make_shared<ModemManagerCard>(imei, std::move(raise));
-    const QString busError = card->busError();
-    if (busError.isEmpty())
+    if (card->startError().isEmpty())
         return card;
-    error = "cannot reach the system message bus, which ModemManager is on: "
-        + busError.toStdString();
+    error = card->startError().toStdString();
     return nullptr;
 }
 #else

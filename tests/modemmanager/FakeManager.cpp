@@ -39,6 +39,13 @@ void FakeManager::setSilent(bool silent)
 {
     const QMutexLocker lock(&m_mutex);
     m_silent = silent;
+    m_lastCall = 0;
+}
+
+void FakeManager::fallSilentAfter(int calls)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_lastCall = m_calls + calls;
 }
 
 int FakeManager::callCount() const
@@ -56,7 +63,7 @@ bool FakeManager::handleMessage(const QDBusMessage &message, const QDBusConnecti
 {
     const QMutexLocker lock(&m_mutex);
     ++m_calls;
-    if (m_silent)
+    if (m_silent || (m_lastCall != 0 && m_calls > m_lastCall))
         return true;
     const QVariant answer = m_answers.value(message.member());
     return connection.send(

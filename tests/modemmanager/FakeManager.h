@@ -21,6 +21,9 @@ public:
 
     void answer(const QString &method, const QVariant &value);
     void setSilent(bool silent);
+
+    /// Answers that many calls more, and then none.
+    void fallSilentAfter(int calls);
     int callCount() const;
 
     QString introspect(const QString &path) const override;
@@ -31,4 +34,5 @@ private:
     QHash<QString, QVariant> m_answers;
     bool m_silent = false;
     int m_calls = 0;
+    int m_lastCall = 0; // 0: no last one
 };

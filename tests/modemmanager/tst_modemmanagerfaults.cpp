@@ -66,6 +66,7 @@ private Q_SLOTS:
     void neverAnswers();
     void answersAgain();
     void oneLookForManyChanges();
+    void stoppedInCallback();
 
 private:
     void change();
@@ -202,6 +203,7 @@ void ModemManagerFaultsTest::oneLookForManyChanges()
     for (int i = 1; i <= 1'000; ++i) {
         m_daemon->answer(kObjects, modemWith(k3gpp, "OperatorCode", QString::number(21'000 + i)));
         change();
+        QThread::usleep(500);
     }
     QTest::qWait(600);
     const auto looks = timer.elapsed() / 250 + 1;
@@ -211,6 +213,23 @@ void ModemManagerFaultsTest::oneLookForManyChanges()
     QCOMPARE(events.count(DEVSRV_EVENT_NETWORK_CHANGED), events.size());
     // A look, the status that the listener asks for, and the query above.
     QVERIFY(m_daemon->callCount() - before <= 2 * looks + 1);
+}
+
+// The listener of an event waits for an answer when the service is stopped.
+void ModemManagerFaultsTest::stoppedInCallback()
+{
+    QCOMPARE(m_service->start("modemmanager"), 0);
+    QTest::qWait(400);
+    const int before = m_daemon->callCount();
+    m_daemon->fallSilentAfter(1);
+    m_daemon->answer(kObjects, modemWith(k3gpp, "OperatorCode", QStringLiteral("21401")));
+    change();
+    QTRY_COMPARE(m_daemon->callCount(), before + 2);
+    QElapsedTimer timer;
+    timer.start();
+    m_service->stop();
+    QVERIFY(timer.elapsed() < 5'000);
+    QCOMPARE(probe::events(), probe::Events{DEVSRV_EVENT_NETWORK_CHANGED});
 }
 
 QTEST_GUILESS_MAIN(ModemManagerFaultsTest)

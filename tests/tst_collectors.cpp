@@ -14,8 +14,7 @@ namespace {
 QString value(const Values &values, const char *key)
 {
     const auto found = values.find(key);
-    return found == values.end() ? QStringLiteral("(missing)")
-                                 : QString::fromStdString(found->second);
+    return found == values.end() ? "(missing)" : QString::fromStdString(found->second);
 }
 
 Values deviceValues()
@@ -36,7 +35,7 @@ Values networkValues()
 
 QHostAddress address(const char *text)
 {
-    return QHostAddress(QLatin1String(text));
+    return QHostAddress(text);
 }
 
 } // namespace
@@ -103,9 +102,9 @@ private Q_SLOTS:
         network.SetData(values);
         host.SetData(values);
         QCOMPARE(values.size(), std::size_t(15 + 9 + 12 + 1));
-        QCOMPARE(value(values, "Other"), QStringLiteral("kept"));
-        QCOMPARE(value(values, "Device_IMEI"), QStringLiteral("490154203237518"));
-        QCOMPARE(value(values, "System_Os_Platform"), QStringLiteral("Mac32"));
+        QCOMPARE(value(values, "Other"), "kept");
+        QCOMPARE(value(values, "Device_IMEI"), "490154203237518");
+        QCOMPARE(value(values, "System_Os_Platform"), "Mac32");
         QVERIFY(device.GetData().empty() && network.GetData().empty() && host.GetData().empty());
     }
 
@@ -179,43 +178,39 @@ private Q_SLOTS:
         QTest::addColumn<int>("getter");
         QTest::addColumn<QByteArray>("fails");
         QTest::addColumn<QStringList>("expected");
-        const QString dev = QStringLiteral("T: ../../src/Kestrun/DataCardInfo: ");
-        const QString lock = QStringLiteral(
-            "T : ../../src/Kestrun/DataCardInfo : GetSimlockState : ");
-        const QString status = QStringLiteral("ZEPA_DevSrv_GetCardLockStatus ");
-        QTest::newRow("IMEI")
-            << 0 << QByteArray()
-            << QStringList{dev + QStringLiteral("GetIMEI: called"),
-                           QStringLiteral("=======> ") + dev
-                               + QStringLiteral("GetIMEI: CallingZEPA_DevSrv_GetImeiInfo: "),
-                           QStringLiteral("<======= ") + dev
-                               + QStringLiteral("GetIMEI: ZEPA_DevSrv_GetImeiInfo returned: "
-                                                "490154203237518, 0:"),
-                           QStringLiteral("=========strIMEI===========490154203237518")};
+        const QString dev = "T: ../../src/Kestrun/DataCardInfo: ";
+        const QString lock = "T : ../../src/Kestrun/DataCardInfo : GetSimlockState : ";
+        const QString status = "ZEPA_DevSrv_GetCardLockStatus ";
+        QTest::newRow("IMEI") << 0 << QByteArray()
+                              << QStringList{dev + "GetIMEI: called",
+                                             QString("=======> ") + dev
+                                                 + "GetIMEI: CallingZEPA_DevSrv_GetImeiInfo: ",
+                                             QString("<======= ") + dev
+                                                 + "GetIMEI: ZEPA_DevSrv_GetImeiInfo returned: "
+                                                   "490154203237518, 0:",
+                                             "=========strIMEI===========490154203237518"};
         QTest::newRow("MEID fails")
             << 1 << QByteArray("ZEPA_DevSrv_GetESN")
-            << QStringList{dev + QStringLiteral("GetMEID: called"),
-                           QStringLiteral("========> ") + dev
-                               + QStringLiteral("GetMEID: calling ZEPA_DevSrv_GetESN()"),
-                           QStringLiteral("<======= ") + dev
-                               + QStringLiteral("GetMEID: ZEPA_DevSrv_GetESN() returned -1:"),
-                           QStringLiteral("=========strMEID_FAILED===========")};
+            << QStringList{dev + "GetMEID: called",
+                           QString("========> ") + dev + "GetMEID: calling ZEPA_DevSrv_GetESN()",
+                           QString("<======= ") + dev
+                               + "GetMEID: ZEPA_DevSrv_GetESN() returned -1:",
+                           "=========strMEID_FAILED==========="};
         QTest::newRow("lock fails")
             << 2 << QByteArray("ZEPA_DevSrv_GetCardLockStatus")
-            << QStringList{lock + QStringLiteral("Entered"),
-                           lock + status + QStringLiteral("called"),
-                           QStringLiteral("W ") + lock + status + QStringLiteral("returned error"),
-                           lock + status + QStringLiteral("returned success  card state = 0")};
+            << QStringList{lock + "Entered", lock + status + "called",
+                           QString("W ") + lock + status + "returned error",
+                           lock + status + "returned success  card state = 0"};
         QTest::newRow("family fails")
             << 3 << QByteArray("ZEPA_DevSrv_GetProductType")
-            << QStringList{dev + QStringLiteral("GetDeviceProductFamily: called"),
-                           QStringLiteral("=======> ") + dev
-                               + QStringLiteral("GetDeviceProductFamily: calling "
-                                                "ZEPA_DevSrv_GetProductType(3)"),
-                           QStringLiteral("<======= ") + dev
-                               + QStringLiteral("GetDeviceProductFamily: "
-                                                "ZEPA_DevSrv_GetProductType(3) returned -1:"),
-                           QStringLiteral("=========strProductFamily===========")};
+            << QStringList{dev + "GetDeviceProductFamily: called",
+                           QString("=======> ") + dev
+                               + "GetDeviceProductFamily: calling "
+                                 "ZEPA_DevSrv_GetProductType(3)",
+                           QString("<======= ") + dev
+                               + "GetDeviceProductFamily: "
+                                 "ZEPA_DevSrv_GetProductType(3) returned -1:",
+                           "=========strProductFamily==========="};
     }
 
     void logOfGetters()
@@ -241,8 +236,8 @@ private Q_SLOTS:
         CDataCardInfo collector;
         _DEVICE_INFO info;
         collector.GetMSISDN(info);
-        QVERIFY(log.lines().filter(QStringLiteral("=========strMSISDN")).isEmpty());
-        QVERIFY(journal().filter(QStringLiteral("ReadUserNumItem")).isEmpty());
+        QVERIFY(log.lines().filter("=========strMSISDN").isEmpty());
+        QVERIFY(journal().filter("ReadUserNumItem").isEmpty());
     }
 
     void registration_data()
@@ -253,36 +248,35 @@ private Q_SLOTS:
         QTest::addColumn<QString>("lac");
         QTest::addColumn<QString>("cellId");
         QTest::addColumn<QStringList>("calls");
-        const QString get = QStringLiteral("ZEPA_NetSrv_Get%1RegState()");
-        const QString set = QStringLiteral("ZEPA_NetSrv_Set%1RegReport(2)");
-        const QString cs = QStringLiteral("CS"), ps = QStringLiteral("PS");
+        const QString get = "ZEPA_NetSrv_Get%1RegState()";
+        const QString set = "ZEPA_NetSrv_Set%1RegReport(2)";
+        const QString cs = "CS", ps = "PS";
         QTest::newRow("LTE, mode 0")
-            << QByteArray("lte") << QByteArray("0") << QByteArray() << QStringLiteral("A1B2")
-            << QStringLiteral("0190B203")
+            << QByteArray("lte") << QByteArray("0") << QByteArray() << "A1B2"
+            << "0190B203"
             << QStringList{get.arg(ps), set.arg(ps), get.arg(ps), get.arg(ps), get.arg(ps)};
         QTest::newRow("LTE, mode 2")
-            << QByteArray("lte") << QByteArray("2") << QByteArray() << QStringLiteral("A1B2")
-            << QString() << QStringList{get.arg(ps), get.arg(ps), get.arg(ps)};
+            << QByteArray("lte") << QByteArray("2") << QByteArray() << "A1B2" << QString()
+            << QStringList{get.arg(ps), get.arg(ps), get.arg(ps)};
         QTest::newRow("LTE, fails")
             << QByteArray("lte") << QByteArray("0") << QByteArray("ZEPA_NetSrv_GetPSRegState")
             << QString() << QString() << QStringList{get.arg(ps), get.arg(ps)};
         QTest::newRow("UMTS, mode 0")
-            << QByteArray("hspa") << QByteArray("0") << QByteArray() << QStringLiteral("2F0A")
-            << QStringLiteral("01A4C3E7")
+            << QByteArray("hspa") << QByteArray("0") << QByteArray() << "2F0A"
+            << "01A4C3E7"
             << QStringList{get.arg(cs), set.arg(cs), get.arg(cs), get.arg(cs), get.arg(cs)};
         QTest::newRow("UMTS, mode 2")
-            << QByteArray("hspa") << QByteArray("2") << QByteArray() << QStringLiteral("2F0A")
-            << QStringLiteral("01A4C3E7")
-            << QStringList{get.arg(cs), get.arg(cs), get.arg(cs), get.arg(cs)};
+            << QByteArray("hspa") << QByteArray("2") << QByteArray() << "2F0A"
+            << "01A4C3E7" << QStringList{get.arg(cs), get.arg(cs), get.arg(cs), get.arg(cs)};
         QTest::newRow("report mode refused")
             << QByteArray("hspa") << QByteArray("0") << QByteArray("ZEPA_NetSrv_SetCSRegReport")
-            << QStringLiteral("2F0A") << QStringLiteral("01A4C3E7")
-            << QStringList{get.arg(cs), set.arg(cs), get.arg(cs),
-                           get.arg(cs), set.arg(cs), get.arg(cs)};
+            << "2F0A"
+            << "01A4C3E7" << QStringList{get.arg(cs), set.arg(cs), get.arg(cs),
+                                         get.arg(cs), set.arg(cs), get.arg(cs)};
         QTest::newRow("no access technology")
             << QByteArray("lte") << QByteArray("2") << QByteArray("ZEPA_NetSrv_GetSysInfoEx")
-            << QStringLiteral("31C5") << QStringLiteral("0083F7CD")
-            << QStringList{get.arg(cs), get.arg(cs), get.arg(cs), get.arg(cs)};
+            << "31C5"
+            << "0083F7CD" << QStringList{get.arg(cs), get.arg(cs), get.arg(cs), get.arg(cs)};
     }
 
     void registration()
@@ -299,27 +293,23 @@ private Q_SLOTS:
         const Values values = networkValues();
         QTEST(value(values, "Network_Lac"), "lac");
         QTEST(value(values, "Network_CellID"), "cellId");
-        QTEST(journal().filter(QStringLiteral("Reg")), "calls");
+        QTEST(journal().filter("Reg"), "calls");
     }
 
     void logOfRegistration()
     {
-        const QString where = QStringLiteral("T: ../../src/Kestrun/NetworkInfo: GetLTECellID: ");
+        const QString where = "T: ../../src/Kestrun/NetworkInfo: GetLTECellID: ";
         const LogCapture log;
         CNetworkInfo collector;
         _NETWORK_INFO info;
         collector.GetLTECellID(info);
         const QStringList expected{
-            where + QStringLiteral("called"),
-            QStringLiteral("=======> ") + where
-                + QStringLiteral("calling ZEPA_NetSrv_GetPSRegState(0)"),
-            QStringLiteral("<======= ") + where
-                + QStringLiteral("ZEPA_NetSrv_GetPSRegState(0) returned 0:"),
-            QStringLiteral("=======> ") + where
-                + QStringLiteral("calling ZEPA_NetSrv_SetPSRegReport(0190B203)"),
-            QStringLiteral("<======= ") + where
-                + QStringLiteral("ZEPA_NetSrv_GetPSRegState(0190B203) returned 0:"),
-            QStringLiteral("=========strCellID===========0190B203")};
+            where + "called",
+            QString("=======> ") + where + "calling ZEPA_NetSrv_GetPSRegState(0)",
+            QString("<======= ") + where + "ZEPA_NetSrv_GetPSRegState(0) returned 0:",
+            QString("=======> ") + where + "calling ZEPA_NetSrv_SetPSRegReport(0190B203)",
+            QString("<======= ") + where + "ZEPA_NetSrv_GetPSRegState(0190B203) returned 0:",
+            "=========strCellID===========0190B203"};
         QCOMPARE(log.lines(), expected);
     }
 
@@ -363,7 +353,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         using List = QList<QHostAddress>;
         const auto v4 = address("192.168.1.5"), v6 = address("fe80::1"), ten = address("10.0.0.2");
-        const QString v4Text = QStringLiteral("192.168.1.5");
+        const QString v4Text = "192.168.1.5";
         QTest::newRow("IPv4 last") << List{v6, v4} << true << true << v4Text;
         QTest::newRow("IPv6 last") << List{v4, v6} << true << true << QString();
         QTest::newRow("two IPv4") << List{ten, v4} << true << true << v4Text;
@@ -436,7 +426,7 @@ private Q_SLOTS:
         const LogCapture log;
         char tag[] = "^RSTRIGGER";
         QCOMPARE(CDataCardInfo::RecDataFunc(tag, 10), 1);
-        QCOMPARE(log.lines().filter(QStringLiteral("W ")).size(), 1);
+        QCOMPARE(log.lines().filter("W ").size(), 1);
         QCOMPARE(CDataCardInfo::RecDataFunc(nullptr, 0), 1);
     }
 
@@ -446,13 +436,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("fails");
         QTest::addColumn<QString>("expected");
         QTest::addColumn<QStringList>("calls");
-        const QString reg = QStringLiteral("ZEPA_RegDataRevCallBack()");
-        const QString execute = QStringLiteral("ZEPA_ExuceATCmd(\"AT^RSTRIGGER?\\r\", 14)");
-        const QString end = QStringLiteral("ZEPA_EndExuceATCmd()");
-        const QString unreg = QStringLiteral("ZEPA_UnRegDataRevCallBack()");
+        const QString reg = "ZEPA_RegDataRevCallBack()";
+        const QString execute = "ZEPA_ExuceATCmd(\"AT^RSTRIGGER?\\r\", 14)";
+        const QString end = "ZEPA_EndExuceATCmd()";
+        const QString unreg = "ZEPA_UnRegDataRevCallBack()";
         const QStringList all{reg, execute, end, unreg};
-        const QString one = QStringLiteral("1");
-        const QString old = QStringLiteral("old");
+        const QString one = "1";
+        const QString old = "old";
         QTest::newRow("at once") << 0 << QByteArray() << one << all;
         QTest::newRow("pieces on another thread")
             << int(DEVSRV_ANSWER_IN_PIECES | DEVSRV_ANSWER_OTHER_THREAD) << QByteArray() << one
@@ -496,7 +486,7 @@ private Q_SLOTS:
         const QByteArray other = "[Volumes]\npath1=ROOT/other/\n";
         const QByteArray noSlash = "[Volumes]\npath1=ROOT/cd\n";
         const QByteArray noPath = "[Volumes]\nname=Pelican\n";
-        const QString version = QStringLiteral("4.2");
+        const QString version = "4.2";
         QTest::newRow("nothing") << QByteArray() << QByteArray() << QString();
         QTest::newRow("startup item") << with << other << version;
         QTest::newRow("no slash") << noSlash << QByteArray() << QString();
@@ -512,7 +502,7 @@ private Q_SLOTS:
         const auto write = [&](const char *file, QByteArray content) {
             content.replace("ROOT", root.path().toUtf8());
             if (!content.isEmpty())
-                root.write(QLatin1String(file), content);
+                root.write(file, content);
         };
         write("Library/StartupItems/VLPortDetect/config", startup);
         write("Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac", autorun);

@@ -15,9 +15,8 @@ QStringList linesOf(const LogCapture &log, const char *function)
 {
     QStringList lines;
     for (QString line : log.lines()) {
-        if (line.contains(QLatin1String(function)))
-            lines << line.replace(QStringLiteral("../../src/Kestrun/CollectionDataLogic"),
-                                  QStringLiteral("P"));
+        if (line.contains(function))
+            lines << line.replace("../../src/Kestrun/CollectionDataLogic", "P");
     }
     return lines;
 }
@@ -53,15 +52,15 @@ private Q_SLOTS:
         const LogCapture log;
         CCollectionDataLogic::GetInstance()->RegisterWithDevice();
         QCOMPARE(journal(),
-                 (QStringList{QStringLiteral("ZEPA_DevSrv_RegisterDevMgrCallback()"),
-                              QStringLiteral("ZEPA_DevSrv_RegisterDevInitEventCallback()"),
-                              QStringLiteral("ZEPA_DevSrv_RegisterDevMgrCallback()")}));
+                 (QStringList{"ZEPA_DevSrv_RegisterDevMgrCallback()",
+                              "ZEPA_DevSrv_RegisterDevInitEventCallback()",
+                              "ZEPA_DevSrv_RegisterDevMgrCallback()"}));
         QCOMPARE(linesOf(log, "RegisterWithDevice"),
-                 (QStringList{QStringLiteral("T: P: RegisterWithDevice: Entered"),
-                              QStringLiteral("T: P: RegisterWithDevice: Calling "
-                                             "ZEPA_DevSrv_RegisterDevMgrCallback ()"),
-                              QStringLiteral("T: P: RegisterWithDevice: "
-                                             "ZEPA_DevSrv_RegisterDevMgrCallback () returned 0")}));
+                 (QStringList{"T: P: RegisterWithDevice: Entered",
+                              "T: P: RegisterWithDevice: Calling "
+                              "ZEPA_DevSrv_RegisterDevMgrCallback ()",
+                              "T: P: RegisterWithDevice: "
+                              "ZEPA_DevSrv_RegisterDevMgrCallback () returned 0"}));
     }
 
     void registrationFails()
@@ -70,16 +69,14 @@ private Q_SLOTS:
         setFault("ZEPA_DevSrv_RegisterDevInitEventCallback", {-3, 0, 0, 0});
         const LogCapture log;
         CCollectionDataLogic::GetInstance()->RegisterWithDevice();
-        const QString mgr = QStringLiteral("ZEPA_DevSrv_RegisterDevMgrCallback");
-        const QString where = QStringLiteral("P: RegisterWithDevice: ");
-        QCOMPARE(
-            linesOf(log, "RegisterWithDevice").mid(1),
-            (QStringList{where + mgr + QStringLiteral(" failed"),
-                         where + QStringLiteral("ZEPA_DevSrv_RegisterDevInitEventCallback failed"),
-                         QStringLiteral("T: ") + where + QStringLiteral("Calling ") + mgr
-                             + QStringLiteral(" ()"),
-                         QStringLiteral("T: ") + where + mgr + QStringLiteral(" () returned -2"),
-                         QStringLiteral("W T: ") + where + mgr + QStringLiteral(" returned -2")}));
+        const QString mgr = "ZEPA_DevSrv_RegisterDevMgrCallback";
+        const QString where = "P: RegisterWithDevice: ";
+        QCOMPARE(linesOf(log, "RegisterWithDevice").mid(1),
+                 (QStringList{where + mgr + " failed",
+                              where + "ZEPA_DevSrv_RegisterDevInitEventCallback failed",
+                              QString("T: ") + where + QString("Calling ") + mgr + " ()",
+                              QString("T: ") + where + mgr + " () returned -2",
+                              QString("W T: ") + where + mgr + " returned -2"}));
     }
 
     void withdraws()
@@ -90,14 +87,13 @@ private Q_SLOTS:
         DevSrv_GetControl()->clearJournal();
         const LogCapture log;
         controller->UnRegisterDevice();
-        const QString where = QStringLiteral("T: P: UnRegisterDevice: ");
+        const QString where = "T: P: UnRegisterDevice: ";
         QCOMPARE(linesOf(log, "UnRegisterDevice"),
-                 (QStringList{
-                     where + QStringLiteral("Entered"),
-                     where + QStringLiteral("Calling ZEPA_DevSrv_UnRegisterDevInitEventCallback()"),
-                     where + QStringLiteral("Calling ZEPA_DevSrv_UnRegisterDevMgrCallback ()"),
-                     where + QStringLiteral("ZEPA_DevSrv_UnRegisterDevMgrCallback   failed"),
-                     where + QStringLiteral("Exited")}));
+                 (QStringList{where + "Entered",
+                              where + "Calling ZEPA_DevSrv_UnRegisterDevInitEventCallback()",
+                              where + "Calling ZEPA_DevSrv_UnRegisterDevMgrCallback ()",
+                              where + "ZEPA_DevSrv_UnRegisterDevMgrCallback   failed",
+                              where + "Exited"}));
         startCard();
         controller->UnRegisterDevice();
         QCOMPARE(DevSrv_GetControl()->callbackCount(), 0);
@@ -150,23 +146,20 @@ private Q_SLOTS:
 
     void eventsAreLogged()
     {
-        const QString where = QStringLiteral("T: P: OnDevEvents: ");
+        const QString where = "T: P: OnDevEvents: ";
         {
             const LogCapture log;
             QCOMPARE(CCollectionDataLogic::OnDevEvents(6002, nullptr), 0);
             QCOMPARE(linesOf(log, "OnDevEvents"),
-                     (QStringList{where + QStringLiteral(" Entered"),
-                                  where + QStringLiteral(" Dev Evenet(6002)"),
-                                  where + QStringLiteral("_Instance is NULL ")}));
+                     (QStringList{where + " Entered", where + " Dev Evenet(6002)",
+                                  where + "_Instance is NULL "}));
         }
         CCollectionDataLogic::GetInstance();
         const LogCapture log;
         CCollectionDataLogic::OnDevEvents(6014, nullptr);
         QCOMPARE(linesOf(log, "OnDevEvents"),
-                 (QStringList{where + QStringLiteral(" Entered"),
-                              where + QStringLiteral(" Dev Evenet(6014)"),
-                              where + QStringLiteral("ZEPA_EVENT_DEV_DEVICE_INIT_FINISH "),
-                              where + QStringLiteral(" Exit")}));
+                 (QStringList{where + " Entered", where + " Dev Evenet(6014)",
+                              where + "ZEPA_EVENT_DEV_DEVICE_INIT_FINISH ", where + " Exit"}));
     }
 
     void messages_data()
@@ -205,14 +198,13 @@ private Q_SLOTS:
         setFault("ZEPA_DevSrv_GetSN", {0, 0, DEVSRV_EVENT_NETWORK_CHANGED, flags});
         DevSrv_GetControl()->clearJournal();
         controller->WriteDataToFile();
-        const QString query = QStringLiteral("ZEPA_DevSrv_GetSN()");
+        const QString query = "ZEPA_DevSrv_GetSN()";
         QTRY_VERIFY(journal().filter(query).size() >= 2);
         // Ends what other threads still do.
         controller->UnRegisterDevice();
         startCard();
         if (flags == 0)
-            QCOMPARE(QString::fromUtf8(readFile(root.report())).count(QStringLiteral("<Client ")),
-                     1);
+            QCOMPARE(QString::fromUtf8(readFile(root.report())).count("<Client "), 1);
     }
 
     void runsAreSerialised()
@@ -243,8 +235,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("sent");
         QTest::addColumn<bool>("expected");
         QTest::addColumn<QStringList>("calls");
-        const QString send = QStringLiteral("ZEPA_SMSSrv_SendMsg()");
-        const QString release = QStringLiteral("ZEPA_SMSSrv_ReleaseSMSRecord()");
+        const QString send = "ZEPA_SMSSrv_SendMsg()";
+        const QString release = "ZEPA_SMSSrv_ReleaseSMSRecord()";
         QTest::newRow("sent") << 0 << 0u << 0 << true << QStringList{send, release};
         QTest::newRow("not sent") << 0 << 0u << 4 << false << QStringList{send, release};
         QTest::newRow("not created") << 4 << 0u << 0 << false << QStringList{};
@@ -263,18 +255,17 @@ private Q_SLOTS:
         const LogCapture log;
         QTEST(CCollectionDataLogic::GetInstance()->SendSMS("+1", "b\xE9"), "expected");
         QStringList seen = journal();
-        QCOMPARE(seen.takeFirst(),
-                 QStringLiteral("ZEPA_SMSSrv_CreateSMSRecord(\"+1\", \"b\\xe9\")"));
-        const QString message = QStringLiteral("SMS \"+1\" \"b\\xe9\" receipt=0");
+        QCOMPARE(seen.takeFirst(), "ZEPA_SMSSrv_CreateSMSRecord(\"+1\", \"b\\xe9\")");
+        const QString message = "SMS \"+1\" \"b\\xe9\" receipt=0";
         QCOMPARE(seen.removeAll(message), created == 0 && sent == 0 ? 1 : 0);
         QCOMPARE(seen, calls);
         const QStringList lines = log.lines();
         QCOMPARE(lines.at(0),
-                 QStringLiteral("../../src/Kestrun/CollectionDataLogic: "
-                                "SendSMS:Entered "));
+                 "../../src/Kestrun/CollectionDataLogic: "
+                 "SendSMS:Entered ");
         QCOMPARE(lines.at(1),
-                 QStringLiteral("W The Error code returned by the "
-                                "ZEPA_SMSSrv_CreateSMSRecord = %1")
+                 QString("W The Error code returned by the "
+                         "ZEPA_SMSSrv_CreateSMSRecord = %1")
                      .arg(created));
     }
 
@@ -283,15 +274,14 @@ private Q_SLOTS:
         auto *const controller = CCollectionDataLogic::GetInstance();
         QVERIFY(controller->SmsReportSetting(true));
         controller->SendSMS("", "");
-        QVERIFY(journal().contains(QStringLiteral("SMS \"\" \"\" receipt=1")));
+        QVERIFY(journal().contains("SMS \"\" \"\" receipt=1"));
         setFault("ZEPA_SMSSrv_SetSMSReceiptNotify", {-5, 0, 0, 0});
         const LogCapture log;
         QVERIFY(!controller->SmsReportSetting(false));
-        const QString where = QStringLiteral("T : P: SmsReportSetting:"
-                                             "ZEPA_SMSSrv_SetSMSReceiptNotify() ");
+        const QString where = "T : P: SmsReportSetting:"
+                              "ZEPA_SMSSrv_SetSMSReceiptNotify() ";
         QCOMPARE(linesOf(log, "SmsReportSetting"),
-                 (QStringList{where + QStringLiteral("Calling: 0"),
-                              where + QStringLiteral("return -5")}));
+                 (QStringList{where + "Calling: 0", where + "return -5"}));
     }
 };
 

@@ -118,7 +118,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QFETCH(QByteArray, complaint);
         QTemporaryDir directory;
-        QFile file(directory.filePath(QStringLiteral("card.ini")));
+        QFile file(directory.filePath("card.ini"));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(content);
         file.close();
@@ -292,13 +292,13 @@ private Q_SLOTS:
         QCOMPARE(ZEPA_SMSSrv_ReleaseSMSRecord(&handle), 0);
         QCOMPARE(handle, nullptr);
         QCOMPARE(journal(),
-                 QStringLiteral("ZEPA_NetSrv_SetPSRegReport(2)\n"
-                                "ZEPA_ExuceATCmd(\"AT\\r\", 3)\n"
-                                "ZEPA_SMSSrv_SetSMSReceiptNotify(1)\n"
-                                "ZEPA_SMSSrv_CreateSMSRecord(\"+1\", \"\\xe9\\u20ac\")\n"
-                                "ZEPA_SMSSrv_SendMsg()\n"
-                                "SMS \"+1\" \"\\xe9\\u20ac\" receipt=1\n"
-                                "ZEPA_SMSSrv_ReleaseSMSRecord()\n"));
+                 "ZEPA_NetSrv_SetPSRegReport(2)\n"
+                 "ZEPA_ExuceATCmd(\"AT\\r\", 3)\n"
+                 "ZEPA_SMSSrv_SetSMSReceiptNotify(1)\n"
+                 "ZEPA_SMSSrv_CreateSMSRecord(\"+1\", \"\\xe9\\u20ac\")\n"
+                 "ZEPA_SMSSrv_SendMsg()\n"
+                 "SMS \"+1\" \"\\xe9\\u20ac\" receipt=1\n"
+                 "ZEPA_SMSSrv_ReleaseSMSRecord()\n");
     }
 };
 

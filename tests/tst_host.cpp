@@ -35,17 +35,16 @@ class tst_Host : public QObject
 private:
     QTemporaryDir m_directory;
 
-    QString root() const { return m_directory.filePath(QStringLiteral("root")); }
+    QString root() const { return m_directory.filePath("root"); }
     QString dataDirectory() const
     {
         return root()
-            + QStringLiteral("/usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/"
-                             "OnlineUpdate Data");
+            + "/usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/"
+              "OnlineUpdate Data";
     }
     Run report(const QStringList &arguments = {}) const
     {
-        return kestrun(QStringList{QStringLiteral("report"), QStringLiteral("--root"), root()}
-                       + arguments);
+        return kestrun(QStringList{"report", "--root", root()} + arguments);
     }
 
 private Q_SLOTS:
@@ -70,14 +69,13 @@ private Q_SLOTS:
     {
         QFETCH(QString, card);
         QFETCH(QString, path);
-        const Run run = report({QStringLiteral("--card"), card, QStringLiteral("--json")});
+        const Run run = report({"--card", card, "--json"});
         QCOMPARE(run.status, 0);
         QCOMPARE(run.error, QByteArray());
         const QJsonObject values = QJsonDocument::fromJson(run.output).object();
         QCOMPARE(values.size(), 24);
         QTEST(values.value(path).toString(), "value");
-        QCOMPARE(values.value(QStringLiteral("Client/Command/Device/DverCD")).toString(),
-                 QStringLiteral("11.302.09.01.000"));
+        QCOMPARE(values.value("Client/Command/Device/DverCD").toString(), "11.302.09.01.000");
     }
 
     void table()
@@ -91,15 +89,15 @@ private Q_SLOTS:
 
     void xmlIsTheFile()
     {
-        const Run run = report({QStringLiteral("--xml")});
-        QFile file(dataDirectory() + QStringLiteral("/UpdateRule.dat"));
+        const Run run = report({"--xml"});
+        QFile file(dataDirectory() + "/UpdateRule.dat");
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(run.output, file.readAll());
     }
 
     void logOnRequest()
     {
-        const Run run = report({QStringLiteral("--log")});
+        const Run run = report({"--log"});
         QVERIFY(run.error.contains("hhhhhhhhhhhhhhhhhhhhhhhhhhhhhhhhh\n"));
         QVERIFY(run.error.contains("=========strIMEI===========490154203237518\n"));
     }
@@ -107,7 +105,7 @@ private Q_SLOTS:
     void whatChangedInConfig()
     {
         const QTemporaryDir fresh;
-        const QStringList first{QStringLiteral("report"), QStringLiteral("--root"), fresh.path()};
+        const QStringList first{"report", "--root", fresh.path()};
         if (!kestrun(first).output.contains("LatestSimLockState 1 \u2192 0"))
             QSKIP("only root can open Config.xml again");
         QVERIFY(kestrun(first).output.contains("LatestSimLockState 0, as before"));
@@ -162,33 +160,29 @@ private Q_SLOTS:
 
     void anotherDeviceServiceTakesThePlace()
     {
-        const Run run = report(
-            {QStringLiteral("--sdk"), QStringLiteral(MAKERS_SDK), QStringLiteral("--json")});
+        const Run run = report({"--sdk", QStringLiteral(MAKERS_SDK), "--json"});
         QCOMPARE(run.status, 0);
         const QJsonObject values = QJsonDocument::fromJson(run.output).object();
-        QCOMPARE(values.value(QStringLiteral("Client/IMEI")).toString(),
-                 QStringLiteral("350000000000006"));
-        QCOMPARE(values.value(QStringLiteral("Client/SN")).toString(), QString());
+        QCOMPARE(values.value("Client/IMEI").toString(), "350000000000006");
+        QCOMPARE(values.value("Client/SN").toString(), QString());
     }
 
     void sms()
     {
         const auto send = [this](const QStringList &arguments) {
-            return kestrun(QStringList{QStringLiteral("sms"), QStringLiteral("--root"), root()}
-                           + arguments);
+            return kestrun(QStringList{"sms", "--root", root()} + arguments);
         };
-        const QString number = QStringLiteral("+15550199");
-        Run run = send({QStringLiteral("send"), number, QStringLiteral("caf\u00e9")});
+        const QString number = "+15550199";
+        Run run = send({"send", number, "caf\u00e9"});
         QCOMPARE(run.status, 0);
         QVERIFY(run.output.endsWith("SMS \"+15550199\" \"caf\\xe9\" receipt=0\n"));
-        run = send({QStringLiteral("send"), QStringLiteral("--receipt"), QString(), QString()});
+        run = send({"send", "--receipt", QString(), QString()});
         QVERIFY(run.output.endsWith("SMS \"\" \"\" receipt=1\n"));
-        run = send({QStringLiteral("receipts"), QStringLiteral("off")});
+        run = send({"receipts", "off"});
         QCOMPARE(run.output,
                  QByteArray("The device service took the setting: delivery receipts "
                             "off.\n"));
-        run = send({QStringLiteral("send"), QStringLiteral("--card"), QStringLiteral("none"),
-                    number, QStringLiteral("x")});
+        run = send({"send", "--card", "none", number, "x"});
         QCOMPARE(run.status, 1);
         QVERIFY(run.error.contains("refused the message"));
     }
@@ -199,17 +193,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("answer");
         const QByteArray yes = "Result 0; the report was rewritten.\n";
         const QByteArray no = "Result 0; the report was not rewritten.\n";
-        QTest::newRow("decimal") << QStringLiteral("4096") << yes;
-        QTest::newRow("hexadecimal") << QStringLiteral("0x802") << yes;
-        QTest::newRow("no octal") << QStringLiteral("010000") << no;
-        QTest::newRow("another") << QStringLiteral("4097") << no;
+        QTest::newRow("decimal") << "4096" << yes;
+        QTest::newRow("hexadecimal") << "0x802" << yes;
+        QTest::newRow("no octal") << "010000" << no;
+        QTest::newRow("another") << "4097" << no;
     }
 
     void notify()
     {
         QFETCH(QString, message);
-        const Run run = kestrun({QStringLiteral("notify"), QStringLiteral("--root"), root(),
-                                 message, QStringLiteral("1"), QStringLiteral("0xFF")});
+        const Run run = kestrun({"notify", "--root", root(), message, "1", "0xFF"});
         QCOMPARE(run.status, 0);
         QTEST(run.output, "answer");
     }
@@ -235,7 +228,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, file);
         QFETCH(QByteArray, finding);
-        const Run run = kestrun({QStringLiteral("inspect"), file});
+        const Run run = kestrun({"inspect", file});
         QTEST(run.status, "status");
         QVERIFY2(run.output.contains(finding), run.output.constData());
     }
@@ -253,8 +246,7 @@ private Q_SLOTS:
         QFETCH(int, signal);
         QProcess process;
         process.start(QStringLiteral(HOST),
-                      {QStringLiteral("watch"), QStringLiteral("--json"), QStringLiteral("--card"),
-                       QStringLiteral("none"), QStringLiteral("--root"), root()});
+                      {"watch", "--json", "--card", "none", "--root", root()});
         QByteArray seen;
         const auto shows = [&](const QByteArray &text) {
             while (!seen.contains(text) && process.waitForReadyRead(5000))
@@ -281,7 +273,7 @@ private Q_SLOTS:
         // A closed input neither ends it nor keeps it busy.
         process.closeWriteChannel();
         QVERIFY(!process.waitForFinished(300));
-        QFile stat(QStringLiteral("/proc/%1/stat").arg(process.processId()));
+        QFile stat(QString("/proc/%1/stat").arg(process.processId()));
         QVERIFY(stat.open(QIODevice::ReadOnly));
         constexpr int kUserTicks = 13;
         const int ticks = stat.readAll().split(' ').at(kUserTicks).toInt();
@@ -300,7 +292,7 @@ private Q_SLOTS:
         const QString copy = m_directory.filePath(
             QFileInfo(QStringLiteral(PLUGIN_FILE)).fileName());
         QVERIFY(QFile::copy(QStringLiteral(PLUGIN_FILE), copy));
-        const Run run = kestrun({QStringLiteral("report"), QStringLiteral("--plugin"), copy});
+        const Run run = kestrun({"report", "--plugin", copy});
         QCOMPARE(run.status, 1);
         QVERIFY2(run.error.contains("put libsdk.so.1 beside the plug-in"), run.error.constData());
     }
@@ -308,7 +300,7 @@ private Q_SLOTS:
     void unwrittenReports()
     {
         QCOMPARE(report().status, 0);
-        const QString file = dataDirectory() + QStringLiteral("/UpdateRule.dat");
+        const QString file = dataDirectory() + "/UpdateRule.dat";
         QVERIFY(QFile::remove(file));
         QVERIFY(QDir().mkdir(file));
         const Run directory = report();

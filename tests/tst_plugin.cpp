@@ -27,7 +27,7 @@ private:
     QStringList run(const char *tool, const QStringList &arguments) const
     {
         QProcess process;
-        process.start(QLatin1String(tool), arguments + QStringList{m_file});
+        process.start(tool, arguments + QStringList{m_file});
         process.waitForFinished();
         return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'));
     }
@@ -37,23 +37,22 @@ private Q_SLOTS:
 
     void exportsNothingElse()
     {
-        static const QRegularExpression allowed(QStringLiteral(
+        static const QRegularExpression allowed(
             "^(qt_plugin_(instance|query_metadata_v2|query_verification_data)|KestrunSetSystemRoot"
-            "|_ZNK?20CCollectionDataLogic\\w+|_ZT[VIS]20CCollectionDataLogic|)$"));
+            "|_ZNK?20CCollectionDataLogic\\w+|_ZT[VIS]20CCollectionDataLogic|)$");
         QStringList names;
-        for (const QString &line :
-             run(NM, {QStringLiteral("-D"), QStringLiteral("--defined-only")}))
+        for (const QString &line : run(NM, {"-D", "--defined-only"}))
             names << line.section(QLatin1Char(' '), 2);
-        QVERIFY(names.contains(QStringLiteral("_ZTV20CCollectionDataLogic")));
-        QVERIFY(names.contains(QStringLiteral("_ZN20CCollectionDataLogicD0Ev")));
+        QVERIFY(names.contains("_ZTV20CCollectionDataLogic"));
+        QVERIFY(names.contains("_ZN20CCollectionDataLogicD0Ev"));
         for (const QString &name : names)
             QVERIFY2(allowed.match(name).hasMatch(), qPrintable(name));
     }
 
     void needsTheDeviceServiceByItsName()
     {
-        const QString dynamic = run(READELF, {QStringLiteral("-d")}).join(QLatin1Char('\n'));
-        QVERIFY(dynamic.contains(QStringLiteral("[libsdk.so.1]")));
+        const QString dynamic = run(READELF, {"-d"}).join(QLatin1Char('\n'));
+        QVERIFY(dynamic.contains("[libsdk.so.1]"));
     }
 
     void verificationText()
@@ -69,13 +68,9 @@ private Q_SLOTS:
     void metadata()
     {
         const QJsonObject metadata = m_loader.metaData();
-        QCOMPARE(metadata.value(QStringLiteral("IID")).toString(),
-                 QStringLiteral("com.velmora.brisklane.plugin.IBasePlugin"));
-        QCOMPARE(metadata.value(QStringLiteral("MetaData"))
-                     .toObject()
-                     .value(QStringLiteral("CLSID"))
-                     .toString(),
-                 QStringLiteral("6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E"));
+        QCOMPARE(metadata.value("IID").toString(), "com.velmora.brisklane.plugin.IBasePlugin");
+        QCOMPARE(metadata.value("MetaData").toObject().value("CLSID").toString(),
+                 "6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E");
     }
 
     void oneObjectUntilItIsDeleted()
@@ -117,8 +112,8 @@ private Q_SLOTS:
     {
         const std::unique_ptr<QObject> object(m_loader.instance());
         auto *const plugin = qobject_cast<IUIPlugin *>(object.get());
-        QCOMPARE(plugin->GetPluginName(), QStringLiteral("Kestrun"));
-        QCOMPARE(plugin->GetCLSID(), QStringLiteral("6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E"));
+        QCOMPARE(plugin->GetPluginName(), "Kestrun");
+        QCOMPARE(plugin->GetCLSID(), "6B1E93C4-2A57-48e1-9C3D-7F02A6D5B18E");
         QCOMPARE(plugin->GetPluginType() + plugin->GetVersion() + plugin->GetLastError()
                      + plugin->DoModal(),
                  0);
@@ -129,7 +124,7 @@ private Q_SLOTS:
         QRect rectangle(1, 2, 3, 4);
         QCOMPARE(plugin->ShowWindow(nullptr, rectangle), 1);
         QCOMPARE(rectangle, QRect(1, 2, 3, 4));
-        QVERIFY(plugin->ChangeLang(QStringLiteral("en")) && !plugin->ChangeLang(QString()));
+        QVERIFY(plugin->ChangeLang("en") && !plugin->ChangeLang(QString()));
     }
 
     void beforeInit()

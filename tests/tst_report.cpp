@@ -78,7 +78,7 @@ private Q_SLOTS:
         QFETCH(QString, before);
         QDomDocument document;
         QVERIFY(document.setContent(before));
-        kestrun::setSimLockState(document, QStringLiteral("L"));
+        kestrun::setSimLockState(document, "L");
         QTEST(document.toString(-1), "after");
     }
 
@@ -131,7 +131,7 @@ private Q_SLOTS:
                                         "ZEPA_NetSrv_GetCurPlmn()"};
         QStringList calls;
         for (const char *call : expected)
-            calls << QLatin1String(call);
+            calls << call;
         QCOMPARE(journal(), calls);
     }
 
@@ -141,12 +141,11 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("config");
         QTest::addColumn<QStringList>("log");
         QTest::addColumn<QByteArray>("after");
-        const QString read = QStringLiteral("Read Config.xml file:");
-        const QString noReport = QStringLiteral("Open File Failed.");
-        const QString noOpen = QStringLiteral("Error open file: ");
-        const QString noParse = QStringLiteral("Error set file: ");
-        const QString exit = QStringLiteral(
-            "T : ../../src/Kestrun/CollectionDataLogic: WriteDataToFile: Exit");
+        const QString read = "Read Config.xml file:";
+        const QString noReport = "Open File Failed.";
+        const QString noOpen = "Error open file: ";
+        const QString noParse = "Error set file: ";
+        const QString exit = "T : ../../src/Kestrun/CollectionDataLogic: WriteDataToFile: Exit";
         const QStringList notThere{read, noOpen, exit, noParse, exit};
         QTest::newRow("no directory")
             << false << QByteArray() << QStringList{noReport} + notThere << QByteArray();
@@ -164,15 +163,15 @@ private Q_SLOTS:
         QFETCH(QByteArray, after);
         const TestRoot root;
         if (!directory)
-            QVERIFY(QDir(root.path(QStringLiteral("usr"))).removeRecursively());
+            QVERIFY(QDir(root.path("usr")).removeRecursively());
         if (!config.isEmpty())
             root.write(root.config(), config);
         const LogCapture log;
         writeReport();
         QStringList lines = log.lines();
         // What the collectors say is not looked at here.
-        while (!lines.isEmpty() && !lines.first().startsWith(QStringLiteral("Open File"))
-               && !lines.first().startsWith(QStringLiteral("Read ")))
+        while (!lines.isEmpty() && !lines.first().startsWith("Open File")
+               && !lines.first().startsWith("Read "))
             lines.removeFirst();
         QTEST(lines, "log");
         QCOMPARE(QFileInfo::exists(root.config()), directory);
@@ -191,8 +190,8 @@ private Q_SLOTS:
         const LogCapture log;
         writeReport();
         QVERIFY(QFileInfo(root.report()).isDir());
-        QVERIFY(log.lines().contains(QStringLiteral("Open File Failed.")));
-        QVERIFY(!log.lines().contains(QStringLiteral("Error set file: ")));
+        QVERIFY(log.lines().contains("Open File Failed."));
+        QVERIFY(!log.lines().contains("Error set file: "));
     }
 
     void everyCallFailsInTurn_data()
@@ -202,7 +201,7 @@ private Q_SLOTS:
         const auto row = [](const char *function, const QStringList &emptied) {
             QTest::newRow(function) << QByteArray(function) << emptied;
         };
-        const auto one = [](const char *name) { return QStringList{QLatin1String(name)}; };
+        const auto one = [](const char *name) { return QStringList{name}; };
         row("ZEPA_DevSrv_GetImeiInfo", one("IMEI"));
         row("ZEPA_DevSrv_GetImsiInfo", one("IMSI"));
         row("ZEPA_DevSrv_GetSN", one("SN"));

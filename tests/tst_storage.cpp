@@ -45,15 +45,14 @@ private Q_SLOTS:
         const auto entry = [](const QByteArray &value) {
             return "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + value + '\n';
         };
-        QTest::newRow("no file") << QByteArray() << QStringLiteral("Brisk_Lane");
-        QTest::newRow("blanks") << entry("My  Product") << QStringLiteral("My__Product");
-        QTest::newRow("empty") << entry("") << QStringLiteral("Brisk_Lane");
-        QTest::newRow("one blank") << entry("\" \"") << QStringLiteral("_");
-        QTest::newRow("other group")
-            << QByteArray("[Other]\nAPP_INSTALL_PATH=x\n") << QStringLiteral("Brisk_Lane");
-        QTest::newRow("slashes") << entry("a/b") << QStringLiteral("a/b");
-        QTest::newRow("no INI") << QByteArray("\x01\x02\n][\n") << QStringLiteral("Brisk_Lane");
-        QTest::newRow("UTF-8") << entry("caf\xC3\xA9") << QStringLiteral("caf\u00e9");
+        QTest::newRow("no file") << QByteArray() << "Brisk_Lane";
+        QTest::newRow("blanks") << entry("My  Product") << "My__Product";
+        QTest::newRow("empty") << entry("") << "Brisk_Lane";
+        QTest::newRow("one blank") << entry("\" \"") << "_";
+        QTest::newRow("other group") << QByteArray("[Other]\nAPP_INSTALL_PATH=x\n") << "Brisk_Lane";
+        QTest::newRow("slashes") << entry("a/b") << "a/b";
+        QTest::newRow("no INI") << QByteArray("\x01\x02\n][\n") << "Brisk_Lane";
+        QTest::newRow("UTF-8") << entry("caf\xC3\xA9") << "caf\u00e9";
     }
 
     void dataDirectory()
@@ -62,23 +61,22 @@ private Q_SLOTS:
         QFETCH(QString, name);
         const TestRoot root;
         if (!settings.isEmpty())
-            root.write(QStringLiteral("SysConfig.dat"), settings);
+            root.write("SysConfig.dat", settings);
         KestrunSetSystemRoot("/");
         std::wstring path = L"to be replaced";
         CCollectionDataLogic::GetInstance()->GetPath(path);
         QCOMPARE(QString::fromStdWString(path),
-                 QStringLiteral("/usr/local/vl_bk_userdata/%1/OnlineUpdate/OnlineUpdate Data/")
-                     .arg(name));
+                 QString("/usr/local/vl_bk_userdata/%1/OnlineUpdate/OnlineUpdate Data/").arg(name));
         CCollectionDataLogic::Destroy();
     }
 
     void escapes()
     {
-        QString text = QStringLiteral("!@~`#$%^&()+=,'[]; a*b\\\"|<>?{}");
+        QString text = "!@~`#$%^&()+=,'[]; a*b\\\"|<>?{}";
         ParseEscapeChar(text);
         QCOMPARE(text,
-                 QStringLiteral("\\!\\@\\~\\`\\#\\$\\%\\^\\&\\(\\)\\+\\=\\,\\'\\[\\]\\; "
-                                "a*b\\\"|<>?{}"));
+                 "\\!\\@\\~\\`\\#\\$\\%\\^\\&\\(\\)\\+\\=\\,\\'\\[\\]\\; "
+                 "a*b\\\"|<>?{}");
     }
 
     void threeCommands()
@@ -87,7 +85,7 @@ private Q_SLOTS:
         root.write(root.report(), "x");
         QFile::setPermissions(root.report(), QFile::ReadOwner);
         QVERIFY(setFilePermissions(root.report()));
-        const QByteArray path = root.report().replace(u' ', QStringLiteral("\" \"")).toUtf8();
+        const QByteArray path = root.report().replace(u' ', "\" \"").toUtf8();
         QCOMPARE(
             s_commands,
             (QByteArrayList{"chmod u+wrx " + path, "chmod o+wrx " + path, "chmod g+wrx " + path}));
@@ -102,16 +100,16 @@ private Q_SLOTS:
             const QChar character(code);
             if (character == u'/')
                 continue;
-            const bool acts = QStringLiteral("|<>\"\\*?{}").contains(character) || code < 0x20
+            const bool acts = QString("|<>\"\\*?{}").contains(character) || code < 0x20
                 || code == 0x7f;
-            QTest::addRow("0x%02x", code) << QStringLiteral("a %1b").arg(character) << !acts;
+            QTest::addRow("0x%02x", code) << QString("a %1b").arg(character) << !acts;
         }
-        QTest::newRow("substitution") << QStringLiteral("$(touch hit)`touch hit`") << true;
-        QTest::newRow("sequence") << QStringLiteral("; touch hit & touch hit") << true;
-        QTest::newRow("pipe") << QStringLiteral("x | touch hit") << false;
-        QTest::newRow("new line") << QStringLiteral("x\ntouch hit") << false;
-        QTest::newRow("glob") << QStringLiteral("*") << false;
-        QTest::newRow("outside Latin-1") << QStringLiteral("\u0416") << false;
+        QTest::newRow("substitution") << "$(touch hit)`touch hit`" << true;
+        QTest::newRow("sequence") << "; touch hit & touch hit" << true;
+        QTest::newRow("pipe") << "x | touch hit" << false;
+        QTest::newRow("new line") << "x\ntouch hit" << false;
+        QTest::newRow("glob") << "*" << false;
+        QTest::newRow("outside Latin-1") << "\u0416" << false;
     }
 
     void everyNameGetsItsBits()
@@ -121,21 +119,21 @@ private Q_SLOTS:
         const TestRoot root;
         const QString file = root.path(name);
         root.write(file, "x");
-        root.write(QStringLiteral("bystander"), "x");
+        root.write("bystander", "x");
         QFile::setPermissions(file, QFile::ReadOwner);
-        QFile::setPermissions(root.path(QStringLiteral("bystander")), QFile::ReadOwner);
+        QFile::setPermissions(root.path("bystander"), QFile::ReadOwner);
         // As the report's writer passes it.
         const bool latin1 = QString::fromLatin1(name.toLatin1()) == name;
         const LogCapture log;
         QVERIFY(setFilePermissions(latin1 ? QString::fromLatin1(file.toUtf8()) : file));
         QCOMPARE(permissions(file), 0777);
-        QCOMPARE(permissions(root.path(QStringLiteral("bystander"))), 0400);
-        QVERIFY(!QFileInfo::exists(root.path(QStringLiteral("hit"))));
+        QCOMPARE(permissions(root.path("bystander")), 0400);
+        QVERIFY(!QFileInfo::exists(root.path("hit")));
         QCOMPARE(s_commands.size(), byShell ? 3 : 0);
         QCOMPARE(log.lines().size(), byShell ? 0 : 1);
     }
 
-    void aMissingFileIsNoFailure() { QVERIFY(setFilePermissions(QStringLiteral("/no/such/file"))); }
+    void aMissingFileIsNoFailure() { QVERIFY(setFilePermissions("/no/such/file")); }
 
     void conversions()
     {

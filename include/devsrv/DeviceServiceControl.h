@@ -65,7 +65,8 @@ enum DevSrvFaultFlags {
     DEVSRV_FAULT_WRITE_OUTPUTS = 1, /* fill the outputs although the result is a failure */
     DEVSRV_FAULT_NO_TERMINATOR = 2, /* fill every text to the end of its buffer, without a NUL */
     DEVSRV_FAULT_OTHER_THREAD = 4,  /* raise `event` on a thread of its own, which runs on */
-    DEVSRV_FAULT_REMOVE_CARD = 8    /* take the card out before the call is answered */
+    DEVSRV_FAULT_REMOVE_CARD = 8,   /* take the card out before the call is answered */
+    DEVSRV_FAULT_HIGH_BYTES = 16    /* put bytes above ASCII in the place of every text */
 };
 
 /* What one function of the service is to do wrong. All zero: nothing. */
@@ -145,6 +146,9 @@ typedef struct DeviceServiceControl
      */
     const char *(*journal)(void);
     void (*clearJournal)(void);
+
+    /* The names of the functions of DeviceService.h; null at the end. */
+    const char *(*functionName)(int32_t index);
 } DeviceServiceControl;
 
 /* The one table. Static storage. */

@@ -52,12 +52,19 @@ struct SmsMessage
     bool receipt = false;
 };
 
+/// How the C boundary fills texts.
+enum class TextFill {
+    Proper,       ///< cut to the buffer, with a closing NUL
+    NoTerminator, ///< to the end of the buffer, without a NUL
+    HighBytes     ///< bytes above ASCII in the place of each character
+};
+
 /// What the C boundary does with a call besides asking the backend.
 struct CallOutcome
 {
     std::int32_t result = 0;   ///< anything but 0 is returned as it is
     bool writeOutputs = false; ///< ask the backend and fill the outputs all the same
-    bool noTerminator = false; ///< fill every text to the end of its buffer, without a NUL
+    TextFill fill = TextFill::Proper;
 };
 
 /// How a backend tells of an event; may be called from any thread, with no lock held.

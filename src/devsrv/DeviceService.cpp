@@ -18,21 +18,21 @@ namespace {
 constexpr std::int32_t kSuccess = 0;
 constexpr std::int32_t kFailure = -1;
 
-// Copies text into the caller's buffer: cut to its size, with a closing NUL.
+// Copies text into the caller's buffer.
 class TextWriter
 {
 public:
-    explicit TextWriter(bool noTerminator) : m_noTerminator(noTerminator) {}
+    explicit TextWriter(TextFill fill) : m_fill(fill) {}
 
     void operator()(char *buffer, std::size_t size, const std::string &text) const
     {
-        std::size_t length = std::min(text.size(), size - 1);
+        const std::size_t length = std::min(text.size(), size - 1);
         std::memcpy(buffer, text.data(), length);
-        if (m_noTerminator) {
+        std::memset(buffer + length, 0, size - length);
+        if (m_fill == TextFill::NoTerminator)
             std::memset(buffer + length, 'x', size - length);
-            return;
-        }
-        buffer[length] = '\0';
+        else if (m_fill == TextFill::HighBytes)
+            std::memset(buffer, 0xe9, length);
     }
 
     template <std::size_t Size>
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    bool m_noTerminator;
+    TextFill m_fill;
 };
 
 // One call that gives something: `query` asks the backend, `write` stores what it gave.
@@ -55,7 +55,7 @@ std::int32_t ask(const char *function, const std::string &arguments, Query query
         return outcome.result;
     const auto value = query(*backend);
     if (value)
-        write(*value, TextWriter(outcome.noTerminator));
+        write(*value, TextWriter(outcome.fill));
     if (outcome.result != kSuccess)
         return outcome.result;
     return value ? kSuccess : kFailure;

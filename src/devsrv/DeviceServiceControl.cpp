@@ -161,6 +161,12 @@ void clearJournal()
     });
 }
 
+const char *functionName(std::int32_t index)
+{
+    const bool known = index >= 0 && index < static_cast<std::int32_t>(kFunctionNames.size());
+    return known ? kFunctionNames[static_cast<std::size_t>(index)].data() : nullptr;
+}
+
 constexpr DeviceServiceControl kControl = {
     sizeof(DeviceServiceControl),
     start,
@@ -178,6 +184,7 @@ constexpr DeviceServiceControl kControl = {
     setAnswerMode,
     journal,
     clearJournal,
+    functionName,
 };
 
 } // namespace

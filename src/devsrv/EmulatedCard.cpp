@@ -17,6 +17,13 @@ constexpr char kUnknownCommand[] = "\r\nERROR\r\n";
 // the event again, without end.
 thread_local bool t_raisingFaultEvent = false;
 
+TextFill fillOf(const DevSrvFault &fault)
+{
+    if (fault.flags & DEVSRV_FAULT_NO_TERMINATOR)
+        return TextFill::NoTerminator;
+    return fault.flags & DEVSRV_FAULT_HIGH_BYTES ? TextFill::HighBytes : TextFill::Proper;
+}
+
 // "AT^RSTRIGGER?\r" stands as "^RSTRIGGER?" in a card description.
 std::string commandKey(const std::string &command)
 {
@@ -143,8 +150,7 @@ CallOutcome EmulatedCard::enter(std::string_view function, std::string_view argu
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(fault.delayMs));
     raiseFaultEvent(fault);
-    return {fault.result, (fault.flags & DEVSRV_FAULT_WRITE_OUTPUTS) != 0,
-            (fault.flags & DEVSRV_FAULT_NO_TERMINATOR) != 0};
+    return {fault.result, (fault.flags & DEVSRV_FAULT_WRITE_OUTPUTS) != 0, fillOf(fault)};
 }
 
 void EmulatedCard::raiseFaultEvent(const DevSrvFault &fault)

@@ -16,11 +16,11 @@ QStringList s_lines;
 
 void capture(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-    static const QRegularExpression time(QStringLiteral("\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d"));
+    static const QRegularExpression time("\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d");
     QString line = message;
-    line.replace(time, QStringLiteral("T"));
+    line.replace(time, "T");
     const QMutexLocker lock(&s_mutex);
-    s_lines << (type == QtWarningMsg ? QStringLiteral("W ") : QString()) + line;
+    s_lines << (type == QtWarningMsg ? "W " : QString()) + line;
 }
 
 } // namespace
@@ -40,8 +40,8 @@ TestRoot::~TestRoot()
 
 QString TestRoot::dataFile(const QString &name) const
 {
-    return path(QStringLiteral("usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate "
-                               "Data/"))
+    return path("usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate "
+                "Data/")
         + name;
 }
 

@@ -8,6 +8,11 @@
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusMetaType>
 
+#ifdef Q_OS_LINUX
+#include <csignal>
+#include <sys/prctl.h>
+#endif
+
 namespace {
 
 constexpr int kPatienceMs = 10'000;
@@ -53,6 +58,16 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Verdict &verdict)
     return argument;
 }
 
+// A test that crashes ends nobody: its peers are to go with it.
+void endWithParent(QProcess &process)
+{
+#ifdef Q_OS_LINUX
+    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+#else
+    Q_UNUSED(process)
+#endif
+}
+
 void end(QProcess &process)
 {
     process.terminate();
@@ -78,6 +93,8 @@ TestBed::TestBed() : m_connection(kConnectionName)
     qDBusRegisterMetaType<Verdict>();
     qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
     qDBusRegisterMetaType<QMap<QDBusObjectPath, QMap<QString, QVariantMap>>>();
+    endWithParent(m_bus);
+    endWithParent(m_daemon);
     m_peers.start();
 }
 

@@ -9,6 +9,7 @@
 #include <QtCore/QJsonObject>
 #include <QtTest/QTest>
 
+#include <algorithm>
 #include <csignal>
 
 class ModemManagerHostTest : public QObject
@@ -27,7 +28,7 @@ private Q_SLOTS:
 private:
     QStringList arguments(const char *command) const;
     QJsonObject writeReport();
-    bool waitForLine(const char *text);
+    bool waitForTexts(const QByteArrayList &texts);
 
     TestBed m_bed;
     QTemporaryDir m_root;
@@ -65,18 +66,18 @@ QJsonObject ModemManagerHostTest::writeReport()
     return QJsonDocument::fromJson(host.readAllStandardOutput()).object();
 }
 
-bool ModemManagerHostTest::waitForLine(const char *text)
+// Waits until the host has told each of these, in any order, since it was waited for the last time.
+bool ModemManagerHostTest::waitForTexts(const QByteArrayList &texts)
 {
+    QByteArray told;
+    const auto isTold = [&](const QByteArray &text) { return told.contains(text); };
     QElapsedTimer timer;
-    QByteArrayList lines;
     for (timer.start(); timer.elapsed() < 10'000; m_watch.waitForReadyRead(100)) {
-        while (m_watch.canReadLine()) {
-            lines.append(m_watch.readLine());
-            if (lines.last().contains(text))
-                return true;
-        }
+        told += m_watch.readAllStandardOutput();
+        if (std::all_of(texts.begin(), texts.end(), isTold))
+            return true;
     }
-    qWarning() << "no" << text << "in" << lines;
+    qWarning() << "not all of" << texts << "in" << told;
     return false;
 }
 
@@ -116,21 +117,18 @@ void ModemManagerHostTest::report()
 void ModemManagerHostTest::watch()
 {
     m_watch.start(QStringLiteral(KESTRUN), arguments("watch"));
-    QVERIFY(waitForLine("\"report\""));
+    QVERIFY(waitForTexts({"\"report\""}));
     ScriptedModem *modem = m_bed.plug(ScriptedModem::umts());
     QVERIFY(modem);
-    QVERIFY(waitForLine("490154203237518"));
-    QVERIFY(waitForLine("DeviceAvailable"));
-    QVERIFY(waitForLine("\"new\":\"83F7CD\""));
+    QVERIFY(waitForTexts({"490154203237518", "DeviceAvailable", "\"new\":\"83F7CD\""}));
     modem->say("+CREG: 1,\"31C5\",\"83F7CE\",2");
-    QVERIFY(waitForLine("\"new\":\"83F7CE\",\"old\":\"83F7CD\""));
+    QVERIFY(waitForTexts({"\"new\":\"83F7CE\",\"old\":\"83F7CD\""}));
     QVERIFY(m_bed.inhibit(*modem, true));
-    QVERIFY(waitForLine("DeviceUnavailable"));
-    QVERIFY(waitForLine("\"new\":\"\",\"old\":\"83F7CE\""));
+    QVERIFY(waitForTexts({"DeviceUnavailable", "\"new\":\"\",\"old\":\"83F7CE\""}));
 
     // Nothing is left registered or running.
     ::kill(static_cast<pid_t>(m_watch.processId()), SIGINT);
-    QVERIFY(waitForLine("\"callbacks\":0"));
+    QVERIFY(waitForTexts({"\"callbacks\":0"}));
     QVERIFY(m_watch.waitForFinished(5'000));
     QCOMPARE(m_watch.exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_watch.exitCode(), 0);

@@ -19,6 +19,47 @@
 extern "C" {
 #endif
 
+/*
+ * The backend "modemmanager": modems of the ModemManager daemon, over the system message bus
+ *
+ * It is there where the library was built with Qt's D-Bus module, and starts wherever the bus can
+ * be reached. Without a daemon or a modem every query fails, after one warning on Qt's log; the
+ * events tell when a modem comes. It takes a QCoreApplication, whose event loop need not run: the
+ * events come on a thread of the service.
+ *
+ * A modem that is found switched off is switched on, at start and when it is plugged in, but not
+ * again after somebody switched it off. start() waits for that, and some seconds more for the
+ * network; if it is refused there is one warning and only what a modem tells while it is off. The
+ * daemon is also asked to signal changes of the cell, which it shows to everybody on the bus; where
+ * this is refused, a change of area or cell alone raises no event.
+ *
+ * Every call returns in bounded time: queries in 3 seconds, AT commands in 6, an SMS in 60,
+ * start() in 30. After a query that was not answered, those of the next 10 seconds fail at once.
+ *
+ *   what the daemon tells                         what is raised
+ *   modem added                                   6002, and 6014 if it is initialized
+ *   modem initialized, or unlocked                6014
+ *   modem switched on                             6602
+ *   registration, technology, operator or cell    6614
+ *   SIM, or a lock of the SIM or modem            6016
+ *   modem removed                                 6601, 6002
+ *   daemon gone, or no longer answering           6603
+ *   daemon back                                   as if its modem was added
+ *
+ * Changes within a quarter of a second are told as one, and what is told is the state after them.
+ *
+ *   status            3 from the modem state "enabled" on, else 2
+ *   lock state        the daemon's number of the lock that it wants a code for, else that of a lock
+ *                     that binds the modem to a network or SIM, else 0
+ *   area and cell     hexadecimal as the daemon writes it; circuit-switched without tracking area
+ *   report mode       always 0; setting it succeeds and changes nothing, since the daemon has the
+ *                     modem report every change
+ *   own numbers       counted from 1, for the daemon does not tell their places in the phonebook
+ *   hardware version  empty where only the firmware version is known, as for AT modems
+ *   serial number     always fails
+ *   AT commands       fail where the daemon refuses them, as it does unless it runs with --debug
+ */
+
 /* A bit each: what a call does besides, or instead of, answering as it should. */
 enum DevSrvFaultFlags {
     DEVSRV_FAULT_WRITE_OUTPUTS = 1, /* fill the outputs although the result is a failure */
@@ -52,9 +93,9 @@ typedef struct DeviceServiceControl
 
     /*
      * Starts the service on a backend: "emulated" (a card is chosen by loadCard), "modemmanager"
-     * (the first modem) or "modemmanager:IMEI". Without it the first call of any function of the
-     * service starts "emulated" with the card "lte". Replaces a backend that runs; registered
-     * callbacks stay.
+     * (the first modem) or "modemmanager:IMEI"; see below. Without it the first call of any
+     * function of the service starts "emulated" with the card "lte". Replaces a backend that runs;
+     * registered callbacks stay. Until it returns no event is raised by the new backend.
      */
     int32_t (*start)(const char *backend);
 

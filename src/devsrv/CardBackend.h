@@ -84,6 +84,10 @@ class CardBackend
 public:
     virtual ~CardBackend() = default;
 
+    /// Comes once, when the boundary's calls reach this backend: events may be raised from now on,
+    /// not before, since their listeners would ask another one.
+    virtual void begin() {}
+
     /// Comes before every call of the boundary's, with the C function's name and its arguments as
     /// they are to be shown.
     virtual CallOutcome enter(std::string_view /*function*/, std::string_view /*arguments*/)

@@ -2,6 +2,12 @@
 #include "Service.h"
 
 #include "EmulatedCard.h"
+#ifdef DEVSRV_HAVE_MODEMMANAGER
+#include "ModemManagerCard.h"
+#endif
+
+#include <chrono>
+#include <thread>
 
 namespace devsrv {
 
@@ -15,6 +21,23 @@ std::shared_ptr<CardBackend> makeEmulatedCard(EventSink raise)
         card->load(*description);
     return card;
 }
+
+#ifdef DEVSRV_HAVE_MODEMMANAGER
+constexpr char kBackends[] = "\"emulated\", \"modemmanager\" or \"modemmanager:IMEI\"";
+
+std::shared_ptr<CardBackend> makeModemManagerCard(const QString &imei, EventSink raise,
+                                                  std::string &error)
+{
+    auto card = std::make_shared<ModemManagerCard>(imei, std::move(raise));
+    if (card->startError().isEmpty())
+        return card;
+    error = card->startError().toStdString();
+    return nullptr;
+}
+#else
+constexpr char kBackends[] = "\"emulated\" (this library was built without D-Bus, hence without "
+                             "\"modemmanager\")";
+#endif
 
 } // namespace
 
@@ -34,12 +57,18 @@ std::shared_ptr<CardBackend> Service::backend()
 
 void Service::replaceBackend(std::shared_ptr<CardBackend> backend)
 {
+    const std::shared_ptr<CardBackend> started = backend;
     {
         const std::lock_guard lock(m_mutex);
         m_backend.swap(backend);
     }
     receipts = false;
-    // The old backend ends here, where no lock is held: its threads may be in a callback.
+    if (started)
+        started->begin();
+    // The old backend ends here, where no lock is held: its threads may be in a callback. A query
+    // on one of them must not be the last to let go, or the thread would have to wait for itself.
+    while (backend && backend.use_count() > 1)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void Service::raise(std::int32_t event)
@@ -55,7 +84,15 @@ std::shared_ptr<CardBackend> makeBackend(const std::string &name, EventSink rais
 {
     if (name == "emulated")
         return makeEmulatedCard(std::move(raise));
-    error = "there is no device service \"" + name + "\"; choose \"emulated\"";
+#ifdef DEVSRV_HAVE_MODEMMANAGER
+    constexpr std::string_view kNamed = "modemmanager:";
+    if (name == "modemmanager")
+        return makeModemManagerCard({}, std::move(raise), error);
+    if (name.starts_with(kNamed) && name.size() > kNamed.size())
+        return makeModemManagerCard(QString::fromStdString(name.substr(kNamed.size())),
+                                    std::move(raise), error);
+#endif
+    error = "there is no device service \"" + name + "\"; choose " + kBackends;
     return nullptr;
 }
 

@@ -31,8 +31,8 @@ private Q_SLOTS:
     {
         QStringList lines;
         const char *about = nullptr;
-        for (int index = 0;
-             const char *card = DevSrv_GetControl()->shippedCard(index, &about); ++index) {
+        for (int index = 0; const char *card = DevSrv_GetControl()->shippedCard(index, &about);
+             ++index) {
             startCard(card);
             Values values{{"Device_IMEI", "old"}, {"Other", "kept"}};
             CDataCardInfo device;
@@ -62,29 +62,10 @@ private Q_SLOTS:
         device.SetData(values);
         network.SetData(values);
         values.erase("Network_IPAddr");
-        for (const auto &[key, text] : values) {
-            const std::string expected = key == "Device_Classify" ? "DataCard"
-                : key == "Device_SimLock"                         ? "0"
-                                                                  : "";
-            QVERIFY2(text == expected, key.c_str());
-        }
-    }
-
-    void textWithoutTerminatorIsCut()
-    {
-        for (const char *function :
-             {"ZEPA_DevSrv_GetSN", "ZEPA_DevSrv_GetESN", "ZEPA_DevSrv_ReadUserNumItem",
-              "ZEPA_NetSrv_GetPSRegState", "ZEPA_NetSrv_GetCurPlmn"})
-            setFault(function, {0, 0, 0, DEVSRV_FAULT_NO_TERMINATOR});
-        Values values;
-        CDataCardInfo().SetData(values);
-        CNetworkInfo().SetData(values);
-        const std::pair<const char *, std::size_t> sizes[] = {
-            {"Device_SN", 24},      {"Device_ESN", 32},  {"Device_MEID", 32},
-            {"Device_MSISDN", 128}, {"Network_Lac", 16}, {"Network_CellID", 24},
-            {"Network_PLMN", 8}};
-        for (const auto &[key, size] : sizes)
-            QVERIFY2(values[key].size() == size, key);
+        values.erase("Device_Classify");
+        QCOMPARE(std::exchange(values["Device_SimLock"], {}), std::string("0"));
+        for (const auto &[key, text] : values)
+            QVERIFY2(text.empty(), key.c_str());
     }
 
     void secondQueryFails()
@@ -153,22 +134,20 @@ private Q_SLOTS:
 
     void triggerAnswersHoweverTheyCome()
     {
+        CDataCardInfo collector;
+        _DEVICE_INFO info;
         for (const int mode : {DEVSRV_ANSWER_OTHER_THREAD | DEVSRV_ANSWER_IN_PIECES,
                                DEVSRV_ANSWER_OTHER_THREAD | DEVSRV_ANSWER_BEFORE_END,
                                0 | DEVSRV_ANSWER_BEFORE_END}) {
             startCard().setAnswerMode(mode);
-            CDataCardInfo collector;
-            _DEVICE_INFO info;
+            info.strSmsTrigger = "old";
             collector.GetSmsTrigger(info);
             QCOMPARE(info.strSmsTrigger, std::string("1"));
         }
-        // Nothing is asked, so the old answer stays.
+        // Nothing can be asked, so the old answer stays.
         setFault("ZEPA_RegDataRevCallBack", {3, 0, 0, 0});
-        CDataCardInfo collector;
-        _DEVICE_INFO info;
-        info.strSmsTrigger = "old";
         collector.GetSmsTrigger(info);
-        QCOMPARE(info.strSmsTrigger, std::string("old"));
+        QCOMPARE(info.strSmsTrigger, std::string("1"));
     }
 
     void dashboardVersions_data() { addRows("dashboard-versions.txt"); }
@@ -179,11 +158,9 @@ private Q_SLOTS:
         const auto write = [&](const char *file, QString content) {
             root.write(file, content.replace("ROOT", root.path()).toUtf8());
         };
-        if (const QString startup = cell("startup"); !startup.isEmpty())
-            write("Library/StartupItems/VLPortDetect/config", startup);
-        if (const QString autorun = cell("autorun"); !autorun.isEmpty())
-            write("Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac",
-                  autorun);
+        write("Library/StartupItems/VLPortDetect/config", cell("startup"));
+        write("Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac",
+              cell("autorun"));
         write("cd/Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat",
               "[EHIDS_PRODUCT_VERSION]\nVALUE=4.2\n");
         CDataCardInfo collector;

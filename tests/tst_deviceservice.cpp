@@ -70,15 +70,6 @@ private Q_SLOTS:
         QVERIFY(QByteArray(control.lastError()).contains("smoke signals"));
     }
 
-    void shippedCardsLoad()
-    {
-        const char *about = nullptr;
-        int count = 0;
-        for (; const char *name = control.shippedCard(count, &about); ++count)
-            QVERIFY2(control.loadCard(name) == 0, control.lastError());
-        QCOMPARE(count, 6);
-    }
-
     void badCardFile_data() { addRows("bad-cards.txt"); }
 
     void badCardFile()
@@ -113,27 +104,6 @@ private Q_SLOTS:
         QCOMPARE(ZEPA_DevSrv_GetESN(&record), 0);
         QCOMPARE(QByteArray(record.esn), QByteArray(31, 'E'));
         QCOMPARE(record.meid[0], '\0');
-
-        const DevSrvFault fault{0, 0, 0, DEVSRV_FAULT_NO_TERMINATOR};
-        QCOMPARE(control.setFault("ZEPA_DevSrv_GetESN", &fault), 0);
-        QCOMPARE(ZEPA_DevSrv_GetESN(&record), 0);
-        QVERIFY(!memchr(record.meid, 0, sizeof record.meid));
-    }
-
-    void aFailureWritesNothingUnlessTold()
-    {
-        std::int32_t status = 42;
-        const DevSrvFault fails{7, 0, 0, 0};
-        control.setFault("ZEPA_DevSrv_GetDevStatus", &fails);
-        QCOMPARE(ZEPA_DevSrv_GetDevStatus(&status), 7);
-        QCOMPARE(status, 42);
-        const DevSrvFault failsAndWrites{7, 0, 0, DEVSRV_FAULT_WRITE_OUTPUTS};
-        control.setFault("ZEPA_DevSrv_GetDevStatus", &failsAndWrites);
-        QCOMPARE(ZEPA_DevSrv_GetDevStatus(&status), 7);
-        QCOMPARE(status, DEVSRV_STATUS_READY);
-        control.setFault("ZEPA_DevSrv_GetDevStatus", nullptr);
-        QCOMPARE(control.remove(), 0);
-        QVERIFY(ZEPA_DevSrv_GetDevStatus(&status) != 0);
     }
 
     void registrationIsASet()
@@ -148,16 +118,6 @@ private Q_SLOTS:
         QCOMPARE(s_events.load(), 1);
         QVERIFY(ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents) != 0);
         QVERIFY(ZEPA_DevSrv_RegisterDevMgrCallback(nullptr) != 0);
-    }
-
-    void channelsAreApart()
-    {
-        ZEPA_DevSrv_RegisterDevInitEventCallback(countEvents);
-        control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED);
-        QCOMPARE(s_events.load(), 0);
-        control.raiseEvent(ZEPA_EVENT_DEV_DEVICE_INIT_FINISH);
-        QCOMPARE(s_events.load(), 1);
-        ZEPA_DevSrv_UnRegisterDevInitEventCallback(countEvents);
     }
 
     void aCallbackMayWithdrawItself()
@@ -218,25 +178,6 @@ private Q_SLOTS:
         QVERIFY(control.setField("PLMN", "12345678") != 0);
         QCOMPARE(s_events.load(), 1);
         ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents);
-    }
-
-    void journalHasArguments()
-    {
-        control.clearJournal();
-        ZEPA_NetSrv_SetPSRegReport(-2);
-        void *handle = nullptr;
-        // A text outside Latin-1, which no report and no plug-in would pass.
-        const std::u16string number = u"+1", text = u"\u00e9\u20ac\"";
-        QCOMPARE(ZEPA_SMSSrv_CreateSMSRecord(
-                     &handle, reinterpret_cast<const std::uint16_t *>(number.c_str()),
-                     reinterpret_cast<const std::uint16_t *>(text.c_str())),
-                 0);
-        QCOMPARE(ZEPA_SMSSrv_ReleaseSMSRecord(&handle), 0);
-        QCOMPARE(handle, nullptr);
-        QCOMPARE(control.journal(),
-                 "ZEPA_NetSrv_SetPSRegReport(-2)\n"
-                 "ZEPA_SMSSrv_CreateSMSRecord(\"+1\", \"\\xe9\\u20ac\\\"\")\n"
-                 "ZEPA_SMSSrv_ReleaseSMSRecord()\n");
     }
 };
 

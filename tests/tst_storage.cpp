@@ -50,8 +50,7 @@ private Q_SLOTS:
         std::wstring path = L"to be replaced";
         CCollectionDataLogic::GetInstance()->GetPath(path);
         QCOMPARE(QString::fromStdWString(path),
-                 "/usr/local/vl_bk_userdata/" + cell("name")
-                     + "/OnlineUpdate/OnlineUpdate Data/");
+                 "/usr/local/vl_bk_userdata/" + cell("name") + "/OnlineUpdate/OnlineUpdate Data/");
         CCollectionDataLogic::Destroy();
     }
 

@@ -17,12 +17,18 @@ QStringList readLines(const QString &file)
 
 QString decoded(QString text)
 {
-    static const QRegularExpression code("\\\\(?:x(..)|u(....))");
-    for (QRegularExpressionMatch match; (match = code.match(text)).hasMatch();) {
-        const QChar character((match.captured(1) + match.captured(2)).toUShort(nullptr, 16));
-        text.replace(match.capturedStart(), match.capturedLength(), character);
+    static const QRegularExpression code("\\\\(?:r|n|x(..)|u(....))");
+    QRegularExpressionMatch match;
+    for (qsizetype from = 0; (match = code.match(text, from)).hasMatch(); ++from) {
+        from = match.capturedStart();
+        const int number = (match.captured(1) + match.captured(2)).toInt(nullptr, 16);
+        const QChar letter = text.at(from + 1);
+        text.replace(from, match.capturedLength(),
+                     QChar(letter == 'r'       ? '\r'
+                               : letter == 'n' ? '\n'
+                                               : number));
     }
-    return text.replace("\\r", "\r").replace("\\n", "\n");
+    return text;
 }
 
 QString encoded(QString line)

@@ -87,18 +87,6 @@ private Q_SLOTS:
         writeReport();
         QVERIFY(!QFileInfo::exists(root.path("usr")));
     }
-
-    void aReportThatCannotBeOpenedKeepsItsContent()
-    {
-        const TestRoot root;
-        QVERIFY(QDir().mkpath(root.report()));
-        root.write(root.config(), "<C/>");
-        const LogCapture log;
-        writeReport();
-        QVERIFY(QFileInfo(root.report()).isDir());
-        QVERIFY(log.lines().contains("Open File Failed."));
-        QVERIFY(!log.lines().contains("Error set file: "));
-    }
 };
 
 QTEST_APPLESS_MAIN(tst_Report)

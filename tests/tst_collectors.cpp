@@ -10,16 +10,6 @@
 
 using Values = std::map<std::string, std::string>;
 
-namespace {
-
-int failFromNowOn(int, void *)
-{
-    setFault("ZEPA_NetSrv_GetPSRegState", {-1, 0, 0, 0});
-    return 1;
-}
-
-} // namespace
-
 class tst_Collectors : public QObject
 {
     Q_OBJECT
@@ -70,15 +60,19 @@ private Q_SLOTS:
 
     void secondQueryFails()
     {
-        constexpr int kUnusedEvent = 9999;
-        setFault("ZEPA_NetSrv_SetPSRegReport", {0, 0, kUnusedEvent, 0});
-        ZEPA_DevSrv_RegisterDevMgrCallback(failFromNowOn);
+        // The event that comes with the call in between changes what the second query does.
+        constexpr auto fail = +[](int, void *) {
+            setFault("ZEPA_NetSrv_GetPSRegState", {-1, 0, 0, 0});
+            return 1;
+        };
+        setFault("ZEPA_NetSrv_SetPSRegReport", {0, 0, 9999, 0});
+        ZEPA_DevSrv_RegisterDevMgrCallback(fail);
         CNetworkInfo collector;
         _NETWORK_INFO info;
         info.strCellID = "old";
         const LogCapture log;
         collector.GetLTECellID(info);
-        ZEPA_DevSrv_UnRegisterDevMgrCallback(failFromNowOn);
+        ZEPA_DevSrv_UnRegisterDevMgrCallback(fail);
         QCOMPARE(info.strCellID, std::string());
         QCOMPARE(log.lines().last(), "=========strCellID_FAILED===========");
     }

@@ -64,12 +64,6 @@ private Q_SLOTS:
         QCOMPARE(model, "KE-421");
     }
 
-    void unknownBackend()
-    {
-        QVERIFY(control.start("smoke signals") != 0);
-        QVERIFY(QByteArray(control.lastError()).contains("smoke signals"));
-    }
-
     void badCardFile_data() { addRows("bad-cards.txt"); }
 
     void badCardFile()
@@ -89,21 +83,14 @@ private Q_SLOTS:
         QCOMPARE(model, "KE-421");
     }
 
-    void badCardPath()
+    void refusals()
     {
+        QVERIFY(control.start("smoke signals") != 0);
+        QVERIFY(QByteArray(control.lastError()).contains("smoke signals"));
         QVERIFY(control.loadCard("/no/such/card.ini") != 0);
         QVERIFY(QByteArray(control.lastError()).contains("td-scdma"));
         QVERIFY(control.loadCard("/") != 0);
         QVERIFY(QByteArray(control.lastError()).contains("not a file"));
-    }
-
-    void textsFillTheirBuffers()
-    {
-        QCOMPARE(control.setField("Identity/ESN", QByteArray(31, 'E').constData()), 0);
-        EsnRecord record;
-        QCOMPARE(ZEPA_DevSrv_GetESN(&record), 0);
-        QCOMPARE(QByteArray(record.esn), QByteArray(31, 'E'));
-        QCOMPARE(record.meid[0], '\0');
     }
 
     void registrationIsASet()
@@ -162,22 +149,6 @@ private Q_SLOTS:
         QCOMPARE(ZEPA_EndExuceATCmd(), 0);
         QTEST(QString::fromStdString(s_answer), "afterEnd");
         QCOMPARE(ZEPA_UnRegDataRevCallBack(collectAnswer), 0);
-    }
-
-    void fieldsChangeAndRaiseTheirEvent()
-    {
-        ZEPA_DevSrv_RegisterDevMgrCallback(countEvents);
-        QCOMPARE(control.setField("PLMN", "26201"), 0);
-        QCOMPARE(s_events.load(), 1);
-        std::int32_t selection = -1;
-        char plmn[ZEPA_PLMN_SIZE];
-        QCOMPARE(ZEPA_NetSrv_GetCurPlmn(&selection, plmn), 0);
-        QCOMPARE(plmn, "26201");
-        // Two sections have a field of this name.
-        QVERIFY(control.setField("LAC", "1") != 0);
-        QVERIFY(control.setField("PLMN", "12345678") != 0);
-        QCOMPARE(s_events.load(), 1);
-        ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents);
     }
 };
 

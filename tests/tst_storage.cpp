@@ -10,6 +10,7 @@
 
 #include <clocale>
 #include <dlfcn.h>
+#include <filesystem>
 
 namespace {
 
@@ -17,9 +18,7 @@ QByteArrayList s_commands;
 
 int permissions(const QString &file)
 {
-    // Qt gives each of owner, group and others three bits of a nibble.
-    const int bits = QFileInfo(file).permissions();
-    return ((bits & 0x7000) >> 6) | ((bits & 0x0070) >> 1) | (bits & 0x0007);
+    return int(std::filesystem::status(file.toStdString()).permissions());
 }
 
 } // namespace

@@ -159,6 +159,7 @@ private Q_SLOTS:
               "[EHIDS_PRODUCT_VERSION]\nVALUE=4.2\n");
         CDataCardInfo collector;
         _DEVICE_INFO info;
+        info.strDverCD = "old";
         collector.GetDeviceDverCD(info);
         QTEST(QString::fromStdString(info.strDverCD), "expected");
 

@@ -79,10 +79,8 @@ private Q_SLOTS:
         QVERIFY(base && window && qobject_cast<INotify *>(object.get()));
         QCOMPARE(static_cast<IBasePlugin *>(window), base);
         QCOMPARE(object->qt_metacast("IUIPlugin"), static_cast<void *>(window));
-        QVERIFY(object->qt_metacast("INotify"));
-        QVERIFY(object->qt_metacast("CCollectionDataPlugin"));
-        QVERIFY(!object->qt_metacast("IBasePlugin"));
-        QVERIFY(!object->qt_metacast(nullptr));
+        QVERIFY(object->qt_metacast("INotify") && object->qt_metacast("CCollectionDataPlugin"));
+        QVERIFY(!object->qt_metacast("IBasePlugin") && !object->qt_metacast(nullptr));
         QCOMPARE(object->metaObject()->className(), "CCollectionDataPlugin");
         QCOMPARE(object->metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
     }

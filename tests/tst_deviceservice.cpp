@@ -27,10 +27,11 @@ int countEvents(int, void *)
     return 1;
 }
 
-int withdrawItself(int, void *)
+int withdrawAll(int, void *)
 {
     ++s_events;
-    ZEPA_DevSrv_UnRegisterDevMgrCallback(withdrawItself);
+    ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents);
+    ZEPA_DevSrv_UnRegisterDevMgrCallback(withdrawAll);
     return 1;
 }
 
@@ -107,9 +108,10 @@ private Q_SLOTS:
         QVERIFY(ZEPA_DevSrv_RegisterDevMgrCallback(nullptr) != 0);
     }
 
-    void aCallbackMayWithdrawItself()
+    void aCallbackMayWithdrawItselfAndOthers()
     {
-        ZEPA_DevSrv_RegisterDevMgrCallback(withdrawItself);
+        ZEPA_DevSrv_RegisterDevMgrCallback(withdrawAll);
+        ZEPA_DevSrv_RegisterDevMgrCallback(countEvents);
         control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED);
         control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED);
         QCOMPARE(s_events.load(), 1);

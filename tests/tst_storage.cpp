@@ -2,6 +2,7 @@
 #include "CollectionDataLogic.h"
 #include "PluginEntry.h"
 #include "StorageLocation.h"
+#include "TestData.h"
 #include "TestSupport.h"
 
 #include <QFileInfo>
@@ -9,6 +10,7 @@
 
 #include <clocale>
 #include <dlfcn.h>
+#include <filesystem>
 
 namespace {
 
@@ -16,9 +18,7 @@ QByteArrayList s_commands;
 
 int permissions(const QString &file)
 {
-    // Qt gives each of owner, group and others three bits of a nibble.
-    const int bits = QFileInfo(file).permissions();
-    return ((bits & 0x7000) >> 6) | ((bits & 0x0070) >> 1) | (bits & 0x0007);
+    return int(std::filesystem::status(file.toStdString()).permissions());
 }
 
 } // namespace
@@ -38,35 +38,18 @@ class tst_Storage : public QObject
 private Q_SLOTS:
     void init() { s_commands.clear(); }
 
-    void dataDirectory_data()
-    {
-        QTest::addColumn<QByteArray>("settings");
-        QTest::addColumn<QString>("name");
-        const auto entry = [](const QByteArray &value) {
-            return "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + value + '\n';
-        };
-        QTest::newRow("no file") << QByteArray() << "Brisk_Lane";
-        QTest::newRow("blanks") << entry("My  Product") << "My__Product";
-        QTest::newRow("empty") << entry("") << "Brisk_Lane";
-        QTest::newRow("one blank") << entry("\" \"") << "_";
-        QTest::newRow("other group") << QByteArray("[Other]\nAPP_INSTALL_PATH=x\n") << "Brisk_Lane";
-        QTest::newRow("slashes") << entry("a/b") << "a/b";
-        QTest::newRow("no INI") << QByteArray("\x01\x02\n][\n") << "Brisk_Lane";
-        QTest::newRow("UTF-8") << entry("caf\xC3\xA9") << "caf\u00e9";
-    }
+    void dataDirectory_data() { addRows("data-directories.txt"); }
 
     void dataDirectory()
     {
-        QFETCH(QByteArray, settings);
-        QFETCH(QString, name);
         const TestRoot root;
-        if (!settings.isEmpty())
-            root.write("SysConfig.dat", settings);
+        if (const QString settings = cell("settings"); !settings.isEmpty())
+            root.write("SysConfig.dat", settings.toUtf8());
         KestrunSetSystemRoot("/");
         std::wstring path = L"to be replaced";
         CCollectionDataLogic::GetInstance()->GetPath(path);
         QCOMPARE(QString::fromStdWString(path),
-                 QString("/usr/local/vl_bk_userdata/%1/OnlineUpdate/OnlineUpdate Data/").arg(name));
+                 "/usr/local/vl_bk_userdata/" + cell("name") + "/OnlineUpdate/OnlineUpdate Data/");
         CCollectionDataLogic::Destroy();
     }
 
@@ -100,8 +83,7 @@ private Q_SLOTS:
             const QChar character(code);
             if (character == u'/')
                 continue;
-            const bool acts = QString("|<>\"\\*?{}").contains(character) || code < 0x20
-                || code == 0x7f;
+            const bool acts = code < 0x20 || QString("|<>\"\\*?{}\x7f").contains(character);
             QTest::addRow("0x%02x", code) << QString("a %1b").arg(character) << !acts;
         }
         QTest::newRow("substitution") << "$(touch hit)`touch hit`" << true;

@@ -84,6 +84,19 @@ private Q_SLOTS:
                      cell("before") == "none" ? 0 : cell("before").size());
     }
 
+    // Writing it would overflow the stack of the host.
+    void aConfigNestedTooDeeplyStays()
+    {
+        const TestRoot root;
+        const QByteArray deep = QByteArray("<a>").repeated(5000)
+            + QByteArray("</a>").repeated(5000);
+        root.write(root.config(), deep);
+        const LogCapture log;
+        writeReport();
+        QCOMPARE(log.lines().filter("W Config.xml is nested deeper than 500").size(), 1);
+        QCOMPARE(QFileInfo(root.config()).size(), deep.size());
+    }
+
     void withoutADirectoryNothingIsWritten()
     {
         const TestRoot root;

@@ -208,6 +208,12 @@ void CCollectionDataLogic::updateConfig()
     }
     file.close();
 
+    if (nesting(config) > kDeepestNesting) {
+        qWarning("Config.xml is nested deeper than %d levels and is left as it is; its lock state "
+                 "is not updated",
+                 kDeepestNesting);
+        return;
+    }
     setSimLockState(config, toQString(m_data["Device_SimLock"]));
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.setPermissions(kConfigPermissions);

@@ -3,6 +3,8 @@
 
 #include <QDomDocument>
 
+#include <algorithm>
+
 namespace kestrun {
 
 void setSimLockState(QDomDocument &config, const QString &simLock)
@@ -18,6 +20,27 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
         after.appendChild(config.createTextNode(simLock));
         history.replaceChild(after, before);
     }
+}
+
+int nesting(const QDomDocument &config)
+{
+    // Step by step, not by recursion.
+    int deepest = 0;
+    int depth = 1;
+    for (QDomElement element = config.documentElement(); !element.isNull();) {
+        deepest = std::max(deepest, depth);
+        QDomElement next = element.firstChildElement();
+        if (!next.isNull()) {
+            ++depth;
+        } else {
+            while (!element.isNull() && (next = element.nextSiblingElement()).isNull()) {
+                element = element.parentNode().toElement();
+                --depth;
+            }
+        }
+        element = next;
+    }
+    return deepest;
 }
 
 } // namespace kestrun

@@ -275,13 +275,13 @@ int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const
     const std::string arguments = quoted(message->number) + ", " + quoted(message->text);
     return ask(
         __func__, arguments, [&](CardBackend &) { return std::make_optional(message.get()); },
-        [&](SmsMessage *, TextWriter) { *handle = message.release(); });
+        [&](SmsMessage *, TextWriter) { *handle = Service::instance().keep(std::move(message)); });
 }
 
 int32_t ZEPA_SMSSrv_SendMsg(void *handle)
 {
     return act(__func__, {}, [=](CardBackend &backend) {
-        auto *message = static_cast<SmsMessage *>(handle);
+        SmsMessage *const message = Service::instance().message(handle);
         if (!message)
             return false;
         message->receipt = Service::instance().receipts;
@@ -292,9 +292,9 @@ int32_t ZEPA_SMSSrv_SendMsg(void *handle)
 int32_t ZEPA_SMSSrv_ReleaseSMSRecord(void **handle)
 {
     return act(__func__, {}, [=](CardBackend &) {
-        delete static_cast<SmsMessage *>(*handle);
+        const bool known = Service::instance().drop(*handle);
         *handle = nullptr;
-        return true;
+        return known;
     });
 }
 

@@ -61,6 +61,7 @@ void Service::replaceBackend(std::shared_ptr<CardBackend> backend)
     {
         const std::lock_guard lock(m_mutex);
         m_backend.swap(backend);
+        m_messages.clear();
     }
     receipts = false;
     if (started)
@@ -69,6 +70,27 @@ void Service::replaceBackend(std::shared_ptr<CardBackend> backend)
     // on one of them must not be the last to let go, or the thread would have to wait for itself.
     while (backend && backend.use_count() > 1)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+void *Service::keep(std::unique_ptr<SmsMessage> message)
+{
+    const std::lock_guard lock(m_mutex);
+    void *const handle = message.get();
+    m_messages.emplace(handle, std::move(message));
+    return handle;
+}
+
+SmsMessage *Service::message(void *handle)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_messages.find(handle);
+    return found == m_messages.end() ? nullptr : found->second.get();
+}
+
+bool Service::drop(void *handle)
+{
+    const std::lock_guard lock(m_mutex);
+    return m_messages.erase(handle) > 0;
 }
 
 void Service::raise(std::int32_t event)

@@ -5,11 +5,13 @@
 #include "CardBackend.h"
 
 #include <atomic>
+#include <map>
 #include <memory>
 
 namespace devsrv {
 
-/// What lives as long as the library: the callbacks, the receipt switch and the running backend.
+/// What lives as long as the library: the callbacks, the messages, the receipt switch and
+/// the running backend.
 ///
 /// Any thread may call anything.
 class Service
@@ -31,6 +33,15 @@ public:
         return deviceManager.count() + deviceInit.count() + dataReceive.count();
     }
 
+    /// Keeps a message until it is dropped or the backend ends; gives the caller's handle of it.
+    void *keep(std::unique_ptr<SmsMessage> message);
+
+    /// The message of a handle; null if there is none.
+    SmsMessage *message(void *handle);
+
+    /// Returns whether the handle had a message.
+    bool drop(void *handle);
+
     CallbackChannel<ZEPA_DevEventCallback> deviceManager;
     CallbackChannel<ZEPA_DevEventCallback> deviceInit;
     CallbackChannel<ZEPA_DataRevCallback> dataReceive;
@@ -39,6 +50,7 @@ public:
 private:
     std::mutex m_mutex;
     std::shared_ptr<CardBackend> m_backend;
+    std::map<void *, std::unique_ptr<SmsMessage>> m_messages;
 };
 
 /// A backend by its name, as DeviceServiceControl::start takes it; nothing and a sentence in

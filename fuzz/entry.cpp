@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+
+// Feeds fuzzOne(): from the fuzzing engine, or without it from the files of the kept corpus.
+#include "Fuzz.h"
+
+#include <QtGlobal>
+
+namespace {
+
+void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
+
+} // namespace
+
+#if defined(KESTRUN_FUZZ)
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***);
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size);
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    qInstallMessageHandler(discard);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
+{
+    fuzzOne(QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
+    return 0;
+}
+
+#else
+
+#include <QDirIterator>
+#include <QFile>
+
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    qInstallMessageHandler(discard);
+    int count = 0;
+    QDirIterator files(QString::fromLocal8Bit(argc > 1 ? argv[1] : "."), QDir::Files);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        // Said before, so that it stands there when the input ends the program.
+        std::printf("%s\n", qPrintable(file.fileName()));
+        std::fflush(stdout);
+        require(file.open(QIODevice::ReadOnly));
+        fuzzOne(file.readAll());
+        ++count;
+    }
+    return count > 0 ? 0 : 1;
+}
+
+#endif

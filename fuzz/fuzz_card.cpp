@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+
+// A card file in: a card whose texts fit, or a sentence that says what is wrong.
+#include "CardDescription.h"
+#include "Fuzz.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+void fuzzOne(const QByteArray &input)
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath(QStringLiteral("card.ini")));
+    require(file.open(QIODevice::WriteOnly) && file.write(input) == input.size());
+    file.close();
+    QString error;
+    auto card = devsrv::readCard(file.fileName(), error);
+    require(card.has_value() == error.isEmpty());
+    if (!card)
+        return;
+    for (const devsrv::CardField &field : devsrv::cardFields()) {
+        const auto reference = field.in(*card);
+        if (auto *const *text = std::get_if<std::string *>(&reference))
+            require((*text)->size() <= static_cast<std::size_t>(field.most));
+    }
+}

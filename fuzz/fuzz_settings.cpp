@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+
+// "SysConfig.dat" in: always a directory below the fixed one, without a blank of the file's own.
+#include "CollectionDataLogic.h"
+#include "Fuzz.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+void fuzzOne(const QByteArray &input)
+{
+    // A directory for each: Qt keeps what it has read of a file of the same time and size.
+    const QTemporaryDir directory;
+    const QString before = QDir::currentPath();
+    QDir::setCurrent(directory.path());
+    QFile file(QStringLiteral("SysConfig.dat"));
+    require(file.open(QIODevice::WriteOnly) && file.write(input) == input.size());
+    file.close();
+    std::wstring path;
+    CCollectionDataLogic::GetInstance()->GetPath(path);
+    QDir::setCurrent(before);
+
+    const QString begin = QStringLiteral("/usr/local/vl_bk_userdata/");
+    const QString end = QStringLiteral("/OnlineUpdate/OnlineUpdate Data/");
+    const QString whole = QString::fromStdWString(path);
+    require(whole.startsWith(begin) && whole.endsWith(end));
+    const QString name = whole.mid(begin.size()).chopped(end.size());
+    require(!name.isEmpty() && !name.contains(u' '));
+}

@@ -8,7 +8,6 @@
 #include "Service.h"
 #include "TextForm.h"
 
-#include <algorithm>
 #include <cstring>
 
 using namespace devsrv;
@@ -26,8 +25,7 @@ public:
 
     void operator()(char *buffer, std::size_t size, const std::string &text) const
     {
-        const std::size_t length = std::min(text.size(), size - 1);
-        std::memcpy(buffer, text.data(), length);
+        const std::size_t length = text.copy(buffer, size - 1);
         std::memset(buffer + length, 0, size - length);
         if (m_fill == TextFill::NoTerminator)
             std::memset(buffer + length, 'x', size - length);

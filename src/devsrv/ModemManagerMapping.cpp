@@ -114,7 +114,7 @@ std::optional<QString> ModemObject::text(QLatin1String interface, QLatin1String 
 
 std::optional<QString> ModemObject::imei() const
 {
-    if (const auto imei = text(k3gppInterface, QLatin1String("Imei")))
+    if (auto imei = text(k3gppInterface, QLatin1String("Imei")))
         return imei;
     // Stands there while the SIM is locked, but is no IMEI on a modem that is CDMA only.
     if (has(kCdmaInterface))

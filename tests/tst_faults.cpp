@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "CollectionDataLogic.h"
+#include "TestData.h"
 #include "TestSupport.h"
 
 #include <QDomDocument>
@@ -58,53 +59,25 @@ void wholeLife()
     CCollectionDataLogic::Destroy();
 }
 
-Values reportOf(const char *card)
+Values reportOf(const char *card, const char *function = "ZEPA_DevSrv_GetSN",
+                const DevSrvFault &fault = {})
 {
     const TestRoot root;
     startCard(card);
+    setFault(function, fault);
     wholeLife();
     return values(root);
 }
 
-struct Fault
-{
-    const char *name;
-    DevSrvFault fault;
-    bool changesValues;
-};
-
-constexpr Fault kFaults[] = {
-    {"error", {-1, 0, 0, 0}, true},
-    {"error with outputs", {-1, 0, 0, DEVSRV_FAULT_WRITE_OUTPUTS}, true},
-    {"slow", {0, 2, 0, 0}, false},
-    {"no terminator", {0, 0, 0, DEVSRV_FAULT_NO_TERMINATOR}, true},
-    {"bytes above ASCII", {0, 0, 0, DEVSRV_FAULT_HIGH_BYTES}, true},
-    {"event", {0, 0, DEVSRV_EVENT_NETWORK_CHANGED, 0}, false},
-    {"init event", {0, 0, ZEPA_EVENT_DEV_DEVICE_INIT_FINISH, 0}, false},
-    {"event elsewhere", {0, 0, DEVSRV_EVENT_SIM_CHANGED, DEVSRV_FAULT_OTHER_THREAD}, false},
-    {"card removed", {0, 0, 0, DEVSRV_FAULT_REMOVE_CARD}, true},
-};
-
 // The elements that a function's answer reaches.
-QStringList reachOf(const QByteArray &function)
+QStringList reachOf(const QString &function)
 {
-    static const QMap<QByteArray, QStringList> reach{
-        {"ZEPA_DevSrv_GetImeiInfo", {"IMEI"}},
-        {"ZEPA_DevSrv_GetImsiInfo", {"IMSI"}},
-        {"ZEPA_DevSrv_GetSN", {"SN"}},
-        {"ZEPA_DevSrv_GetDeviceName", {"Model"}},
-        {"ZEPA_DevSrv_GetESN", {"ESN", "MEID"}},
-        {"ZEPA_DevSrv_GetFirmwareVersion", {"Fver", "Hver"}},
-        {"ZEPA_DevSrv_GetProductType", {"ProductFamily", "IMEI"}},
-        {"ZEPA_NetSrv_GetCSRegState", {"Lac", "CellID"}},
-        {"ZEPA_NetSrv_GetPSRegState", {"Lac", "CellID"}},
-        // With the report mode refused the cell identity stays: it is lost at mode 2 only.
-        {"ZEPA_NetSrv_SetPSRegReport", {"CellID"}},
-        {"ZEPA_NetSrv_GetCurPlmn", {"PLMN"}},
-        {"ZEPA_NetSrv_GetSysInfoEx", {"AcT", "Lac", "CellID"}},
-        {"ZEPA_RegDataRevCallBack", {"SmsTriggerState"}},
-        {"ZEPA_ExuceATCmd", {"SmsTriggerState"}}};
-    return reach.value(function);
+    static const QList<QStringList> table = readTable("fault-reach.txt");
+    for (const QStringList &line : table) {
+        if (line.at(0) == function)
+            return line.at(1).split(' ');
+    }
+    return {};
 }
 
 // From now on a file can grow to so many bytes: a disk that is full.
@@ -114,7 +87,7 @@ void limitFiles(rlim_t bytes)
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-void breakFile(const QString &file, const QByteArray &state)
+void breakFile(const QString &file, const QString &state)
 {
     const QByteArray content = readFile(file);
     const auto rewrite = [&](const QByteArray &bytes) {
@@ -156,84 +129,52 @@ private Q_SLOTS:
         qInstallMessageHandler(discard);
     }
 
-    void calls_data()
-    {
-        QTest::addColumn<QByteArray>("card");
-        for (const char *card : {"lte", "hspa", "cdma"})
-            QTest::newRow(card) << QByteArray(card);
-    }
+    void calls_data() { addRows("faults.txt"); }
 
-    // Each function of the device service with each fault.
+    // Each function of the device service with each fault, on three cards.
     void calls()
     {
-        QFETCH(QByteArray, card);
-        const Values whole = reportOf(card.constData());
+        const auto number = [](const char *column) { return cell(column).toInt(); };
+        const DevSrvFault fault{number("result"), number("delay"), number("event"),
+                                uint(number("flags"))};
+        const bool removed = fault.flags & DEVSRV_FAULT_REMOVE_CARD;
         const Values withoutCard = reportOf("none");
-        QCOMPARE(whole.size(), 24);
-        for (int index = 0; const char *function = DevSrv_GetControl()->functionName(index);
-             ++index) {
-            for (const Fault &fault : kFaults) {
-                const TestRoot root;
-                startCard(card.constData());
-                setFault(function, fault.fault);
-                wholeLife();
-                const Values found = values(root);
-                const bool removed = fault.fault.flags & DEVSRV_FAULT_REMOVE_CARD;
+        for (const char *card : {"lte", "hspa", "cdma"}) {
+            const Values whole = reportOf(card);
+            QCOMPARE(whole.size(), 24);
+            for (int index = 0; const char *function = DevSrv_GetControl()->functionName(index);
+                 ++index) {
+                const Values found = reportOf(card, function, fault);
+                const QStringList reach = cell("changes") == "yes" ? reachOf(function)
+                                                                   : QStringList();
                 for (const QString &name : whole.keys()) {
                     const QString value = found.value(name, "(missing)");
-                    const bool reached = fault.changesValues && reachOf(function).contains(name);
-                    QVERIFY2(value == whole.value(name) || reached
+                    QVERIFY2(value == whole.value(name) || reach.contains(name)
                                  || (removed && value == withoutCard.value(name)),
-                             qPrintable(QString("%1, %2: %3 is \"%4\"")
-                                            .arg(function, fault.name, name, value)));
+                             qPrintable(
+                                 QString("%1, %2: %3 is \"%4\"").arg(card, function, name, value)));
                 }
                 QCOMPARE(DevSrv_GetControl()->callbackCount(), 0);
             }
         }
     }
 
-    void files_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("reach");
-        QTest::newRow("report") << "DATA/UpdateRule.dat"
-                                << "";
-        QTest::newRow("config") << "DATA/Config.xml"
-                                << "";
-        QTest::newRow("settings") << "SysConfig.dat"
-                                  << "DverPc";
-        QTest::newRow("startup item") << "Library/StartupItems/VLPortDetect/config"
-                                      << "DverCD";
-        QTest::newRow("autorun")
-            << "Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac"
-            << "";
-        QTest::newRow("volume")
-            << "cd/Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat"
-            << "DverCD";
-    }
+    void files_data() { addRows("files.txt"); }
 
     // Each file in each bad state.
     void files()
     {
-        QFETCH(QString, file);
-        QFETCH(QString, reach);
         Values whole;
-        for (const char *state : {"as it is", "missing", "empty", "truncated", "garbage",
-                                  "directory", "not readable", "not writable", "disk full"}) {
+        for (const QString state : {"as it is", "missing", "empty", "truncated", "garbage",
+                                    "directory", "not readable", "not writable", "disk full"}) {
             const TestRoot root;
-            const QByteArray volume = "[Volumes]\npath1=" + root.path("cd/").toUtf8() + '\n';
-            const QByteArray version = "[EHIDS_PRODUCT_VERSION]\nVALUE=1.2\n";
-            root.write(root.report(), "<Client><IMEI>old</IMEI></Client>");
-            root.write(root.config(), "<C><HistoryData/></C>");
-            root.write("SysConfig.dat", version);
-            root.write("Library/StartupItems/VLPortDetect/config", volume);
-            root.write("Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac",
-                       "[Volumes]\npath1=/nowhere/\n");
-            root.write("cd/Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat",
-                       version);
-            const QString path = file.startsWith("DATA/") ? root.dataFile(file.mid(5))
-                                                          : root.path(file);
-            breakFile(path, state);
+            const auto placed = [&](QString text) {
+                return text.replace("DATA/", root.dataFile("")).replace("ROOT", root.path());
+            };
+            for (const QStringList &line : readTable("files.txt").mid(1))
+                root.write(placed(line.at(1)), placed(line.at(2)).toUtf8());
+            const QString broken = placed(cell("path"));
+            breakFile(broken, state);
             startCard();
             wholeLife();
             limitFiles(RLIM_INFINITY);
@@ -241,21 +182,16 @@ private Q_SLOTS:
             if (whole.isEmpty())
                 whole = found;
             QCOMPARE(whole.size(), 24);
-            const bool report = path == root.report();
-            if (QByteArray(state) == "disk full"
-                || (report
-                    && (state == QByteArray("directory") || state == QByteArray("not readable")))) {
-                // There is no report to be read; the next one is whole again.
-                QVERIFY2(found.size() < 24, state);
-                continue;
-            }
-            if (report && state == QByteArray("not writable")) {
-                QCOMPARE(found.value("IMEI"), QString("old"));
-                continue;
-            }
-            for (const QString &name : whole.keys())
-                QVERIFY2(found.value(name, "(missing)") == whole.value(name) || name == reach,
-                         qPrintable(QString("%1: %2").arg(state, name)));
+            const bool report = broken == root.report();
+            if (report && state == "not writable")
+                QCOMPARE(found, (Values{{"IMEI", "old"}}));
+            else if (state == "disk full"
+                     || (report && QStringList{"directory", "not readable"}.contains(state)))
+                QVERIFY2(found.isEmpty(), qPrintable(state));
+            else
+                for (const QString &name : whole.keys())
+                    QVERIFY2(found.value(name) == whole.value(name) || name == cell("reach"),
+                             qPrintable(state + ": " + name));
         }
     }
 

@@ -50,7 +50,8 @@ ModemManagerCard::ModemManagerCard(const QString &imei, EventSink raise) : m_cli
 {
     if (!m_client.connection().isConnected()) {
         m_startError = QStringLiteral("the system message bus cannot be reached: ")
-            + m_client.connection().lastError().message();
+            + m_client.connection().lastError().message()
+            + QStringLiteral("; start it, or choose an emulated card");
         return;
     }
     if (!QCoreApplication::instance()) {

@@ -1,160 +1,239 @@
 // SPDX-License-Identifier: MIT
 #include "TestBed.h"
 
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QRegularExpression>
-#include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusMetaType>
+#include "TestData.h"
 
-#ifdef Q_OS_LINUX
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusMetaType>
+#include <QTest>
+
 #include <csignal>
 #include <sys/prctl.h>
-#endif
 
 namespace {
 
-constexpr int kPatienceMs = 10'000;
-const QString kConnectionName = QStringLiteral("test-bed");
-const QString kDaemonService = QStringLiteral("org.freedesktop.ModemManager1");
-const QString kDaemonPath = QStringLiteral("/org/freedesktop/ModemManager1");
+using Interfaces = QMap<QString, QVariantMap>;
+using Objects = QMap<QDBusObjectPath, Interfaces>;
+using Location = QMap<uint, QDBusVariant>;
 
-constexpr char kBusConfiguration[] = R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:dir=%1</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
+const QString kService = "org.freedesktop.ModemManager1";
+const QString kPath = "/org/freedesktop/ModemManager1";
+const QString kConnection = "test-bed";
+constexpr int kPatienceMs = 10'000;
+
+constexpr char kBusConfiguration[] = R"(<busconfig>
+<type>session</type><listen>unix:dir=%1</listen><auth>EXTERNAL</auth>
+<policy context="default">
+<allow send_destination="*" eavesdrop="true"/>
+<allow eavesdrop="true"/><allow own="*"/></policy>
+</busconfig>)";
 
 struct Verdict
 {
     bool granted = false;
-    bool challenged = false;
-    QMap<QString, QString> details;
 };
 
 QDBusArgument &operator<<(QDBusArgument &argument, const Verdict &verdict)
 {
     argument.beginStructure();
-    argument << verdict.granted << verdict.challenged << verdict.details;
+    argument << verdict.granted << false << QMap<QString, QString>();
     argument.endStructure();
     return argument;
 }
 
-const QDBusArgument &operator>>(const QDBusArgument &argument, Verdict &verdict)
+const QDBusArgument &operator>>(const QDBusArgument &argument, Verdict &)
 {
-    argument.beginStructure();
-    argument >> verdict.granted >> verdict.challenged >> verdict.details;
-    argument.endStructure();
     return argument;
 }
 
-// A test that crashes ends nobody: its peers are to go with it.
-void endWithParent(QProcess &process)
+QVariant typed(const QString &text)
 {
-#ifdef Q_OS_LINUX
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-#else
-    Q_UNUSED(process)
-#endif
-}
-
-void end(QProcess &process)
-{
-    process.terminate();
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished(2'000)) {
-        process.kill();
-        process.waitForFinished();
-    }
+    const QString type = text.section(':', 0, 0);
+    const QString value = text.section(':', 1);
+    if (type == "i")
+        return value.toInt();
+    if (type == "u")
+        return value.toUInt();
+    if (type == "b")
+        return value == "1";
+    if (type == "as")
+        return QStringList(value);
+    if (type == "o")
+        return QVariant::fromValue(QDBusObjectPath(value));
+    if (type == "objects")
+        return QVariant::fromValue(Objects());
+    if (type == "location")
+        return QVariant::fromValue(value.isEmpty() ? Location() : Location{{1u, QDBusVariant(value)}});
+    return type == "s" ? value : QVariant();
 }
 
 } // namespace
 
 Q_DECLARE_METATYPE(Verdict)
 
+Child::Child()
+{
+    setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+}
+
+Child::~Child()
+{
+    kill();
+    waitForFinished();
+}
+
+ScriptedModem::ScriptedModem(const QString &path, const QString &kinds)
+{
+    for (const QStringList &line : readTable("modems.txt")) {
+        if (kinds.split(' ').contains(line[0]))
+            answers[line[1]] = line[2];
+    }
+    connect(this, &QLocalServer::newConnection, this, [this] {
+        // The daemon closes a port and opens it again: the last connection counts.
+        m_port = nextPendingConnection();
+        m_input.clear();
+        m_takesMessage = false;
+        connect(m_port, &QLocalSocket::readyRead, this, &ScriptedModem::read);
+    });
+    listen(path);
+}
+
+void ScriptedModem::say(const QByteArray &line)
+{
+    m_port->write("\r\n" + line + "\r\n");
+}
+
+void ScriptedModem::read()
+{
+    if (sender() != m_port)
+        return;
+    m_input += m_port->readAll();
+    for (qsizetype end; (end = m_input.indexOf(m_takesMessage ? '\x1a' : '\r')) >= 0;) {
+        const QByteArray command = m_input.left(end).trimmed();
+        m_input.remove(0, end + 1);
+        if (command.isEmpty())
+            continue;
+        journal << command;
+        const bool isMessage = std::exchange(m_takesMessage, command.startsWith("AT+CMGS="));
+        const QByteArray answer = answers.value(isMessage ? "message" : command, "ERROR").toUtf8();
+        if (m_takesMessage)
+            m_port->write("\r\n> ");
+        else if (answer != "silence")
+            say(answer == "OK" || answer.contains("ERROR") ? answer : answer + "\r\n\r\nOK");
+    }
+}
+
 void Authority::CheckAuthorization(const QDBusMessage &message)
 {
     setDelayedReply(true);
-    connection().send(message.createReply(QVariant::fromValue(Verdict{grants, false, {}})));
+    connection().send(message.createReply(QVariant::fromValue(Verdict{grants})));
 }
 
-TestBed::TestBed() : m_connection(kConnectionName)
+FakeManager::FakeManager(QDBusConnection &connection) : m_connection(connection)
+{
+    reset();
+    if (!connection.registerVirtualObject(kPath, this, QDBusConnection::SubPath)
+        || !connection.registerService(kService))
+        qFatal("the fake daemon cannot be where the real one is");
+}
+
+FakeManager::~FakeManager()
+{
+    m_connection.unregisterService(kService);
+    m_connection.unregisterObject(kPath, QDBusConnection::UnregisterTree);
+}
+
+void FakeManager::change()
+{
+    auto signal = QDBusMessage::createSignal(kPath + "/Modem/3", "org.freedesktop.DBus.Properties",
+                                             "PropertiesChanged");
+    signal.setArguments({kService + ".Modem", QVariantMap(), QStringList()});
+    m_connection.send(signal);
+}
+
+void FakeManager::reset()
+{
+    m_interfaces.clear();
+    m_answers.clear();
+    for (const QStringList &line : readTable("fake-modem.txt").mid(1))
+        set(line[0], line[1]);
+    answersLeft = 1'000;
+}
+
+void FakeManager::set(const QString &what, const QString &value)
+{
+    const QString interface = kService + '.' + what.section('.', 0, -2);
+    if (what.endsWith('.'))
+        m_interfaces.remove(interface);
+    else if (what.contains('.'))
+        m_interfaces[interface][what.section('.', -1)] = typed(value);
+    else
+        m_answers[what] = typed(value);
+}
+
+QString FakeManager::introspect(const QString &) const
+{
+    return {};
+}
+
+bool FakeManager::handleMessage(const QDBusMessage &message, const QDBusConnection &connection)
+{
+    if (answersLeft == 0)
+        return true;
+    --answersLeft;
+    const Objects objects{{QDBusObjectPath(kPath + "/Modem/3"), m_interfaces}};
+    QVariantMap answers{{"GetManagedObjects", QVariant::fromValue(objects)},
+                        {"GetAll", m_interfaces.value(kService + ".Sim")}};
+    answers.insert(m_answers);
+    const QVariant answer = answers.value(message.member());
+    return connection.send(answer.isValid()
+                               ? message.createReply(answer)
+                               : message.createErrorReply(QDBusError::UnknownMethod, "none"));
+}
+
+TestBed::TestBed() : connection(kConnection)
 {
     qDBusRegisterMetaType<QMap<QString, QString>>();
     qDBusRegisterMetaType<Verdict>();
-    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
-    qDBusRegisterMetaType<QMap<QDBusObjectPath, QMap<QString, QVariantMap>>>();
-    endWithParent(m_bus);
-    endWithParent(m_daemon);
-    m_peers.start();
+    qDBusRegisterMetaType<Interfaces>();
+    qDBusRegisterMetaType<Objects>();
+    qDBusRegisterMetaType<Location>();
+    QFile file(m_folder.filePath("bus.conf"));
+    if (!file.open(QIODevice::WriteOnly))
+        qFatal("%s", qPrintable(file.errorString()));
+    file.write(QString(kBusConfiguration).arg(m_folder.path()).toUtf8());
+    file.close();
+    m_bus.start(DBUS_DAEMON, {"--config-file=" + file.fileName(), "--nofork", "--nopidfile",
+                              "--print-address=1"});
+    m_bus.waitForReadyRead(kPatienceMs);
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.readLine().trimmed());
+    connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, kConnection);
+    if (!connection.registerService("org.freedesktop.PolicyKit1")
+        || !connection.registerObject("/org/freedesktop/PolicyKit1/Authority", &authority,
+                                      QDBusConnection::ExportScriptableSlots))
+        qFatal("no message bus");
 }
 
 TestBed::~TestBed()
 {
     killDaemon();
-    m_peers.quit();
-    m_peers.wait();
-    stopBus();
-}
-
-bool TestBed::startBus()
-{
-    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
-    QFile file(configuration);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    file.write(QString::fromLatin1(kBusConfiguration).arg(m_folder.path()).toUtf8());
-    file.close();
-
-    m_bus.start(QStringLiteral(DBUS_DAEMON),
-                {QStringLiteral("--config-file=") + configuration, QStringLiteral("--nofork"),
-                 QStringLiteral("--nopidfile"), QStringLiteral("--print-address=1")});
-    if (!m_bus.waitForReadyRead(kPatienceMs))
-        return false;
-    const QByteArray address = m_bus.readLine().trimmed();
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-
-    m_connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, kConnectionName);
-    m_authority = adopt(std::make_unique<Authority>());
-    return m_connection.registerService(QStringLiteral("org.freedesktop.PolicyKit1"))
-        && m_connection.registerObject(QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                       m_authority, QDBusConnection::ExportScriptableSlots);
-}
-
-void TestBed::stopBus()
-{
-    QDBusConnection::disconnectFromBus(kConnectionName);
-    end(m_bus);
+    QDBusConnection::disconnectFromBus(kConnection);
 }
 
 bool TestBed::startDaemon(bool rawCommands)
 {
     // Not with --test-session: the daemon would then ask for no rights.
-    QStringList arguments{QStringLiteral("--test-enable"), QStringLiteral("--test-no-udev"),
-                          QStringLiteral("--test-no-suspend-resume"),
-                          QStringLiteral("--test-no-qrtr")};
+    QStringList arguments{"--test-enable", "--test-no-udev", "--test-no-suspend-resume",
+                          "--test-no-qrtr"};
     if (rawCommands)
-        arguments.append(QStringLiteral("--debug"));
-    m_daemon.setStandardErrorFile(m_folder.filePath(QStringLiteral("daemon.log")));
+        arguments << "--debug";
+    m_daemon.setStandardErrorFile(QProcess::nullDevice());
     m_daemon.setStandardOutputFile(QProcess::nullDevice());
-    m_daemon.start(QStringLiteral(MODEM_MANAGER), arguments);
-
-    QElapsedTimer timer;
-    for (timer.start(); timer.elapsed() < kPatienceMs; QThread::msleep(10)) {
-        if (m_connection.interface()->isServiceRegistered(kDaemonService))
-            return true;
-    }
-    return false;
+    m_daemon.start(MODEM_MANAGER, arguments);
+    m_plugged = 0;
+    return QTest::qWaitFor([&] { return connection.interface()->isServiceRegistered(kService); },
+                           kPatienceMs);
 }
 
 void TestBed::killDaemon()
@@ -163,73 +242,52 @@ void TestBed::killDaemon()
     m_daemon.waitForFinished();
 }
 
-QByteArray TestBed::daemonLog() const
+ScriptedModem *TestBed::plug(const QString &kinds)
 {
-    QFile file(m_folder.filePath(QStringLiteral("daemon.log")));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-ScriptedModem *TestBed::plug(const Script &script)
-{
-    const QString path = m_folder.filePath(QStringLiteral("modem%1").arg(++m_modems));
-    ScriptedModem *modem = adopt(std::make_unique<ScriptedModem>(path, script));
-    const bool listens = onThreadOf(modem, [=] { return modem->listen(); });
-    return listens && plugAgain(*modem) ? modem : nullptr;
-}
-
-bool TestBed::waitForModems(int count)
-{
-    QElapsedTimer timer;
-    for (timer.start(); timer.elapsed() < kPatienceMs; QThread::msleep(20)) {
-        const auto reply = call(kDaemonPath, QStringLiteral("org.freedesktop.DBus.ObjectManager"),
-                                QStringLiteral("GetManagedObjects"));
-        const auto modems = qdbus_cast<QMap<QDBusObjectPath, QMap<QString, QVariantMap>>>(
-            reply.arguments().value(0));
-        if (modems.size() == count)
-            return true;
-    }
-    return false;
+    const QString name = QString("modem%1").arg(m_modems.size());
+    m_modems.push_back(std::make_unique<ScriptedModem>(m_folder.filePath(name), kinds));
+    return plugAgain(*m_modems.back()) ? m_modems.back().get() : nullptr;
 }
 
 bool TestBed::plugAgain(const ScriptedModem &modem)
 {
-    const auto reply = call(
-        kDaemonPath, QStringLiteral("org.freedesktop.ModemManager1.Test"),
-        QStringLiteral("SetProfile"),
-        {modem.name(), QStringLiteral("generic"), QStringList{modem.socketPath()}});
-    return reply.type() == QDBusMessage::ReplyMessage;
+    const QString path = modem.fullServerName();
+    return call(kPath, kService + ".Test", "SetProfile",
+                {path.section('/', -1), "generic", QStringList(path)})
+        && waitForModem(m_plugged++);
+}
+
+bool TestBed::waitForModem(int number)
+{
+    return QTest::qWaitFor([&] { return !witness(QString::number(number)).isEmpty(); },
+                           kPatienceMs);
 }
 
 bool TestBed::inhibit(const ScriptedModem &modem, bool inhibited)
 {
-    const auto reply = call(kDaemonPath, kDaemonService, QStringLiteral("InhibitDevice"),
-                            {QStringLiteral("/virtual/") + modem.name(), inhibited});
-    return reply.type() == QDBusMessage::ReplyMessage;
+    return call(kPath, kService, "InhibitDevice",
+                {"/virtual/" + modem.fullServerName().section('/', -1), inhibited});
 }
 
-QDBusMessage TestBed::call(const QString &path, const QString &interface, const QString &method,
-                           const QVariantList &arguments)
+bool TestBed::call(const QString &path, const QString &interface, const QString &method,
+                   const QVariantList &arguments)
 {
-    auto message = QDBusMessage::createMethodCall(kDaemonService, path, interface, method);
+    auto message = QDBusMessage::createMethodCall(kService, path, interface, method);
     message.setArguments(arguments);
-    return m_connection.call(message, QDBus::Block, kPatienceMs);
+    return connection.call(message, QDBus::BlockWithGui, kPatienceMs).type()
+        == QDBusMessage::ReplyMessage;
 }
 
-QHash<QString, QString> TestBed::witness(const QStringList &what)
+QHash<QString, QString> TestBed::witness(const QString &modem, const QStringList &what)
 {
-    QProcess client;
-    client.start(QStringLiteral(MMCLI),
-                 QStringList{QStringLiteral("-m"), QStringLiteral("any"),
-                             QStringLiteral("--output-keyvalue")}
-                     + what);
-    client.waitForFinished(kPatienceMs);
+    Child client;
+    client.start(MMCLI, QStringList{"--output-keyvalue", "-m", modem} + what);
+    if (!QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, kPatienceMs))
+        return {};
     QHash<QString, QString> values;
-    static const QRegularExpression pattern(QStringLiteral("^(\\S+)\\s*: (.*)$"));
-    const QStringList lines = QString::fromUtf8(client.readAllStandardOutput())
-                                  .split(QLatin1Char('\n'));
-    for (const QString &line : lines) {
-        if (const auto match = pattern.match(line); match.hasMatch())
-            values.insert(match.captured(1), match.captured(2).trimmed());
+    for (const QString &line : QString::fromUtf8(client.readAllStandardOutput()).split('\n')) {
+        if (line.contains(':'))
+            values[line.section(':', 0, 0).trimmed()] = line.section(':', 1).trimmed();
     }
     return values;
 }

@@ -12,33 +12,9 @@
 #include <QRegularExpression>
 #include <QTest>
 
-#include <algorithm>
-#include <csignal>
-
 namespace {
 
 constexpr char kImei[] = "490154203237518";
-const QString kPath = "/org/freedesktop/ModemManager1";
-const QString kService = "org.freedesktop.ModemManager1";
-
-// What the report has of a modem, and what the daemon's client calls it.
-const std::pair<QString, QString> kFields[] = {
-    {"IMEI", "modem.3gpp.imei"},
-    {"IMSI", ""},
-    {"MEID", "modem.cdma.meid"},
-    {"SN", ""},
-    {"MSISDN", "modem.generic.own-numbers.value[1]"},
-    {"SimLock", ""},
-    {"Command/Device/Model", "modem.generic.model"},
-    {"Command/Device/Fver", "modem.generic.revision"},
-    {"Command/Device/Hver", ""},
-    {"Command/Device/ProductFamily", ""},
-    {"Command/Device/SmsTriggerState", ""},
-    {"Command/Network/AcT", ""},
-    {"Command/Network/PLMN", "modem.3gpp.operator-code"},
-    {"Command/Network/Lac", "modem.location.3gpp.lac"},
-    {"Command/Network/CellID", "modem.location.3gpp.cid"},
-};
 
 // The command with its log; runs for as long as the object lives.
 class Host : public Child
@@ -50,12 +26,6 @@ public:
         start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
     }
 
-    bool ends()
-    {
-        return QTest::qWaitFor([this] { return state() == NotRunning; }, 20'000)
-            && exitStatus() == NormalExit;
-    }
-
     QHash<QString, QString> values() { return values(readAllStandardError()); }
     QHash<QString, QString> values(const QByteArray &log)
     {
@@ -65,10 +35,8 @@ public:
         QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
                                        {"SimLock", lock.match(QString(log)).captured(1)}};
         const auto report = QJsonDocument::fromJson(readAllStandardOutput()).object();
-        for (const auto &[field, key] : kFields) {
-            if (report.contains("Client/" + field))
-                values[field] = report["Client/" + field].toString();
-        }
+        for (const QString &key : report.keys())
+            values[key.section('/', 1)] = report[key].toString();
         return values;
     }
 
@@ -86,6 +54,13 @@ public:
         if (!complete)
             qWarning().noquote() << "no" << missing << "in" << said;
         return complete;
+    }
+
+    // By Ctrl-C; nothing is left registered.
+    bool stop()
+    {
+        ::kill(pid_t(processId()), SIGINT);
+        return says({"\"callbacks\":0"}) && ends() && exitCode() == 0;
     }
 
     QStringList events() const
@@ -114,11 +89,12 @@ class tst_ModemManager : public QObject
 
 private:
     TestBed m_bed;
+    const QList<QStringList> m_fields = readTable("modem-fields.txt").mid(1);
 
 private Q_SLOTS:
     void cleanup()
     {
-        m_bed.killDaemon();
+        m_bed.daemon.end();
         m_bed.authority.grants = true;
     }
 
@@ -126,9 +102,10 @@ private Q_SLOTS:
     {
         QVERIFY(m_bed.startDaemon());
         const QStringList modems{"cdma",    "gsm umts",        "gsm umts hspa",
-                                 "gsm lte", "gsm lte locked", "gsm umts no-sim"};
+                                 "gsm lte", "gsm umts no-sim", "gsm lte locked"};
+        ScriptedModem *modem = nullptr;
         for (const QString &kinds : modems)
-            QVERIFY2(m_bed.plug(kinds), qPrintable(kinds));
+            QVERIFY2((modem = m_bed.plug(kinds)), qPrintable(kinds));
 
         // May switch the modem on only when the authority says so, and tells what it has.
         m_bed.authority.grants = false;
@@ -141,26 +118,35 @@ private Q_SLOTS:
         QStringList lines;
         for (int number = 0; number < modems.size(); ++number) {
             // The one of the lowest number needs no choice.
-            auto seen = m_bed.witness(QString::number(number));
+            auto seen = m_bed.witness(number);
             const QString card = "modemmanager"
                 + (number > 0 ? ":" + seen["modem.generic.equipment-identifier"] : QString());
             Host host({"report", "--json"}, card);
             QVERIFY(host.ends());
             const auto values = host.values();
-            seen = m_bed.witness(QString::number(number));
-            seen.insert(m_bed.witness(QString::number(number), {"--location-get"}));
+            seen = m_bed.witness(number);
+            seen.insert(m_bed.witness(number, {"--location-get"}));
             if (values["Command/Network/AcT"] == "LTE")
                 seen["modem.location.3gpp.lac"] = seen["modem.location.3gpp.tac"];
-            for (const auto &[field, key] : kFields) {
-                const QString value = values[field];
-                lines << modems[number] + ": " + field + '=' + value;
-                const QString other = QString(seen[key]).replace("--", "");
+            for (const QStringList &field : m_fields) {
+                const QString value = values[field[0]];
+                const QString other = seen[field[1]];
+                lines << modems[number] + ": " + field[0] + '=' + value;
                 // Hexadecimal numbers are padded in different ways.
-                if (!key.isEmpty() && value != other)
+                if (!field[1].isEmpty() && value != other)
                     QCOMPARE(value.toInt(nullptr, 16), other.toInt(nullptr, 16));
             }
         }
         compareWithGolden("values-of-modems.txt", lines);
+
+        const QString sim = m_bed.witness(5)["modem.generic.sim"];
+        Host watch({"watch", "--json"}, "modemmanager:350077523237513");
+        QVERIFY(watch.says({"\"new\":\"350077523237513\""}));
+        modem->answers["AT+CPIN?"] = "+CPIN: READY";
+        modem->answers["AT+CIMI"] = "214070123456789";
+        QVERIFY(m_bed.call(sim, kService + ".Sim", "SendPin", {"1234"}));
+        QVERIFY(watch.says({"Evenet(6016)", "DeviceAvailable", "\"new\":\"214070123456789\"",
+                            "\"new\":\"102F304\""}));
 
         Host unknown({"report", "--json"}, "modemmanager:000000000000000");
         QVERIFY(unknown.says({"the daemon knows no modem of IMEI 000000000000000"}));
@@ -198,7 +184,8 @@ private Q_SLOTS:
         timer.start();
         for (int cell = 0x100001; cell <= 0x100000 + 1'000; ++cell) {
             modem->say("+CREG: 1,\"31C5\",\"" + QByteArray::number(cell, 16) + "\",2");
-            QTest::qWait(1);
+            QCoreApplication::processEvents();
+            QTest::qSleep(1);
         }
         QVERIFY(host.says({"\"new\":\"1003E8\""}));
         qInfo() << host.events().size() << "events of 1,000 changes";
@@ -209,7 +196,7 @@ private Q_SLOTS:
         QCOMPARE(host.events(), QStringList({"6601", "6002"}));
         QVERIFY(m_bed.inhibit(*modem, false));
         QVERIFY(host.says({"DeviceAvailable", "\"new\":\"490154203237518\"", "Evenet(6614)"}));
-        m_bed.killDaemon();
+        m_bed.daemon.end();
         QVERIFY(host.says({"DeviceUnavailable", "Evenet(6603)"}));
         QVERIFY(m_bed.startDaemon());
         QVERIFY(m_bed.plugAgain(*modem));
@@ -222,25 +209,9 @@ private Q_SLOTS:
         QVERIFY(enable(false));
         QVERIFY(host.says({"Evenet(6614)"}));
         QTest::qWait(500);
-        QCOMPARE(m_bed.witness("0")["modem.generic.state"], "disabled");
+        QCOMPARE(m_bed.witness(0)["modem.generic.state"], "disabled");
 
-        ::kill(pid_t(host.processId()), SIGINT);
-        QVERIFY(host.says({"\"callbacks\":0"}) && host.ends());
-        QCOMPARE(host.exitCode(), 0);
-    }
-
-    void unlock()
-    {
-        QVERIFY(m_bed.startDaemon());
-        ScriptedModem *modem = m_bed.plug("gsm umts locked");
-        QVERIFY(modem);
-        Host host({"watch", "--json"});
-        QVERIFY(host.says({"\"new\":\"350077523237513\""}));
-        modem->answers["AT+CPIN?"] = "+CPIN: READY";
-        modem->answers["AT+CIMI"] = "214070123456789";
-        QVERIFY(m_bed.call(kPath + "/SIM/0", kService + ".Sim", "SendPin", {"1234"}));
-        QVERIFY(host.says({"Evenet(6016)", "DeviceAvailable", "\"new\":\"214070123456789\"",
-                           "\"new\":\"83F7CD\""}));
+        QVERIFY(host.stop());
     }
 
     // What goes or falls silent in the middle of a report ends none, and loses no more than itself.
@@ -257,7 +228,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         const auto reportMs = timed.elapsed();
-        m_bed.witness("any");
+        m_bed.witness(0);
         qInfo() << "one report takes as long as" << double(reportMs) / timer.elapsed() << "mmcli";
 
         modem->answers["AT^RSTRIGGER?"] = "silence";
@@ -268,7 +239,7 @@ private Q_SLOTS:
             if (how == QString("unplugged"))
                 QVERIFY(m_bed.inhibit(*modem, true));
             else if (how == QString("killed"))
-                m_bed.killDaemon();
+                m_bed.daemon.end();
             QVERIFY2(host.ends(), how);
             QVERIFY2(host.elapsed() < 7'000, how);
             QCOMPARE(host.exitCode(), 0);
@@ -287,8 +258,6 @@ private Q_SLOTS:
         ScriptedModem *modem = m_bed.plug("gsm umts");
         QVERIFY(modem);
         for (const QStringList &row : readTable("modem-sms.txt").mid(1)) {
-            Host watch({"report"}); // has switched the modem on
-            QVERIFY(watch.ends());
             modem->journal.clear();
             modem->answers["message"] = row[3];
             m_bed.authority.grants = row[4] == "yes";
@@ -300,7 +269,8 @@ private Q_SLOTS:
             QCOMPARE(tried, row[4] == "yes" && !row[2].isEmpty());
             m_bed.authority.grants = true;
             // Nothing stays behind in the daemon.
-            QVERIFY(m_bed.witness("any", {"--messaging-list-sms"})["modem.messaging.sms.length"].toInt() == 0);
+            QVERIFY(m_bed.witness(0, {"--messaging-list-sms"})["modem.messaging.sms.length"].toInt()
+                    == 0);
             if (!tried)
                 continue;
             // As it went out: the number with its digits swapped, and the bit of the receipt.
@@ -326,11 +296,12 @@ private Q_SLOTS:
             if (all.isEmpty())
                 all = values;
             QStringList lost;
-            for (const auto &[field, key] : kFields) {
-                if (values[field] != all[field])
-                    lost << field.section('/', -1);
+            for (const QStringList &field : m_fields) {
+                if (values[field[0]] != all[field[0]])
+                    lost << field[0].section('/', -1);
             }
-            QVERIFY2(lost.join(' ') == row[3], qPrintable(row[0] + ": " + lost.join(' ')));
+            const bool isAll = row[3] == "ALL" && values["IMEI"].isEmpty() && lost.size() > 9;
+            QVERIFY2(isAll || lost.join(' ') == row[3], qPrintable(row[0] + ": " + lost.join(' ')));
             QVERIFY2(log.count("modemmanager: ") == !row[4].isEmpty(), log);
             QVERIFY2(log.contains(row[4].toUtf8()), log);
         }
@@ -342,9 +313,14 @@ private Q_SLOTS:
         FakeManager daemon(m_bed.connection);
         Host watch({"watch", "--json"});
         QVERIFY(watch.says({kImei, "\"new\":\"83F7CD\""}));
+        Host stopped({"watch", "--json"});
+        QVERIFY(stopped.says({"\"new\":\"83F7CD\""}));
+        QTest::qWait(300);
         daemon.answersLeft = 0;
         daemon.change();
         Host report({"report", "--json"});
+        QTest::qWait(400); // until each waits for an answer
+        QVERIFY(stopped.stop() && stopped.elapsed() < 6'000);
         QVERIFY(watch.says({"DeviceUnavailable", "Evenet(6603)"}));
         QVERIFY(report.ends());
         QVERIFY(report.elapsed() < 7'000);
@@ -353,19 +329,6 @@ private Q_SLOTS:
         QCOMPARE(report.values(log)["IMEI"], "");
         daemon.answersLeft = 1'000;
         QVERIFY(watch.says({"Evenet(6002)", "DeviceAvailable"}));
-
-        // Stopped while an event's listener waits for an answer.
-        QTest::qWait(300);
-        daemon.answersLeft = 1;
-        daemon.set("Modem.Modem3gpp.OperatorCode", "s:21401");
-        daemon.change();
-        QVERIFY(watch.says({"Evenet(6614)"}));
-        QTRY_VERIFY(daemon.answersLeft == 0);
-        ::kill(pid_t(watch.processId()), SIGINT);
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(watch.says({"\"callbacks\":0"}) && watch.ends());
-        QVERIFY(timer.elapsed() < 5'000);
     }
 };
 

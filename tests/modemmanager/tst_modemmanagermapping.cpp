@@ -11,25 +11,17 @@ namespace {
 // A look at a daemon, written as words of the form NAME=VALUE.
 Sight look(const QString &words)
 {
-    QHash<QString, QString> values{{"daemon", ":1.1"},      {"modem", "/Modem/0"},
-                                   {"state", "8"},          {"sim", "/SIM/0"},
-                                   {"unlock", "1"},         {"locks", "0"},
-                                   {"technology", "16384"}, {"registration", "1"},
-                                   {"operator", "21407"},   {"location", "214,07,0,102F304,1A2B"}};
-    for (const QString &word : words.split(' ', Qt::SkipEmptyParts))
+    const QString usual = "daemon=:1.1 modem=/Modem/0 state=8 sim=/SIM/0 unlock=1 technology=16384 "
+                          "registration=1 operator=21407 location=214,07,0,102F304,1A2B ";
+    QHash<QString, QString> values;
+    for (const QString &word : (usual + words).split(' ', Qt::SkipEmptyParts))
         values[word.section('=', 0, 0)] = word.section('=', 1);
+    const auto number = [&](const char *name) { return values[name].toUInt(); };
     Sight sight{values["daemon"], std::nullopt};
-    if (!values["modem"].isEmpty()) {
-        sight.modem = {values["modem"],
-                       values["state"].toInt(),
-                       values["sim"],
-                       values["unlock"].toUInt(),
-                       values["locks"].toUInt(),
-                       values["technology"].toUInt(),
-                       values["registration"].toUInt(),
-                       values["operator"],
-                       values["location"]};
-    }
+    if (!values["modem"].isEmpty())
+        sight.modem = {values["modem"],        values["state"].toInt(), values["sim"],
+                       number("unlock"),       number("locks"),         number("technology"),
+                       number("registration"), values["operator"],      values["location"]};
     return sight;
 }
 

@@ -113,7 +113,7 @@ public:
     }
 };
 
-/// A daemon that says of a modem what no real one says, or says nothing.
+/// A daemon that says of the modem of fake-modem.txt what no real one says, or says nothing.
 class FakeManager : public QDBusVirtualObject
 {
 public:
@@ -126,22 +126,14 @@ public:
         qDBusRegisterMetaType<Location>();
         m_connection.registerVirtualObject(kPath, this, QDBusConnection::SubPath);
         m_connection.registerService(kService);
-        reset();
+        for (const QStringList &line : readTable("fake-modem.txt").mid(1))
+            set(line[0], line[1]);
     }
 
     ~FakeManager() override
     {
         m_connection.unregisterService(kService);
         m_connection.unregisterObject(kPath, QDBusConnection::UnregisterTree);
-    }
-
-    /// Begins anew with the modem of fake-modem.txt.
-    void reset()
-    {
-        m_interfaces.clear();
-        m_answers.clear();
-        for (const QStringList &line : readTable("fake-modem.txt").mid(1))
-            set(line[0], line[1]);
     }
 
     /// Sets a property, or the answer to a method, to a value with the letters of its type; takes

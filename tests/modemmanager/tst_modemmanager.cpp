@@ -284,10 +284,9 @@ private Q_SLOTS:
     // Each costs the values that hang on it and no others, and is told once, however often asked.
     void oddAnswers()
     {
-        FakeManager daemon(m_bed.connection);
         QHash<QString, QString> all;
         for (const QStringList &row : readTable("fake-modem-odd.txt").mid(1)) {
-            daemon.reset();
+            FakeManager daemon(m_bed.connection);
             daemon.set(row[1], row[2]);
             Host host({"report", "--json"});
             QVERIFY2(host.ends(), qPrintable(row[0]));

@@ -107,7 +107,7 @@ void config(benchmark::State &state, bool change)
     for (auto _ : state) {
         QDomDocument document;
         document.setContent(before);
-        if (change && kestrun::nesting(document) <= kestrun::kDeepestNesting)
+        if (change && !kestrun::isTooDeep(document, before.size()))
             kestrun::setSimLockState(document, QStringLiteral("0"));
         QByteArray after;
         QTextStream stream(&after);

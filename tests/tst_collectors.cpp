@@ -6,6 +6,7 @@
 #include "TestData.h"
 #include "TestSupport.h"
 
+#include <QNetworkInterface>
 #include <QTest>
 
 using Values = std::map<std::string, std::string>;
@@ -96,6 +97,11 @@ private Q_SLOTS:
         const QList<kestrun::InterfaceState> interfaces{
             {false, false}, {flags.contains("up"), flags.contains("running")}};
         QTEST(QString::fromStdString(::reportedAddress(interfaces, addresses)), "expected");
+    }
+
+    void addressesAreTheHostsOwn()
+    {
+        QCOMPARE(kestrun::hostNetwork().addresses, QNetworkInterface::allAddresses());
     }
 
     void macVersions()

@@ -208,10 +208,9 @@ void CCollectionDataLogic::updateConfig()
     }
     file.close();
 
-    if (nesting(config) > kDeepestNesting) {
-        qWarning("Config.xml is nested deeper than %d levels and is left as it is; its lock state "
-                 "is not updated",
-                 kDeepestNesting);
+    if (isTooDeep(config, file.size())) {
+        qWarning("Config.xml is nested too deeply to be written and is left as it is; its lock "
+                 "state is not updated");
         return;
     }
     setSimLockState(config, toQString(m_data["Device_SimLock"]));

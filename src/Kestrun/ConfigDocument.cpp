@@ -3,8 +3,6 @@
 
 #include <QDomDocument>
 
-#include <algorithm>
-
 namespace kestrun {
 
 void setSimLockState(QDomDocument &config, const QString &simLock)
@@ -22,25 +20,28 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
     }
 }
 
-int nesting(const QDomDocument &config)
+bool isTooDeep(const QDomDocument &config, qint64 size)
 {
+    constexpr int kDeepest = 500;
+    constexpr int kBytesPerLevel = 7; // "<a></a>"
+    if (size / kBytesPerLevel <= kDeepest)
+        return false;
     // Step by step, not by recursion.
-    int deepest = 0;
-    int depth = 1;
-    for (QDomElement element = config.documentElement(); !element.isNull();) {
-        deepest = std::max(deepest, depth);
-        QDomElement next = element.firstChildElement();
+    int depth = 0;
+    for (QDomNode node = config.documentElement(); !node.isNull();) {
+        QDomNode next = node.firstChild();
         if (!next.isNull()) {
-            ++depth;
+            if (++depth > kDeepest)
+                return true;
         } else {
-            while (!element.isNull() && (next = element.nextSiblingElement()).isNull()) {
-                element = element.parentNode().toElement();
+            while (!node.isNull() && (next = node.nextSibling()).isNull()) {
+                node = node.parentNode();
                 --depth;
             }
         }
-        element = next;
+        node = next;
     }
-    return deepest;
+    return false;
 }
 
 } // namespace kestrun

@@ -12,11 +12,9 @@ namespace kestrun {
 /// there is none, none is added.
 void setSimLockState(QDomDocument &config, const QString &simLock);
 
-/// How many elements stand one inside the other at the deepest place.
-int nesting(const QDomDocument &config);
-
-/// Documents that are nested deeper cannot be written: QDom saves them by recursion, and a few
-/// thousand levels overflow the stack. No dashboard's file comes near.
-inline constexpr int kDeepestNesting = 500;
+/// Whether a document of `size` bytes is nested so deeply that it cannot be saved: QDom saves by
+/// recursion, and a few thousand levels overflow the stack. No dashboard's file comes near the 500
+/// levels that are taken.
+bool isTooDeep(const QDomDocument &config, qint64 size);
 
 } // namespace kestrun

@@ -1,19 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "Log.h"
 
-#include <QTime>
-
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 
 namespace kestrun {
 
 std::array<char, 16> timeStamp()
 {
-    // Not QTime::toString(): it goes through locale and calendar, and a report has eighty lines.
-    const QTime now = QTime::currentTime();
+    // Not QTime: it looks at the time zone's file for each of a report's eighty lines, and formats
+    // through locale and calendar.
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
+    const auto ms = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm local{};
+    localtime_r(&seconds, &local);
     std::array<char, 16> text;
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d:%03d", now.hour(), now.minute(),
-                  now.second(), now.msec());
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d:%03d", local.tm_hour, local.tm_min,
+                  local.tm_sec, static_cast<int>(ms));
     return text;
 }
 

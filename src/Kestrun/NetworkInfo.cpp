@@ -272,5 +272,6 @@ void CNetworkInfo::GetIPAddr(_NETWORK_INFO &rec)
 {
     rec.strIPAddr.clear();
     logCalled({kPath, __func__});
-    rec.strIPAddr = reportedAddress(networkInterfaces(), hostAddresses());
+    const HostNetwork network = hostNetwork();
+    rec.strIPAddr = reportedAddress(network.interfaces, network.addresses);
 }

@@ -42,20 +42,20 @@ int macintoshVersion()
                                        : kAfterRelease10;
 }
 
-QList<InterfaceState> networkInterfaces()
+HostNetwork hostNetwork()
 {
-    QList<InterfaceState> states;
+    // The addresses are those of QNetworkInterface::allAddresses(), which would ask the system for
+    // everything a second time.
+    HostNetwork network;
     for (const QNetworkInterface &interface : QNetworkInterface::allInterfaces()) {
-        const auto flags = interface.flags();
-        states.append({flags.testFlag(QNetworkInterface::IsUp),
-                       flags.testFlag(QNetworkInterface::IsRunning)});
+        const bool up = interface.flags().testFlag(QNetworkInterface::IsUp);
+        network.interfaces.append({up, interface.flags().testFlag(QNetworkInterface::IsRunning)});
+        if (!up)
+            continue;
+        for (const QNetworkAddressEntry &entry : interface.addressEntries())
+            network.addresses.append(entry.ip());
     }
-    return states;
-}
-
-QList<QHostAddress> hostAddresses()
-{
-    return QNetworkInterface::allAddresses();
+    return network;
 }
 
 } // namespace kestrun

@@ -22,10 +22,13 @@ struct InterfaceState
     bool running = false;
 };
 
-/// All interfaces, in the system's order.
-QList<InterfaceState> networkInterfaces();
+/// The host's network at one moment, in the system's order.
+struct HostNetwork
+{
+    QList<InterfaceState> interfaces;
+    QList<QHostAddress> addresses; ///< of all interfaces that are up, in one list
+};
 
-/// The addresses of all interfaces in one list, in the system's order.
-QList<QHostAddress> hostAddresses();
+HostNetwork hostNetwork();
 
 } // namespace kestrun

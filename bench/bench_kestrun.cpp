@@ -106,8 +106,10 @@ void config(benchmark::State &state, bool change)
     const QByteArray before = configOf(state.range(0));
     for (auto _ : state) {
         QDomDocument document;
+        if (change && kestrun::isTooDeep(before))
+            continue;
         document.setContent(before);
-        if (change && !kestrun::isTooDeep(document, before.size()))
+        if (change)
             kestrun::setSimLockState(document, QStringLiteral("0"));
         QByteArray after;
         QTextStream stream(&after);

@@ -24,7 +24,7 @@ void fuzzOne(const QByteArray &input)
 {
     QDomDocument before;
     QDomDocument after;
-    if (!before.setContent(input) || kestrun::isTooDeep(before, input.size()))
+    if (kestrun::isTooDeep(input) || !before.setContent(input))
         return;
     after.setContent(input);
     kestrun::setSimLockState(after, QStringLiteral("7"));

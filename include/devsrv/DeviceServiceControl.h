@@ -33,7 +33,7 @@ extern "C" {
  * daemon is also asked to signal changes of the cell, which it shows to everybody on the bus; where
  * this is refused, a change of area or cell alone raises no event.
  *
- * Every call returns in bounded time: queries in 3 seconds, AT commands in 6, an SMS in 60,
+ * Every call returns in bounded time: queries in 6 seconds, AT commands in 6, an SMS in 70,
  * start() in 30. After a query that was not answered, those of the next 10 seconds fail at once.
  *
  *   what the daemon tells                         what is raised
@@ -43,7 +43,7 @@ extern "C" {
  *   registration, technology, operator or cell    6614
  *   SIM, or a lock of the SIM or modem            6016
  *   modem removed                                 6601, 6002
- *   daemon gone, or no longer answering           6603
+ *   daemon gone, or no longer answering           6603, 6002
  *   daemon back                                   as if its modem was added
  *
  * Changes within a quarter of a second are told as one, and what is told is the state after them.
@@ -95,7 +95,7 @@ typedef struct DeviceServiceControl
      * Starts the service on a backend: "emulated" (a card is chosen by loadCard), "modemmanager"
      * (the first modem) or "modemmanager:IMEI"; see below. Without it the first call of any
      * function of the service starts "emulated" with the card "lte". Replaces a backend that runs;
-     * registered callbacks stay. Until it returns no event is raised by the new backend.
+     * registered callbacks stay.
      */
     int32_t (*start)(const char *backend);
 

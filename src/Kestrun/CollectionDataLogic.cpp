@@ -9,6 +9,7 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QMutexLocker>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTextStream>
 
@@ -141,13 +142,13 @@ void CCollectionDataLogic::WriteDataToFile()
         return;
     }
     const QMutexLocker lock(&m_mutex);
+    const auto ended = qScopeGuard([] { t_reportRun = {}; });
     t_reportRun = {.running = true};
     writeReportAndConfig();
     // One more run, not as many as are asked for: a device service that raises an event in every
     // query would keep this thread for good.
     if (t_reportRun.again)
         writeReportAndConfig();
-    t_reportRun = {};
 }
 
 void CCollectionDataLogic::writeReportAndConfig()
@@ -198,21 +199,22 @@ void CCollectionDataLogic::updateConfig()
         logLine(source, kExit);
     }
     file.setPermissions(kConfigPermissions);
+    const QByteArray before = opened ? file.readAll() : QByteArray();
+    if (isTooDeep(before)) {
+        qWarning("Config.xml is nested too deeply to be written and is left as it is; its lock "
+                 "state is not updated");
+        return;
+    }
     QDomDocument config;
     QString error;
-    // setContent() would open the file itself, and keeps what stands before an error.
-    if (!opened || !config.setContent(&file, false, &error)) {
+    // setContent() keeps what stands before an error.
+    if (!opened || !config.setContent(before, false, &error)) {
         config = QDomDocument();
         qDebug("Error set file: ");
         logLine(source, kExit);
     }
     file.close();
 
-    if (isTooDeep(config, file.size())) {
-        qWarning("Config.xml is nested too deeply to be written and is left as it is; its lock "
-                 "state is not updated");
-        return;
-    }
     setSimLockState(config, toQString(m_data["Device_SimLock"]));
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.setPermissions(kConfigPermissions);

@@ -50,7 +50,8 @@ public:
     /// to date. Failures are logged. Blocks for as long as card, shell and disk take.
     ///
     /// A call from inside a run on the same thread (a device service may raise events in the
-    /// middle of a query) returns at once; one more run then follows the one that is going on.
+    /// middle of a query) returns at once; one more run then follows the one that is going on,
+    /// and what is asked for during that one is done with.
     void WriteDataToFile();
 
     /// The directory of both files, ending in "/".

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 class QDomDocument;
@@ -12,9 +13,9 @@ namespace kestrun {
 /// there is none, none is added.
 void setSimLockState(QDomDocument &config, const QString &simLock);
 
-/// Whether a document of `size` bytes is nested so deeply that it cannot be saved: QDom saves by
-/// recursion, and a few thousand levels overflow the stack. No dashboard's file comes near the 500
-/// levels that are taken.
-bool isTooDeep(const QDomDocument &config, qint64 size);
+/// Whether a document is nested more than 500 levels deep. QDom takes time that grows with the
+/// square of the depth to read such a document, and overflows the stack when it saves one of some
+/// thousand levels. No dashboard's file comes near. Pure; linear in the size.
+bool isTooDeep(const QByteArray &xml);
 
 } // namespace kestrun

@@ -320,7 +320,7 @@ int CDataCardInfo::RecDataFunc(void *data, int)
         const auto [verdict, result] = judgeTriggerResponse(response, triggerVerdict());
         setTriggerVerdict(verdict);
         return result;
-    } catch (const std::out_of_range &error) {
+    } catch (const std::exception &error) {
         // The device service is C: nothing may be thrown through it.
         qWarning("pfnDataRev () Response data is cut short, the SMS trigger stays as it was: %s",
                  error.what());

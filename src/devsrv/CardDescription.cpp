@@ -7,6 +7,7 @@
 #include <QSettings>
 #include <QStringList>
 
+#include <algorithm>
 #include <limits>
 
 namespace devsrv {
@@ -94,13 +95,18 @@ QString toNumber(const QString &value, std::int32_t least, std::int32_t most, st
     return {};
 }
 
-QString toText(const QString &value, std::int32_t most, std::string &text)
+QString toText(const QString &value, std::int32_t most, std::string &text, bool lines = false)
 {
     const QByteArray bytes = value.toLatin1();
     if (QString::fromLatin1(bytes) != value)
         return QStringLiteral("\"%1\" has characters outside Latin-1").arg(value);
-    if (bytes.contains('\0'))
-        return QStringLiteral("the value has a NUL character");
+    const auto refused = [=](char byte) {
+        return byte == '\0' || (!lines && byte > '\0' && byte < ' ');
+    };
+    if (std::any_of(bytes.begin(), bytes.end(), refused)) {
+        return QStringLiteral("the value has a line end or another control character; is a quote "
+                              "left open?");
+    }
     if (bytes.size() > most) {
         return QStringLiteral("\"%1\" has %2 characters, at most %3 fit")
             .arg(value)
@@ -125,7 +131,7 @@ QString setFree(CardDescription &card, const QString &section, const QString &na
                 const QString &value)
 {
     if (section == QLatin1String("AT"))
-        return toText(value, kMaximum, card.atAnswers[name.toStdString()]);
+        return toText(value, kMaximum, card.atAnswers[name.toStdString()], true);
     const std::string function = name.toStdString();
     if (!isFunctionName(function))
         return QStringLiteral("the device service has no function of that name");

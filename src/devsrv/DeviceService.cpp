@@ -267,7 +267,7 @@ int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
 
 int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const uint16_t *text)
 {
-    auto message = std::make_unique<SmsMessage>();
+    auto message = std::make_shared<SmsMessage>();
     message->number = toText(number);
     message->text = toText(text);
     const std::string arguments = quoted(message->number) + ", " + quoted(message->text);
@@ -279,7 +279,7 @@ int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const
 int32_t ZEPA_SMSSrv_SendMsg(void *handle)
 {
     return act(__func__, {}, [=](CardBackend &backend) {
-        SmsMessage *const message = Service::instance().message(handle);
+        const auto message = Service::instance().message(handle);
         if (!message)
             return false;
         message->receipt = Service::instance().receipts;

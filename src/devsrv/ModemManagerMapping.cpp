@@ -249,6 +249,9 @@ std::vector<std::int32_t> eventsBetween(const Sight &before, const Sight &after)
             events = {DEVSRV_EVENT_DEVICE_REMOVED, DEVSRV_EVENT_CARD_CHANGED};
         else
             events = {DEVSRV_EVENT_DEVICE_LOST};
+        // What the report says of the modem is out of date; one that took its place says so itself.
+        if (!daemonStayed && !after.modem)
+            events.push_back(DEVSRV_EVENT_CARD_CHANGED);
     }
     if (!after.modem)
         return events;

@@ -72,7 +72,7 @@ void Service::replaceBackend(std::shared_ptr<CardBackend> backend)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
-void *Service::keep(std::unique_ptr<SmsMessage> message)
+void *Service::keep(std::shared_ptr<SmsMessage> message)
 {
     const std::lock_guard lock(m_mutex);
     void *const handle = message.get();
@@ -80,11 +80,11 @@ void *Service::keep(std::unique_ptr<SmsMessage> message)
     return handle;
 }
 
-SmsMessage *Service::message(void *handle)
+std::shared_ptr<SmsMessage> Service::message(void *handle)
 {
     const std::lock_guard lock(m_mutex);
     const auto found = m_messages.find(handle);
-    return found == m_messages.end() ? nullptr : found->second.get();
+    return found == m_messages.end() ? nullptr : found->second;
 }
 
 bool Service::drop(void *handle)

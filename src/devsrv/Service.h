@@ -34,10 +34,10 @@ public:
     }
 
     /// Keeps a message until it is dropped or the backend ends; gives the caller's handle of it.
-    void *keep(std::unique_ptr<SmsMessage> message);
+    void *keep(std::shared_ptr<SmsMessage> message);
 
     /// The message of a handle; null if there is none.
-    SmsMessage *message(void *handle);
+    std::shared_ptr<SmsMessage> message(void *handle);
 
     /// Returns whether the handle had a message.
     bool drop(void *handle);
@@ -50,7 +50,7 @@ public:
 private:
     std::mutex m_mutex;
     std::shared_ptr<CardBackend> m_backend;
-    std::map<void *, std::unique_ptr<SmsMessage>> m_messages;
+    std::map<void *, std::shared_ptr<SmsMessage>> m_messages;
 };
 
 /// A backend by its name, as DeviceServiceControl::start takes it; nothing and a sentence in

@@ -24,6 +24,17 @@ constexpr char kSmsReportSetting[] = "_ZN20CCollectionDataLogic16SmsReportSettin
 
 } // namespace
 
+template <typename Function>
+Function PluginLibrary::resolve(const char *symbol) const
+{
+    const auto function = reinterpret_cast<Function>(m_library.resolve(symbol));
+    if (!function) {
+        failRun(QStringLiteral("%1 does not export %2: it is not a plug-in for this dashboard")
+                    .arg(m_file, QLatin1String(symbol)));
+    }
+    return function;
+}
+
 PluginLibrary::PluginLibrary(const QString &file) : m_file(file), m_library(file)
 {
     if (!QFileInfo(file).isFile()) {
@@ -57,6 +68,14 @@ void PluginLibrary::load()
                 .arg(m_file, QString::fromLatin1(text).replace(u'\n', u' '),
                      QString::fromLatin1(kPluginVerificationText).replace(u'\n', u' ')));
     }
+    m_controller = {
+        resolve<decltype(m_controller.getInstance)>(kGetInstance),
+        resolve<decltype(m_controller.destroy)>(kDestroy),
+        resolve<decltype(m_controller.getPath)>(kGetPath),
+        resolve<decltype(m_controller.sendSms)>(kSendSms),
+        resolve<decltype(m_controller.setReceipts)>(kSmsReportSetting),
+        resolve<decltype(m_controller.setSystemRoot)>("KestrunSetSystemRoot"),
+    };
 }
 
 PluginLibrary::Object PluginLibrary::instance()
@@ -72,48 +91,36 @@ PluginLibrary::Object PluginLibrary::instance()
     return found;
 }
 
-template <typename Function>
-Function PluginLibrary::resolve(const char *symbol) const
-{
-    const auto function = reinterpret_cast<Function>(m_library.resolve(symbol));
-    if (!function) {
-        failRun(QStringLiteral("%1 does not export %2: it is not a plug-in for this dashboard")
-                    .arg(m_file, QLatin1String(symbol)));
-    }
-    return function;
-}
-
 QObject *PluginLibrary::controller() const
 {
-    return resolve<QObject *(*)()>(kGetInstance)();
+    return m_controller.getInstance();
 }
 
 void PluginLibrary::destroyController() const
 {
-    resolve<void (*)()>(kDestroy)();
+    m_controller.destroy();
 }
 
 QString PluginLibrary::dataDirectory() const
 {
     std::wstring path;
-    resolve<void (*)(QObject *, std::wstring &)>(kGetPath)(controller(), path);
+    m_controller.getPath(controller(), path);
     return QString::fromStdWString(path);
 }
 
 bool PluginLibrary::sendSms(const std::string &number, const std::string &text) const
 {
-    return resolve<bool (*)(QObject *, std::string, std::string)>(kSendSms)(controller(), number,
-                                                                            text);
+    return m_controller.sendSms(controller(), number, text);
 }
 
 bool PluginLibrary::setReceipts(bool enable) const
 {
-    return resolve<bool (*)(QObject *, bool)>(kSmsReportSetting)(controller(), enable);
+    return m_controller.setReceipts(controller(), enable);
 }
 
 void PluginLibrary::setSystemRoot(const QString &directory) const
 {
-    resolve<SetSystemRootFunction>("KestrunSetSystemRoot")(directory.toUtf8().constData());
+    m_controller.setSystemRoot(directory.toUtf8().constData());
 }
 
 QString PluginLibrary::defaultFile()

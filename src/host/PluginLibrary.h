@@ -20,7 +20,8 @@ public:
     /// Qt metadata of the right identifier. Throws Failure.
     explicit PluginLibrary(const QString &file);
 
-    /// Loads the file and compares its verification text. Throws Failure.
+    /// Loads the file, compares its verification text and finds the controller's functions; none
+    /// of those below fails after that. Throws Failure.
     void load();
 
     /// The plug-in's object with its three interfaces, all of them there. Throws Failure.
@@ -49,7 +50,19 @@ private:
     template <typename Function>
     Function resolve(const char *symbol) const;
 
+    // CCollectionDataLogic's functions; the object is passed as a first argument.
+    struct Controller
+    {
+        QObject *(*getInstance)();
+        void (*destroy)();
+        void (*getPath)(QObject *, std::wstring &);
+        bool (*sendSms)(QObject *, std::string, std::string);
+        bool (*setReceipts)(QObject *, bool);
+        void (*setSystemRoot)(const char *);
+    };
+
     QString m_file;
+    Controller m_controller{};
     QPluginLoader m_loader;
     mutable QLibrary m_library;
 };

@@ -16,7 +16,12 @@ void show(QtMsgType, const QMessageLogContext &, const QString &message)
     std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
 }
 
-void drop(QtMsgType, const QMessageLogContext &, const QString &) {}
+// Without the log: only what the device service says of real modems, once each.
+void drop(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (message.startsWith(QLatin1String("modemmanager: ")))
+        show(type, context, message);
+}
 
 } // namespace
 

@@ -31,6 +31,8 @@ void makeDirectory(const QString &directory)
 
 void writeSettings(const QString &file, const QList<std::pair<QString, QString>> &values)
 {
+    if (QFileInfo::exists(file))
+        return;
     makeDirectory(QFileInfo(file).path());
     QSettings settings(file, QSettings::IniFormat);
     for (const auto &[key, value] : values)
@@ -47,7 +49,8 @@ void writeSettings(const QString &file, const QList<std::pair<QString, QString>>
 
 bool TrialRoot::isNew() const
 {
-    return !QFileInfo::exists(settingsFile());
+    return !QFileInfo::exists(settingsFile())
+        || !QFileInfo::exists(m_directory + QStringLiteral("/usr/local/vl_bk_userdata"));
 }
 
 QString TrialRoot::settingsFile() const
@@ -66,7 +69,6 @@ void TrialRoot::prepareSettings() const
                       + QStringLiteral("Contents/Resources/Brisklane.mpkg/Contents/Resources/"
                                        "SysConfig.dat"),
                   {{versionKey, QStringLiteral("11.302.09.01.000")}});
-    // Last: with this file the root counts as prepared.
     writeSettings(
         settingsFile(),
         {{QStringLiteral("EHIDS_PRODUCT_VERSION/APP_INSTALL_PATH"), QStringLiteral("Brisk Lane")},

@@ -9,6 +9,7 @@
 #include <QTime>
 
 #include <algorithm>
+#include <cerrno>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +65,8 @@ void Watcher::tellEnd(int callbacks)
 
 void Watcher::onAvailable()
 {
+    // A rewrite before the signal is to be told before it.
+    checkReport();
     tell(QStringLiteral("signal DeviceAvailable"),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceAvailable")}});
@@ -71,6 +74,7 @@ void Watcher::onAvailable()
 
 void Watcher::onUnavailable()
 {
+    checkReport();
     tell(QStringLiteral("signal DeviceUnavailable"),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceUnavailable")}});
@@ -80,12 +84,16 @@ void Watcher::readCommands()
 {
     char buffer[4096];
     const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
-    if (count <= 0) {
-        // Closed: nothing more will come, and asking again would spin.
-        m_input.setEnabled(false);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN))
         return;
+    if (count > 0) {
+        m_inputBuffer.append(buffer, count);
+    } else {
+        // Closed: nothing more will come, and asking again would spin. The last line may have no
+        // end.
+        m_input.setEnabled(false);
+        m_inputBuffer.append('\n');
     }
-    m_inputBuffer.append(buffer, count);
     for (qsizetype end; (end = m_inputBuffer.indexOf('\n')) >= 0;) {
         const QString line = QString::fromUtf8(m_inputBuffer.first(end)).trimmed();
         m_inputBuffer.remove(0, end + 1);

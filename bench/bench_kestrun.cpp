@@ -19,6 +19,7 @@
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
+#include <cmath>
 #include <map>
 
 namespace {
@@ -164,10 +165,17 @@ public:
         }
     }
 
-    double ms(const std::string &name) const { return m_ms.at(name); }
-    double counter(const std::string &name) const { return m_counters.at(name); }
+    double ms(const std::string &name) const { return valueIn(m_ms, name); }
+    double counter(const std::string &name) const { return valueIn(m_counters, name); }
 
 private:
+    // A filter may have left a bench out.
+    static double valueIn(const std::map<std::string, double> &values, const std::string &name)
+    {
+        const auto found = values.find(name);
+        return found == values.end() ? std::nan("") : found->second;
+    }
+
     std::map<std::string, double> m_ms;
     std::map<std::string, double> m_counters;
 };

@@ -31,14 +31,15 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
 {
     const QString historyName = QStringLiteral("HistoryData");
     const QString stateName = QStringLiteral("LatestSimLockState");
+    // Made once: the check of a new element's name takes longer than a copy.
+    QDomElement after = config.createElement(stateName);
+    after.appendChild(config.createTextNode(simLock));
     for (QDomElement history = config.documentElement().firstChildElement(historyName);
          !history.isNull(); history = history.nextSiblingElement(historyName)) {
         const QDomElement before = history.firstChildElement(stateName);
         if (before.isNull())
             continue;
-        QDomElement after = config.createElement(stateName);
-        after.appendChild(config.createTextNode(simLock));
-        history.replaceChild(after, before);
+        history.replaceChild(after.cloneNode(), before);
     }
 }
 

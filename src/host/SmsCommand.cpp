@@ -72,7 +72,8 @@ ExitStatus runSms(const QStringList &arguments)
     line.addFlag(QStringLiteral("receipt"),
                  QStringLiteral("Ask for delivery receipts before sending."));
     line.addArgument(QStringLiteral("what"),
-                     QStringLiteral("send NUMBER TEXT, or receipts on|off."),
+                     QStringLiteral("send NUMBER TEXT, or receipts on|off; put -- before a text "
+                                    "that begins with a dash."),
                      QStringLiteral("send NUMBER TEXT | receipts on|off"));
     line.read(arguments, 2, 3);
 

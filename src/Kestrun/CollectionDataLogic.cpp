@@ -11,7 +11,6 @@
 #include <QMutexLocker>
 #include <QScopeGuard>
 #include <QSettings>
-#include <QTextStream>
 
 using namespace kestrun;
 
@@ -216,12 +215,11 @@ void CCollectionDataLogic::updateConfig()
     file.close();
 
     setSimLockState(config, toQString(m_data["Device_SimLock"]));
+    // Not saved into the file itself: that writes it line by line.
+    const QByteArray after = configText(config);
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.setPermissions(kConfigPermissions);
-        constexpr int kIndent = 4;
-        QTextStream stream(&file);
-        config.save(stream, kIndent);
-        stream.flush();
+        file.write(after);
         file.close();
     }
 }

@@ -5,15 +5,14 @@
 
 ExitStatus runCards(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("Lists the cards that the device service brings along."));
-    line.addHostOptions();
+    CommandLine line(QStringLiteral("cards"),
+                     QStringLiteral("Lists the cards that the device service brings along."));
+    line.addLibraryOptions();
     line.addFlag(QStringLiteral("fields"),
                  QStringLiteral("List the fields of a card file instead."));
     line.read(arguments);
 
-    const HostOptions options = line.hostOptions();
-    const DeviceServiceLibrary library(
-        options.sdk, options.plugin.isEmpty() ? PluginLibrary::defaultFile() : options.plugin);
+    const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
     const DeviceServiceControl &control = library.requireControl();
     const auto next = line.has(QStringLiteral("fields")) ? control.cardField : control.shippedCard;
     QList<std::pair<QString, QString>> rows;

@@ -2,6 +2,9 @@
 #include "CommandLine.h"
 
 #include "Failure.h"
+#include "Output.h"
+
+#include <cstdlib>
 
 namespace {
 
@@ -10,17 +13,27 @@ const QString kSdk = QStringLiteral("sdk");
 const QString kCard = QStringLiteral("card");
 const QString kRoot = QStringLiteral("root");
 const QString kLog = QStringLiteral("log");
+const QString kHelp = QStringLiteral("help");
 
 } // namespace
 
-CommandLine::CommandLine(const QString &description)
+CommandLine::CommandLine(const QString &command, const QString &description) : m_command(command)
 {
     m_parser.setApplicationDescription(description);
-    m_parser.addHelpOption();
+    m_parser.addOption({{QStringLiteral("h"), kHelp}, QStringLiteral("Show this help.")});
+}
+
+void CommandLine::addLibraryOptions()
+{
+    m_parser.addOptions({
+        {kPlugin, QStringLiteral("The plug-in to load."), QStringLiteral("FILE")},
+        {kSdk, QStringLiteral("The device-service library to load."), QStringLiteral("FILE")},
+    });
 }
 
 void CommandLine::addHostOptions()
 {
+    addLibraryOptions();
     m_parser.addOptions({
         {kCard,
          QStringLiteral("A shipped card (see \"kestrun cards\"), a card file, or "
@@ -30,8 +43,6 @@ void CommandLine::addHostOptions()
          QStringLiteral("A directory in whose place \"/\" and the working directory stand; made "
                         "ready on first use."),
          QStringLiteral("DIR")},
-        {kPlugin, QStringLiteral("The plug-in to load."), QStringLiteral("FILE")},
-        {kSdk, QStringLiteral("The device-service library to load."), QStringLiteral("FILE")},
         {kLog, QStringLiteral("Show the plug-in's log on standard error.")},
     });
 }
@@ -51,8 +62,8 @@ void CommandLine::read(const QStringList &arguments, qsizetype least, qsizetype 
 {
     if (!m_parser.parse(arguments))
         failUsage(m_parser.errorText() + QStringLiteral(" --help lists the options."));
-    if (m_parser.isSet(QStringLiteral("help")))
-        m_parser.showHelp();
+    if (m_parser.isSet(kHelp))
+        showHelp();
     const qsizetype count = positional().size();
     if (count < least)
         failUsage(QStringLiteral("an argument is missing; --help tells which"));
@@ -62,15 +73,36 @@ void CommandLine::read(const QStringList &arguments, qsizetype least, qsizetype 
     }
 }
 
+void CommandLine::showHelp() const
+{
+    QString help = m_parser.helpText();
+    help.insert(help.indexOf(QStringLiteral("[options]")), m_command + QLatin1Char(' '));
+    print(help);
+    std::exit(0);
+}
+
+QString CommandLine::value(const QString &option) const
+{
+    if (m_parser.isSet(option) && m_parser.value(option).isEmpty())
+        failUsage(QStringLiteral("--%1 needs a value").arg(option));
+    return m_parser.value(option);
+}
+
+QString CommandLine::pluginFile() const
+{
+    const QString file = value(kPlugin);
+    return file.isEmpty() ? PluginLibrary::defaultFile() : file;
+}
+
+QString CommandLine::sdkFile() const
+{
+    return value(kSdk);
+}
+
 HostOptions CommandLine::hostOptions() const
 {
-    const auto value = [&](const QString &name) {
-        if (m_parser.isSet(name) && m_parser.value(name).isEmpty())
-            failUsage(QStringLiteral("--%1 needs a value").arg(name));
-        return m_parser.value(name);
-    };
-    return {.plugin = value(kPlugin),
-            .sdk = value(kSdk),
+    return {.plugin = pluginFile(),
+            .sdk = sdkFile(),
             .card = value(kCard),
             .root = value(kRoot),
             .log = m_parser.isSet(kLog)};

@@ -9,9 +9,12 @@
 class CommandLine
 {
 public:
-    explicit CommandLine(const QString &description);
+    CommandLine(const QString &command, const QString &description);
 
-    /// Adds --plugin, --sdk, --card, --root and --log.
+    /// Adds --plugin and --sdk.
+    void addLibraryOptions();
+
+    /// Adds those two, and --card, --root and --log.
     void addHostOptions();
     void addFlag(const QString &name, const QString &description);
     void addArgument(const QString &name, const QString &description, const QString &syntax = {});
@@ -20,10 +23,20 @@ public:
     /// of positional arguments must lie between `least` and `most`. Throws Failure.
     void read(const QStringList &arguments, qsizetype least = 0, qsizetype most = 0);
 
+    /// The plug-in that is named, or else this installation's.
+    QString pluginFile() const;
+
+    /// The device service that is named; empty if none is.
+    QString sdkFile() const;
+
     HostOptions hostOptions() const;
     bool has(const QString &flag) const { return m_parser.isSet(flag); }
     QStringList positional() const { return m_parser.positionalArguments(); }
 
 private:
+    [[noreturn]] void showHelp() const;
+    QString value(const QString &option) const;
+
+    const QString m_command;
     QCommandLineParser m_parser;
 };

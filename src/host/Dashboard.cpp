@@ -11,19 +11,11 @@
 namespace {
 
 // Paths are made absolute before the working directory moves.
-QString absolute(const QString &file)
-{
-    return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
-}
-
 HostOptions resolved(HostOptions options)
 {
-    options.plugin = absolute(options.plugin.isEmpty() ? PluginLibrary::defaultFile()
-                                                       : options.plugin);
-    options.sdk = absolute(options.sdk);
-    options.root = absolute(options.root);
-    if (QFileInfo(options.card).isFile())
-        options.card = absolute(options.card);
+    options.plugin = QFileInfo(options.plugin).absoluteFilePath();
+    if (!options.root.isEmpty())
+        options.root = QFileInfo(options.root).absoluteFilePath();
     return options;
 }
 

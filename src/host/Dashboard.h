@@ -11,7 +11,7 @@
 /// What the user chose for a run.
 struct HostOptions
 {
-    QString plugin; ///< file; empty: the one of this installation
+    QString plugin; ///< file
     QString sdk;    ///< file; empty: the one beside the plug-in
     QString card;   ///< as DeviceServiceLibrary::start() takes it; empty: the service's own choice
     QString root;   ///< directory in whose place "/" and the working directory stand; empty: none

@@ -7,9 +7,9 @@
 #include <QLibrary>
 
 DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, const QString &plugin)
-    : m_file(file)
+    : m_file(m_directory.absoluteFilePath(file))
 {
-    if (m_file.isEmpty()) {
+    if (file.isEmpty()) {
         const QString beside = QFileInfo(plugin).absolutePath() + QLatin1Char('/') + fileName();
         m_file = QFileInfo::exists(beside) ? beside : fileName();
     }
@@ -28,11 +28,21 @@ void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
     const bool onDaemon = card.section(QLatin1Char(':'), 0, 0) == QLatin1String("modemmanager");
-    const char *const emulated = "emulated";
-    const QByteArray name = card.toUtf8();
-    if (control.start(onDaemon ? name.constData() : emulated) != 0
-        || (!onDaemon && control.loadCard(name.constData()) != 0))
+    const QByteArray backend = onDaemon ? card.toUtf8() : "emulated";
+    if (control.start(backend.constData()) != 0 || (!onDaemon && loadCard(card) != 0))
         failRun(QString::fromUtf8(control.lastError()));
+}
+
+std::int32_t DeviceServiceLibrary::loadCard(const QString &card)
+{
+    const DeviceServiceControl &control = requireControl();
+    bool shipped = false;
+    const char *about = nullptr;
+    for (std::int32_t index = 0; const char *name = control.shippedCard(index, &about); ++index)
+        shipped = shipped || card == QLatin1String(name);
+    const QString file = m_directory.absoluteFilePath(card);
+    const QString chosen = !shipped && QFileInfo(file).isFile() ? file : card;
+    return control.loadCard(chosen.toUtf8().constData());
 }
 
 void DeviceServiceLibrary::stop()

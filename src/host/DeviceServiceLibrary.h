@@ -3,7 +3,7 @@
 
 #include "DeviceServiceControl.h"
 
-#include <QString>
+#include <QDir>
 
 /// The device-service library, loaded before the plug-in as a dashboard does it.
 ///
@@ -19,6 +19,11 @@ public:
     /// where the library is a maker's and has no control interface.
     void start(const QString &card);
 
+    /// Puts another emulated card in: a shipped one, or a card file, whose name counts from the
+    /// directory that the host was started in. 0, or not, with the reason in the control
+    /// interface's lastError(). Throws Failure for a maker's library.
+    std::int32_t loadCard(const QString &card);
+
     /// Ends the service if it was started.
     void stop();
 
@@ -31,6 +36,7 @@ public:
     static QString fileName();
 
 private:
+    const QDir m_directory = QDir::current();
     QString m_file;
     const DeviceServiceControl *m_control = nullptr;
 };

@@ -60,7 +60,8 @@ std::optional<LibraryFacts> readElf(const QString &fileName)
             });
         }
     }
-    facts.searched.replaceInStrings(QStringLiteral("$ORIGIN"), QFileInfo(fileName).absolutePath());
+    for (const char *origin : {"${ORIGIN}", "$ORIGIN"})
+        facts.searched.replaceInStrings(QLatin1String(origin), QFileInfo(fileName).absolutePath());
     return facts;
 }
 

@@ -89,11 +89,11 @@ void inspectDeviceService(Findings &findings, const LibraryFacts &facts)
     const bool needed = facts.needed.contains(name);
     findings.add(QStringLiteral("needs"), needed,
                  needed ? name : name + QStringLiteral(" is not asked for"));
-    QStringList directories = facts.searched;
-    directories
-        << qEnvironmentVariable("LD_LIBRARY_PATH").split(QLatin1Char(':'), Qt::SkipEmptyParts)
-        << QLibraryInfo::path(QLibraryInfo::LibrariesPath) << QStringLiteral("/usr/local/lib")
-        << QStringLiteral("/usr/lib") << QStringLiteral("/lib");
+    QStringList directories = qEnvironmentVariable("LD_LIBRARY_PATH")
+                                  .split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    directories << facts.searched << QLibraryInfo::path(QLibraryInfo::LibrariesPath)
+                << QStringLiteral("/usr/local/lib") << QStringLiteral("/usr/lib")
+                << QStringLiteral("/lib");
     for (const QString &directory : directories) {
         const QString file = QDir(directory).filePath(name);
         if (QFileInfo(file).isFile())
@@ -108,7 +108,8 @@ void inspectDeviceService(Findings &findings, const LibraryFacts &facts)
 
 ExitStatus runInspect(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("Tells whether a dashboard would take a plug-in file, without "
+    CommandLine line(QStringLiteral("inspect"),
+                     QStringLiteral("Tells whether a dashboard would take a plug-in file, without "
                                     "running any of it."));
     line.addArgument(QStringLiteral("file"),
                      QStringLiteral("The plug-in; left out: the one of this installation."),

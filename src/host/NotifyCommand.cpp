@@ -26,7 +26,8 @@ unsigned int toNumber(const QString &text)
 
 ExitStatus runNotify(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("Sends the plug-in a message and tells what it did."));
+    CommandLine line(QStringLiteral("notify"),
+                     QStringLiteral("Sends the plug-in a message and tells what it did."));
     line.addHostOptions();
     line.addArgument(QStringLiteral("message"),
                      QStringLiteral("A number, e.g. 4096 or 0x802: these two rewrite the report."));

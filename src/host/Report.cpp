@@ -51,8 +51,11 @@ QString whyNotWritten(const QString &file)
 {
     const QFileInfo info(file);
     QString missing;
-    for (QFileInfo above(info.path()); !above.exists(); above.setFile(above.path()))
+    QFileInfo above(info.path());
+    for (; !above.exists(); above.setFile(above.path()))
         missing = above.filePath();
+    if (!above.isExecutable())
+        return QStringLiteral("there is no right to enter %1; grant it").arg(above.filePath());
     if (!missing.isEmpty()) {
         return QStringLiteral("the directory %1 is missing; the dashboard's installation makes it, "
                               "and --root DIR does without")

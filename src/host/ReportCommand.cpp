@@ -30,7 +30,8 @@ QJsonDocument toJson(const ReportValues &values)
 
 ExitStatus runReport(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("Starts the plug-in once, as a dashboard does, and shows the "
+    CommandLine line(QStringLiteral("report"),
+                     QStringLiteral("Starts the plug-in once, as a dashboard does, and shows the "
                                     "report that it wrote."));
     line.addHostOptions();
     line.addFlag(QStringLiteral("xml"), QStringLiteral("Print the file as it is."));

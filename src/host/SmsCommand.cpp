@@ -66,7 +66,8 @@ void setReceipts(const CommandLine &line)
 
 ExitStatus runSms(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("Sends a message through the card, or switches delivery "
+    CommandLine line(QStringLiteral("sms"),
+                     QStringLiteral("Sends a message through the card, or switches delivery "
                                     "receipts, through the plug-in as a dashboard does."));
     line.addHostOptions();
     line.addFlag(QStringLiteral("receipt"),

@@ -1,39 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "StopSignals.h"
 
-#include <csignal>
-#include <unistd.h>
-
-namespace {
-
-// A signal handler may do no more than write to it.
-volatile int s_writeEnd = -1;
-
-void handle(int)
-{
-    [[maybe_unused]] const auto written = write(s_writeEnd, "", 1);
-}
-
-} // namespace
+#include <pthread.h>
 
 StopSignals::StopSignals()
 {
-    if (pipe(m_pipe) != 0)
-        qFatal("no pipe can be made");
-    s_writeEnd = m_pipe[1];
-    m_notifier = new QSocketNotifier(m_pipe[0], QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, [this] {
-        m_notifier->setEnabled(false);
-        Q_EMIT stopped();
-    });
-    std::signal(SIGINT, handle);
-    std::signal(SIGTERM, handle);
+    sigemptyset(&m_signals);
+    sigaddset(&m_signals, SIGINT);
+    sigaddset(&m_signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &m_signals, &m_blockedBefore);
+    m_waiting = std::thread([this] { wait(); });
 }
 
 StopSignals::~StopSignals()
 {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-    close(m_pipe[0]);
-    close(m_pipe[1]);
+    m_ending = true;
+    pthread_kill(m_waiting.native_handle(), SIGINT);
+    m_waiting.join();
+    pthread_sigmask(SIG_SETMASK, &m_blockedBefore, nullptr);
+}
+
+void StopSignals::wait()
+{
+    int signal = 0;
+    while (sigwait(&m_signals, &signal) == 0 && !m_ending)
+        Q_EMIT stopped();
 }

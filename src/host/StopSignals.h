@@ -2,9 +2,17 @@
 #pragma once
 
 #include <QObject>
-#include <QSocketNotifier>
 
-/// Turns SIGINT and SIGTERM into a Qt signal on the main thread. One object at a time.
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+/// Turns SIGINT and SIGTERM into a Qt signal, for as long as the object lives.
+///
+/// One object at a time, made on the main thread before there are others: they take over which
+/// signals are blocked. A thread of its own waits for the two. A handler would miss SIGINT for as
+/// long as the plug-in runs a shell command, since the C library has the whole process ignore it;
+/// a signal that is waited for is lost only if a command begins in the instant in which it comes.
 class StopSignals : public QObject
 {
     Q_OBJECT
@@ -14,9 +22,14 @@ public:
     ~StopSignals() override;
 
 Q_SIGNALS:
+    /// Emitted on the waiting thread: receivers on others get it through their event loop.
     void stopped();
 
 private:
-    int m_pipe[2];
-    QSocketNotifier *m_notifier;
+    void wait();
+
+    sigset_t m_signals;
+    sigset_t m_blockedBefore;
+    std::atomic<bool> m_ending = false;
+    std::thread m_waiting;
 };

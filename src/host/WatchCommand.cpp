@@ -8,16 +8,19 @@
 
 ExitStatus runWatch(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral(
-        "Starts the plug-in and tells of its signals, of each rewrite of the report and of each "
-        "value that changed, until Ctrl-C or SIGTERM. Takes commands for the emulated card from "
-        "standard input: insert [CARD], remove, event NUMBER, set FIELD VALUE."));
+    CommandLine line(
+        QStringLiteral("watch"),
+        QStringLiteral("Starts the plug-in and tells of its signals, of each rewrite of the report "
+                       "and of each "
+                       "value that changed, until Ctrl-C or SIGTERM. Takes commands for the "
+                       "emulated card from "
+                       "standard input: insert [CARD], remove, event NUMBER, set FIELD VALUE."));
     line.addHostOptions();
     line.addFlag(QStringLiteral("json"), QStringLiteral("Print one object a line."));
     line.read(arguments);
 
-    Dashboard dashboard(line.hostOptions());
     StopSignals stop;
+    Dashboard dashboard(line.hostOptions());
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
     Watcher watcher(dashboard,

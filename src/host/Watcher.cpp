@@ -120,7 +120,7 @@ void Watcher::runCommand(const QString &line)
     int result = 0;
     if (command == QLatin1String("insert")) {
         if (!rest.isEmpty())
-            result = control->loadCard(rest.toUtf8().constData());
+            result = m_dashboard.deviceService().loadCard(rest);
         if (result == 0)
             result = control->insert();
     } else if (command == QLatin1String("remove") && rest.isEmpty()) {

@@ -5,7 +5,20 @@
 #include <QCoreApplication>
 #include <QHashSeed>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
+
+// A standard stream that is closed would otherwise become the next file that is opened.
+void openStandardStreams()
+{
+    int descriptor = 0;
+    do
+        descriptor = open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}
 
 struct Command
 {
@@ -55,6 +68,7 @@ ExitStatus runCommand(QStringList arguments)
 
 int main(int argc, char **argv)
 {
+    openStandardStreams();
     // "Config.xml" goes through a document that writes attributes in hash order: one order, always.
     QHashSeed::setDeterministicGlobalSeed();
     const QCoreApplication application(argc, argv);

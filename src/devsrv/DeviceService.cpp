@@ -270,7 +270,7 @@ int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const
     auto message = std::make_shared<SmsMessage>();
     message->number = toText(number);
     message->text = toText(text);
-    const std::string arguments = quoted(message->number) + ", " + quoted(message->text);
+    const std::string arguments = inQuotes(message->number) + ", " + inQuotes(message->text);
     return ask(
         __func__, arguments, [&](CardBackend &) { return std::make_optional(message.get()); },
         [&](SmsMessage *, TextWriter) { *handle = Service::instance().keep(std::move(message)); });
@@ -319,12 +319,13 @@ int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
     if (length < 0)
         return kFailure;
     const std::string bytes(command, static_cast<std::size_t>(length));
-    return act(__func__, quoted(bytes) + ", " + std::to_string(length), [&](CardBackend &backend) {
-        return backend.execute(bytes, [](const std::string &piece) {
-            std::string copy = piece;
-            Service::instance().dataReceive.call(copy.data(), static_cast<int>(copy.size()));
+    return act(
+        __func__, inQuotes(bytes) + ", " + std::to_string(length), [&](CardBackend &backend) {
+            return backend.execute(bytes, [](const std::string &piece) {
+                std::string copy = piece;
+                Service::instance().dataReceive.call(copy.data(), static_cast<int>(copy.size()));
+            });
         });
-    });
 }
 
 int32_t ZEPA_EndExuceATCmd(void)

@@ -270,7 +270,7 @@ bool EmulatedCard::sendSms(const SmsMessage &message)
     const std::lock_guard lock(m_mutex);
     if (!m_card.present)
         return false;
-    write("SMS " + quoted(message.number) + ' ' + quoted(message.text)
+    write("SMS " + inQuotes(message.number) + ' ' + inQuotes(message.text)
           + (message.receipt ? " receipt=1" : " receipt=0"));
     return true;
 }

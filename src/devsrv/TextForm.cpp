@@ -28,7 +28,7 @@ std::string escaped(char16_t unit)
 
 } // namespace
 
-std::string quoted(std::u16string_view text)
+std::string inQuotes(std::u16string_view text)
 {
     std::string form = "\"";
     for (const char16_t unit : text)
@@ -36,12 +36,12 @@ std::string quoted(std::u16string_view text)
     return form + '"';
 }
 
-std::string quoted(std::string_view bytes)
+std::string inQuotes(std::string_view bytes)
 {
     std::u16string text;
     for (const char byte : bytes)
         text += static_cast<unsigned char>(byte);
-    return quoted(text);
+    return inQuotes(text);
 }
 
 } // namespace devsrv

@@ -7,9 +7,9 @@
 namespace devsrv {
 
 /// `bytes` in double quotes, with C escapes for what is not printable ASCII.
-std::string quoted(std::string_view bytes);
+std::string inQuotes(std::string_view bytes);
 
 /// The same for UTF-16, of which Latin-1 is shown as bytes and the rest as \uXXXX.
-std::string quoted(std::u16string_view text);
+std::string inQuotes(std::u16string_view text);
 
 } // namespace devsrv

@@ -35,6 +35,12 @@ int withdrawAll(int, void *)
     return 1;
 }
 
+int endCommand(void *, int)
+{
+    ++s_events;
+    return ZEPA_EndExuceATCmd();
+}
+
 int collectAnswer(void *data, int length)
 {
     s_answer += '[' + std::string(static_cast<const char *>(data), std::size_t(length)) + ']';
@@ -151,6 +157,31 @@ private Q_SLOTS:
         QCOMPARE(ZEPA_EndExuceATCmd(), 0);
         QTEST(QString::fromStdString(s_answer), "afterEnd");
         QCOMPARE(ZEPA_UnRegDataRevCallBack(collectAnswer), 0);
+    }
+
+    // Four threads at a time, and each answer is taken by a callback that ends the command, too.
+    void answersToSeveralThreads()
+    {
+        ZEPA_RegDataRevCallBack(endCommand);
+        const auto exchange = [] {
+            for (int count = 0; count < 25; ++count) {
+                ZEPA_ExuceATCmd("AT\r", 3);
+                ZEPA_EndExuceATCmd();
+            }
+        };
+        constexpr int kModes[] = {DEVSRV_ANSWER_AT_ONCE, DEVSRV_ANSWER_BEFORE_END,
+                                  DEVSRV_ANSWER_OTHER_THREAD | DEVSRV_ANSWER_BEFORE_END};
+        for (const int mode : kModes) {
+            s_events = 0;
+            control.setAnswerMode(mode);
+            std::vector<std::thread> threads;
+            for (int number = 0; number < 4; ++number)
+                threads.emplace_back(exchange);
+            for (std::thread &thread : threads)
+                thread.join();
+            QCOMPARE(s_events.load(), 100);
+        }
+        QCOMPARE(ZEPA_UnRegDataRevCallBack(endCommand), 0);
     }
 };
 

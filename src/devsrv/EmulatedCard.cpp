@@ -53,9 +53,8 @@ EmulatedCard::EmulatedCard(EventSink raise) : m_raise(std::move(raise)) {}
 
 EmulatedCard::~EmulatedCard()
 {
-    if (m_answering.joinable())
-        m_answering.join();
-    for (std::thread &thread : m_raising)
+    finishAnswer({});
+    for (std::thread &thread : m_otherThreads)
         thread.join();
 }
 
@@ -162,7 +161,7 @@ void EmulatedCard::raiseFaultEvent(const DevSrvFault &fault)
         remove();
     if (fault.event != 0 && (fault.flags & DEVSRV_FAULT_OTHER_THREAD)) {
         const std::lock_guard lock(m_mutex);
-        m_raising.emplace_back([this, event = fault.event] {
+        m_otherThreads.emplace_back([this, event = fault.event] {
             t_raisingFaultEvent = true;
             m_raise(event);
         });
@@ -291,26 +290,46 @@ bool EmulatedCard::execute(const std::string &command, const AnswerSink &answer)
                 answer(piece);
         };
     }
-    if (mode & DEVSRV_ANSWER_OTHER_THREAD) {
-        endCommand();
-        m_answering = std::thread(deliver);
-        if (!(mode & DEVSRV_ANSWER_BEFORE_END))
-            m_answering.join();
-    } else if (mode & DEVSRV_ANSWER_BEFORE_END) {
-        m_lateAnswer = deliver;
-    } else {
-        deliver();
-    }
+    finishAnswer({});
+    PendingAnswer pending;
+    if (mode & DEVSRV_ANSWER_OTHER_THREAD)
+        pending.thread = std::thread(deliver);
+    else
+        pending.deliver = deliver;
+    if (mode & DEVSRV_ANSWER_BEFORE_END)
+        finishAnswer(std::move(pending));
+    else
+        finish(std::move(pending));
     return true;
 }
 
 bool EmulatedCard::endCommand()
 {
-    if (m_answering.joinable())
-        m_answering.join();
-    if (const auto deliver = std::exchange(m_lateAnswer, nullptr))
-        deliver();
+    finishAnswer({});
     return true;
+}
+
+// Puts an answer in the place of the last one, which is brought to its end.
+void EmulatedCard::finishAnswer(PendingAnswer next)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        std::swap(m_pendingAnswer, next);
+    }
+    finish(std::move(next));
+}
+
+void EmulatedCard::finish(PendingAnswer answer)
+{
+    if (answer.deliver)
+        answer.deliver();
+    if (answer.thread.get_id() == std::this_thread::get_id()) {
+        // Whoever takes the answer ended the command. The destructor waits for this thread.
+        const std::lock_guard lock(m_mutex);
+        m_otherThreads.push_back(std::move(answer.thread));
+    } else if (answer.thread.joinable()) {
+        answer.thread.join();
+    }
 }
 
 } // namespace devsrv

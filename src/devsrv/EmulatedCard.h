@@ -59,15 +59,23 @@ private:
     void write(std::string line);
     void raiseFaultEvent(const DevSrvFault &fault);
 
+    // An answer that endCommand() waits for, or delivers.
+    struct PendingAnswer
+    {
+        std::thread thread;
+        std::function<void()> deliver;
+    };
+    void finishAnswer(PendingAnswer next);
+    void finish(PendingAnswer answer);
+
     const EventSink m_raise;
     mutable std::mutex m_mutex;
     CardDescription m_card;
     std::map<std::string, DevSrvFault, std::less<>> m_faults;
     std::deque<std::string> m_journal;
     std::int32_t m_answerMode = DEVSRV_ANSWER_AT_ONCE;
-    std::function<void()> m_lateAnswer;
-    std::thread m_answering;
-    std::vector<std::thread> m_raising;
+    PendingAnswer m_pendingAnswer;
+    std::vector<std::thread> m_otherThreads;
 };
 
 } // namespace devsrv

@@ -38,6 +38,7 @@ public:
         kill();
         waitForFinished();
     }
+    // In less time than any start-up may take that waits where it should not.
     bool ends()
     {
         return QTest::qWaitFor([this] { return state() == NotRunning; }, 15'000)

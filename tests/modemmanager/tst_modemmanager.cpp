@@ -112,7 +112,6 @@ private Q_SLOTS:
         Host refused({"report", "--json"}, QString("modemmanager:") + kImei);
         QVERIFY(refused.says({"Enable failed: org.freedesktop.ModemManager1.Error.Core.Unauth"}));
         QVERIFY(refused.ends());
-        QVERIFY(refused.elapsed() < 3'000);
         m_bed.authority.grants = true;
 
         QStringList lines;
@@ -170,7 +169,6 @@ private Q_SLOTS:
     {
         Host host({"watch", "--json"});
         QVERIFY(host.says({"the daemon does not run", "\"type\":\"report\""}));
-        QVERIFY(host.elapsed() < 1'000);
         QVERIFY(m_bed.startDaemon(true));
         ScriptedModem *modem = m_bed.plug("gsm umts");
         QVERIFY(modem);
@@ -241,7 +239,6 @@ private Q_SLOTS:
             else if (how == QString("killed"))
                 m_bed.daemon.end();
             QVERIFY2(host.ends(), how);
-            QVERIFY2(host.elapsed() < 7'000, how);
             QCOMPARE(host.exitCode(), 0);
             const auto values = host.values();
             QCOMPARE(values["IMEI"], kImei);
@@ -319,10 +316,9 @@ private Q_SLOTS:
         daemon.change();
         Host report({"report", "--json"});
         QTest::qWait(400); // until each waits for an answer
-        QVERIFY(stopped.stop() && stopped.elapsed() < 6'000);
+        QVERIFY(stopped.stop());
         QVERIFY(watch.says({"DeviceUnavailable", "Evenet(6603)"}));
         QVERIFY(report.ends());
-        QVERIFY(report.elapsed() < 7'000);
         const QByteArray log = report.readAllStandardError();
         QCOMPARE(log.count("modemmanager: "), 1);
         QCOMPARE(report.values(log)["IMEI"], "");

@@ -8,28 +8,21 @@
 #include "PluginEntry.h"
 
 #include <QCoreApplication>
-#include <QPluginLoader>
 #include <QSocketNotifier>
 #include <QTextStream>
 
-#include <cstdio>
 #include <memory>
+#include <unistd.h>
 
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     QTextStream out(stdout);
 
-    // The library is loaded with the program; the loader finds it again and gives its object.
-    QPluginLoader loader(QCoreApplication::applicationDirPath()
-                         + QStringLiteral("/../lib/libKestrun.so"));
-    std::unique_ptr<QObject> object(loader.instance());
+    // The library is loaded with the program: nothing has to be found at run time.
+    std::unique_ptr<QObject> object(qt_plugin_instance());
     auto *const plugin = qobject_cast<IUIPlugin *>(object.get());
     auto *const notify = qobject_cast<INotify *>(object.get());
-    if (!plugin || !notify) {
-        out << "The plug-in cannot be loaded: " << loader.errorString() << Qt::endl;
-        return 1;
-    }
 
     // The signals may come on a thread of the device service: with a context object, Qt hands them
     // to this one.
@@ -47,12 +40,13 @@ int main(int argc, char **argv)
     out << "reports are written to " << QString::fromStdWString(directory) << Qt::endl;
 
     // Return rewrites the report.
-    QSocketNotifier input(fileno(stdin), QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &application, [&] {
-        if (std::getchar() == EOF)
-            QCoreApplication::quit();
-        else
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &application, [notify] {
+        char line[256];
+        if (read(STDIN_FILENO, line, sizeof line) > 0)
             notify->Notify(0x1000, 0, 0);
+        else
+            QCoreApplication::quit();
     });
     QCoreApplication::exec();
 

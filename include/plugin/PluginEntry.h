@@ -5,9 +5,9 @@ class QObject;
 
 /// The C functions that libKestrun.so exports, for hosts that load it at run time.
 ///
-/// A host resolves them by name; a host that links to the library may call the last one directly.
-/// `qt_plugin_instance` and `qt_plugin_query_metadata_v2`, which Qt's own loader needs, are there
-/// as in any Qt 6 plug-in.
+/// A host resolves them by name; a host that links to the library may call those directly that are
+/// declared here. `qt_plugin_query_metadata_v2`, which Qt's own loader needs, is there as in any
+/// Qt 6 plug-in.
 
 /// `qt_plugin_query_verification_data`: the text by which a host tells, before it asks for the
 /// object, whether the library was made for it. Static storage, NUL-terminated.
@@ -16,6 +16,8 @@ using PluginVerificationFunction = const char *(*)();
 /// `qt_plugin_instance`: the one plug-in object. The host owns it and may delete it; the next call
 /// then makes a new one.
 using PluginInstanceFunction = QObject *(*)();
+
+extern "C" QObject *qt_plugin_instance();
 
 /// What the verification function of a plug-in for these dashboards answers, byte for byte.
 inline constexpr char kPluginVerificationText[] = "pattern=QT_PLUGIN_VERIFICATION_DATA\n"

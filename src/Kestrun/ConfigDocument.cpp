@@ -35,12 +35,12 @@ bool mayBeTooDeep(const QByteArray &xml)
 }
 
 // The text of an element that has nothing else; a null node for any other element.
-QDomNode onlyText(const QDomElement &element)
+QDomText onlyText(const QDomElement &element)
 {
     const QDomNode first = element.firstChild();
     const bool alone = !element.hasAttributes() && first.nodeType() == QDomNode::TextNode
         && first.nextSibling().isNull();
-    return alone ? first : QDomNode();
+    return alone ? first.toText() : QDomText();
 }
 
 } // namespace
@@ -57,9 +57,9 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
         const QDomElement before = history.firstChildElement(stateName);
         if (before.isNull())
             continue;
-        // The same document in the end, for half the time.
-        if (QDomNode text = onlyText(before); !text.isNull())
-            text.setNodeValue(simLock);
+        // The same document in the end for half the time, and no memory is asked for.
+        if (QDomText text = onlyText(before); !text.isNull())
+            text.replaceData(0, text.length(), simLock);
         else
             history.replaceChild(after.cloneNode(), before);
     }

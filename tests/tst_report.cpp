@@ -96,6 +96,30 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(root.config()).size(), deep.size());
     }
 
+    void depth()
+    {
+        const auto nested = [](const QByteArray &tag, int levels) {
+            return ('<' + tag + '>').repeated(levels) + ("</" + tag + '>').repeated(levels);
+        };
+        const QByteArray ends = QByteArray("</").repeated(1'000);
+        const QByteArray many = "<a>" + nested("b", 1).repeated(1'000) + "</a>";
+        const QList<std::pair<QByteArray, bool>> documents{
+            {nested("a", 500), false},
+            {nested("a", 501), true},
+            {nested("x:a", 501), true},
+            {"<?pi " + ends + "?>" + nested("a", 501), true},
+            {"<!--" + ends + "-->" + nested("a", 501), true},
+            {"<?xml version='1.0' encoding='ISO-2022-JP'?><c><b>\x1b$B" + ends + "\x1b(B</b>"
+                 + nested("a", 501) + "</c>",
+             true},
+            {many, false},
+            {"<!-- -->" + many, false},
+            {"<?xml version='1.0' encoding='UTF-8'?>" + many, false},
+        };
+        for (const auto &[xml, tooDeep] : documents)
+            QVERIFY2(kestrun::isTooDeep(xml) == tooDeep, xml.left(50));
+    }
+
     void withoutADirectoryNothingIsWritten()
     {
         const TestRoot root;

@@ -2,6 +2,7 @@
 #include "ConfigDocument.h"
 
 #include <QDomDocument>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QXmlStreamReader>
 
@@ -13,11 +14,24 @@ namespace {
 
 constexpr int kDeepest = 500;
 
+// Whether each byte '<' is that character, and the other way round.
+bool isPlainlyEncoded(const QByteArray &xml)
+{
+    static const QRegularExpression otherEncoding(
+        QStringLiteral("^(\\x{ef}\\x{bb}\\x{bf})?<\\?[^>]*encoding"
+                       "(?!\\s*=\\s*[\"'](utf-8|us-ascii|iso-8859-1)[\"'])"),
+        QRegularExpression::CaseInsensitiveOption);
+    const QString declaration = QString::fromLatin1(xml.left(xml.indexOf('>')));
+    return !xml.contains('\0') && !otherEncoding.match(declaration).hasMatch();
+}
+
 // A first look, many times as fast as a parser: never fewer levels than there are.
 bool mayBeTooDeep(const QByteArray &xml)
 {
-    // End tags count for certain only where nothing else can hold "</", and in 8 bits.
-    bool tagsOnly = !xml.contains('\0');
+    if (!isPlainlyEncoded(xml))
+        return true;
+    // End tags count for certain only where nothing else can hold "</".
+    bool tagsOnly = true;
     qsizetype starts = 0;
     qsizetype depth = 0;
     qsizetype deepest = 0;
@@ -27,7 +41,8 @@ bool mayBeTooDeep(const QByteArray &xml)
             --depth;
             continue;
         }
-        tagsOnly = tagsOnly && next != '!' && (next != '?' || at == 0);
+        tagsOnly = tagsOnly && next != '!'
+            && (next != '?' || (at == 0 && xml.startsWith("<?xml ")));
         ++starts;
         deepest = std::max(deepest, ++depth);
     }
@@ -57,7 +72,7 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
         const QDomElement before = history.firstChildElement(stateName);
         if (before.isNull())
             continue;
-        // The same document in the end for half the time, and no memory is asked for.
+        // The same document in the end, for half the time.
         if (QDomText text = onlyText(before); !text.isNull())
             text.replaceData(0, text.length(), simLock);
         else
@@ -80,6 +95,8 @@ bool isTooDeep(const QByteArray &xml)
     if (!mayBeTooDeep(xml))
         return false;
     QXmlStreamReader reader(xml);
+    // As the document reads it: a prefix that is not declared ends nothing.
+    reader.setNamespaceProcessing(false);
     int depth = 0;
     while (!reader.atEnd() && depth <= kDeepest) {
         const auto token = reader.readNext();

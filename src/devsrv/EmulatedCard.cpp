@@ -17,6 +17,10 @@ constexpr char kUnknownCommand[] = "\r\nERROR\r\n";
 // the event again, without end.
 thread_local bool t_raisingFaultEvent = false;
 
+// Set on a thread that delivers an answer: it waits for no other such thread, which may be waiting
+// for this one.
+thread_local bool t_answering = false;
+
 TextFill fillOf(const DevSrvFault &fault)
 {
     if (fault.flags & DEVSRV_FAULT_NO_TERMINATOR)
@@ -292,10 +296,14 @@ bool EmulatedCard::execute(const std::string &command, const AnswerSink &answer)
     }
     finishAnswer({});
     PendingAnswer pending;
-    if (mode & DEVSRV_ANSWER_OTHER_THREAD)
-        pending.thread = std::thread(deliver);
-    else
+    if (mode & DEVSRV_ANSWER_OTHER_THREAD) {
+        pending.thread = std::thread([deliver] {
+            t_answering = true;
+            deliver();
+        });
+    } else {
         pending.deliver = deliver;
+    }
     if (mode & DEVSRV_ANSWER_BEFORE_END)
         finishAnswer(std::move(pending));
     else
@@ -323,13 +331,13 @@ void EmulatedCard::finish(PendingAnswer answer)
 {
     if (answer.deliver)
         answer.deliver();
-    if (answer.thread.get_id() == std::this_thread::get_id()) {
-        // Whoever takes the answer ended the command. The destructor waits for this thread.
-        const std::lock_guard lock(m_mutex);
-        m_otherThreads.push_back(std::move(answer.thread));
-    } else if (answer.thread.joinable()) {
-        answer.thread.join();
-    }
+    if (!answer.thread.joinable())
+        return;
+    if (!t_answering)
+        return answer.thread.join();
+    // Whoever takes the answer ended the command. The destructor waits for the thread.
+    const std::lock_guard lock(m_mutex);
+    m_otherThreads.push_back(std::move(answer.thread));
 }
 
 } // namespace devsrv

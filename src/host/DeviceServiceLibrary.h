@@ -20,8 +20,9 @@ public:
     void start(const QString &card);
 
     /// Puts another emulated card in: a shipped one, or a card file, whose name counts from the
-    /// directory that the host was started in. 0, or not, with the reason in the control
-    /// interface's lastError(). Throws Failure for a maker's library.
+    /// directory that the host was started in ("./lte" where it is that of a shipped one). 0, or
+    /// not, with the reason in the control interface's lastError(). Throws Failure for a maker's
+    /// library.
     std::int32_t loadCard(const QString &card);
 
     /// Ends the service if it was started.

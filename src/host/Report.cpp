@@ -54,7 +54,7 @@ QString whyNotWritten(const QString &file)
     QFileInfo above(info.path());
     for (; !above.exists(); above.setFile(above.path()))
         missing = above.filePath();
-    if (!above.isExecutable())
+    if (above.isDir() && !above.isExecutable())
         return QStringLiteral("there is no right to enter %1; grant it").arg(above.filePath());
     if (!missing.isEmpty()) {
         return QStringLiteral("the directory %1 is missing; the dashboard's installation makes it, "

@@ -13,6 +13,7 @@
 /// signals are blocked. A thread of its own waits for the two. A handler would miss SIGINT for as
 /// long as the plug-in runs a shell command, since the C library has the whole process ignore it;
 /// a signal that is waited for is lost only if a command begins in the instant in which it comes.
+/// The commands inherit that the two are blocked, and so end what they began.
 class StopSignals : public QObject
 {
     Q_OBJECT

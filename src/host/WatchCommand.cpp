@@ -20,9 +20,9 @@ ExitStatus runWatch(const QStringList &arguments)
     line.read(arguments);
 
     StopSignals stop;
-    Dashboard dashboard(line.hostOptions());
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
+    Dashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard,
                     line.has(QStringLiteral("json")) ? Watcher::Form::Json : Watcher::Form::Text);
     dashboard.init();

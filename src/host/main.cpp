@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QHashSeed>
 
+#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -74,7 +75,11 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kestrun"));
     try {
-        return static_cast<int>(runCommand(QCoreApplication::arguments()));
+        const ExitStatus status = runCommand(QCoreApplication::arguments());
+        if (std::ferror(stdout))
+            failRun(QStringLiteral("standard output could not be written; make room, or choose "
+                                   "another place for it"));
+        return static_cast<int>(status);
     } catch (const Failure &failure) {
         printError(QStringLiteral("kestrun: ") + failure.message);
         return static_cast<int>(failure.status);

@@ -38,7 +38,7 @@ public:
         kill();
         waitForFinished();
     }
-    // In less time than any start-up may take that waits where it should not.
+    // In less time than D-Bus waits by itself, 25 s, or than start-up may take in all, 30 s.
     bool ends()
     {
         return QTest::qWaitFor([this] { return state() == NotRunning; }, 15'000)

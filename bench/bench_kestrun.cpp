@@ -4,9 +4,9 @@
 // one table of ratios.
 #include "CollectionDataLogic.h"
 #include "ConfigDocument.h"
-#include "DeviceServiceControl.h"
-#include "PluginEntry.h"
 #include "ResidentMemory.h"
+#include "devsrv/DeviceServiceControl.h"
+#include "plugin/PluginEntry.h"
 
 #include <QDir>
 #include <QDomDocument>

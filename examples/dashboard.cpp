@@ -3,9 +3,9 @@
 // The smallest dashboard that links to the plug-in: starts it, follows the card for as long as it
 // runs, and ends it on Ctrl-D. Its working directory has "SysConfig.dat".
 #include "CollectionDataLogic.h"
-#include "INotify.h"
-#include "IUIPlugin.h"
-#include "PluginEntry.h"
+#include "plugin/INotify.h"
+#include "plugin/IUIPlugin.h"
+#include "plugin/PluginEntry.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>

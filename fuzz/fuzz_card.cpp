@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // A card file in: a card whose texts fit, or a sentence that says what is wrong.
-#include "CardDescription.h"
 #include "Fuzz.h"
+#include "emulated/CardDescription.h"
 
 #include <QFile>
 #include <QTemporaryDir>

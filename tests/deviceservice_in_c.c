@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-#include "DeviceServiceControl.h"
+#include "devsrv/DeviceServiceControl.h"
 
 /* What a C program gets for the model, to see that the headers are C. */
 int32_t modelInC(char *model)

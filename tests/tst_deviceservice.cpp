@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "DeviceServiceControl.h"
 #include "TestData.h"
+#include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
 #include <QTemporaryDir>

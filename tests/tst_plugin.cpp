@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "INotify.h"
-#include "IUIPlugin.h"
+#include "plugin/INotify.h"
+#include "plugin/IUIPlugin.h"
 
 #include <QLibrary>
 #include <QPluginLoader>

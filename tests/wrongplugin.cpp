@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "IBasePlugin.h"
+#include "plugin/IBasePlugin.h"
 
 #include <QObject>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CollectionPlugin.h"
 
-#include "PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <QtDebug>
 

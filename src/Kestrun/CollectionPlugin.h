@@ -2,8 +2,8 @@
 #pragma once
 
 #include "CollectionDataLogic.h"
-#include "INotify.h"
-#include "IUIPlugin.h"
+#include "plugin/INotify.h"
+#include "plugin/IUIPlugin.h"
 
 /// The object that the dashboard holds: hands the work to the controller, and answers the calls
 /// that concern a window, of which it has none, with fixed results.

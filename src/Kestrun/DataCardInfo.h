@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "DeviceService.h"
-#include "ICollection.h"
+#include "devsrv/DeviceService.h"
+#include "plugin/ICollection.h"
 
 /// What the report says of the data card. Every field is text and empty until it has been read.
 struct _DEVICE_INFO

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ICollection.h"
+#include "plugin/ICollection.h"
 
 /// What the report says of the computer. Every field is text and empty until it has been set.
 struct _HOST_PC

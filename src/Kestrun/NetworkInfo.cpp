@@ -2,8 +2,8 @@
 #include "NetworkInfo.h"
 
 #include "BoundedText.h"
-#include "DeviceService.h"
 #include "Log.h"
+#include "devsrv/DeviceService.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ICollection.h"
 #include "Platform.h"
+#include "plugin/ICollection.h"
 
 #include <cstdint>
 

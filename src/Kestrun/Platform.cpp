@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform.h"
 
-#include "PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <QNetworkInterface>
 #include <QOperatingSystemVersion>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "DeviceService.h"
+#include "devsrv/DeviceService.h"
 
 #include <cstdint>
 #include <functional>

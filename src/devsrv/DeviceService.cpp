@@ -3,7 +3,7 @@
 // The C boundary, once for all backends: names and arguments of a call go to the backend, its
 // answer into the caller's memory.
 
-#include "DeviceService.h"
+#include "devsrv/DeviceService.h"
 
 #include "Service.h"
 #include "TextForm.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "DeviceServiceControl.h"
+#include "devsrv/DeviceServiceControl.h"
 
-#include "EmulatedCard.h"
 #include "FunctionNames.h"
 #include "Service.h"
+#include "emulated/EmulatedCard.h"
 
 using namespace devsrv;
 

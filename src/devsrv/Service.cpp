@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Service.h"
 
-#include "EmulatedCard.h"
+#include "emulated/EmulatedCard.h"
 #ifdef DEVSRV_HAVE_MODEMMANAGER
-#include "ModemManagerCard.h"
+#include "modemmanager/ModemManagerCard.h"
 #endif
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "DeviceServiceControl.h"
+#include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
 

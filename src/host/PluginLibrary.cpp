@@ -2,7 +2,7 @@
 #include "PluginLibrary.h"
 
 #include "Failure.h"
-#include "PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "INotify.h"
-#include "IUIPlugin.h"
+#include "plugin/INotify.h"
+#include "plugin/IUIPlugin.h"
 
 #include <QLibrary>
 #include <QPluginLoader>

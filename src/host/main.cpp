@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "Commands.h"
 #include "Output.h"
+#include "commands/Commands.h"
 
 #include <QCoreApplication>
 #include <QHashSeed>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "ModemManagerMapping.h"
 #include "TestData.h"
+#include "modemmanager/ModemManagerMapping.h"
 
 #include <QTest>
 

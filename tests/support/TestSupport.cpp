@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "TestSupport.h"
 
-#include "PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CardDescription.h"
-#include "DeviceServiceControl.h"
+#include "devsrv/DeviceServiceControl.h"
 
 #include <deque>
 #include <mutex>

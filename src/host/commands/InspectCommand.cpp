@@ -3,7 +3,7 @@
 #include "Commands.h"
 #include "ElfFile.h"
 #include "Output.h"
-#include "PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <QDir>
 #include <QFile>

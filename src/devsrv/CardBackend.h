@@ -7,7 +7,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace devsrv {
 
@@ -52,48 +51,26 @@ struct SmsMessage
     bool receipt = false;
 };
 
-/// How the C boundary fills texts.
-enum class TextFill {
-    Proper,       ///< cut to the buffer, with a closing NUL
-    NoTerminator, ///< to the end of the buffer, without a NUL
-    HighBytes     ///< bytes above ASCII in the place of each character
-};
-
-/// What the C boundary does with a call besides asking the backend.
-struct CallOutcome
-{
-    std::int32_t result = 0;   ///< anything but 0 is returned as it is
-    bool writeOutputs = false; ///< ask the backend and fill the outputs all the same
-    TextFill fill = TextFill::Proper;
-};
-
-/// How a backend tells of an event; may be called from any thread, with no lock held.
+/// Raises an event. A backend calls it from any thread and holds no lock meanwhile.
 using EventSink = std::function<void(std::int32_t event)>;
 
-/// Takes one piece of an answer on the AT channel. The bytes end in a NUL behind the last one.
+/// Takes one piece of the answer to an AT command.
 using AnswerSink = std::function<void(const std::string &piece)>;
 
-/// One way to reach a card: what the C boundary asks, in C++ shapes.
+/// One way to reach a card: the queries and actions of the C boundary as C++ functions.
 ///
 /// The boundary owns the backend, calls it from any thread, also from several at a time, and holds
-/// no lock while it does. Texts are 8-bit (Latin-1); the boundary cuts them to the caller's buffer.
-/// A query that cannot be answered gives nothing, never an invented value. Every function returns
-/// in bounded time. The destructor returns only when nothing of the backend runs any more.
+/// no lock meanwhile. Texts are 8-bit (Latin-1); the boundary cuts them to the caller's buffer. A
+/// query returns nothing if the card cannot answer it, never an invented value. Every function
+/// returns in bounded time. The destructor returns when the last thread of the backend has ended.
 class CardBackend
 {
 public:
     virtual ~CardBackend() = default;
 
-    /// Comes once, when the boundary's calls reach this backend: events may be raised from now on,
-    /// not before, since their listeners would ask another one.
+    /// Called once, when the boundary's calls reach this backend. The backend raises events only
+    /// from then on: a listener that was told earlier would ask the backend before it.
     virtual void begin() {}
-
-    /// Comes before every call of the boundary's, with the C function's name and its arguments as
-    /// they are to be shown.
-    virtual CallOutcome enter(std::string_view /*function*/, std::string_view /*arguments*/)
-    {
-        return {};
-    }
 
     virtual std::optional<std::int32_t> status() = 0;
     virtual std::optional<std::string> imei() = 0;
@@ -114,8 +91,8 @@ public:
 
     virtual bool sendSms(const SmsMessage &message) = 0;
 
-    /// Sends a command and passes the answer, in as many pieces as there are, before it or the
-    /// endCommand() that follows returns.
+    /// Sends a command to the card. Passes the answer to `answer`, piece by piece, before this
+    /// function or the endCommand() that follows returns. Returns whether the command was sent.
     virtual bool execute(const std::string &command, const AnswerSink &answer) = 0;
     virtual bool endCommand() = 0;
 };

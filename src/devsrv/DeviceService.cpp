@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The C boundary, once for all backends: names and arguments of a call go to the backend, its
+// The C boundary, the same for all backends: passes each call to the active backend and copies the
 // answer into the caller's memory.
 
 #include "devsrv/DeviceService.h"
@@ -43,31 +43,55 @@ private:
     TextFill m_fill;
 };
 
-// One call that gives something: `query` asks the backend, `write` stores what it gave.
+// One call on the active backend, seen by the backend's observer from beginning to end.
+class Call
+{
+public:
+    Call(const char *function, const std::string &arguments)
+        : m_function(function), m_use(Service::instance().backend())
+    {
+        if (CallObserver *const observer = m_use.observer())
+            m_outcome = observer->enter(function, arguments);
+    }
+
+    CardBackend &card() const { return m_use.card(); }
+    const CallOutcome &outcome() const { return m_outcome; }
+
+    // Returns the result that the caller gets. The observer's comes first.
+    std::int32_t end(bool succeeded) const
+    {
+        const std::int32_t own = succeeded ? kSuccess : kFailure;
+        const std::int32_t result = m_outcome.result != kSuccess ? m_outcome.result : own;
+        if (CallObserver *const observer = m_use.observer())
+            observer->leave(m_function, result);
+        return result;
+    }
+
+private:
+    const char *const m_function;
+    const Service::BackendUse m_use;
+    CallOutcome m_outcome;
+};
+
+// A call that returns a value: `query` asks the backend, `write` stores the answer.
 template <typename Query, typename Write>
 std::int32_t ask(const char *function, const std::string &arguments, Query query, Write write)
 {
-    const auto backend = Service::instance().backend();
-    const CallOutcome outcome = backend->enter(function, arguments);
-    if (outcome.result != kSuccess && !outcome.writeOutputs)
-        return outcome.result;
-    const auto value = query(*backend);
+    const Call call(function, arguments);
+    if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
+        return call.end(false);
+    const auto value = query(call.card());
     if (value)
-        write(*value, TextWriter(outcome.fill));
-    if (outcome.result != kSuccess)
-        return outcome.result;
-    return value ? kSuccess : kFailure;
+        write(*value, TextWriter(call.outcome().fill));
+    return call.end(value.has_value());
 }
 
-// One call that only does something.
+// A call that performs an action.
 template <typename Action>
 std::int32_t act(const char *function, const std::string &arguments, Action action)
 {
-    const auto backend = Service::instance().backend();
-    const CallOutcome outcome = backend->enter(function, arguments);
-    if (outcome.result != kSuccess)
-        return outcome.result;
-    return action(*backend) ? kSuccess : kFailure;
+    const Call call(function, arguments);
+    return call.end(call.outcome().result == kSuccess && action(call.card()));
 }
 
 using TextQuery = std::optional<std::string> (CardBackend::*)();

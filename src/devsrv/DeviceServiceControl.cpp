@@ -25,18 +25,19 @@ std::int32_t fail(const QString &what)
 template <typename Action>
 std::int32_t onCard(Action action)
 {
-    const auto card = std::dynamic_pointer_cast<EmulatedCard>(Service::instance().backend());
+    const auto use = Service::instance().backend();
+    auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
     if (!card)
         return fail(QStringLiteral("the device service does not run on an emulated card"));
     return action(*card);
 }
 
-std::int32_t start(const char *name)
+std::int32_t start(const char *choice)
 {
     std::string error;
-    auto backend = makeBackend(
-        name, [](std::int32_t event) { Service::instance().raise(event); }, error);
-    if (!backend)
+    Backend backend = makeBackend(
+        choice, [](std::int32_t event) { Service::instance().raise(event); }, error);
+    if (!backend.card)
         return fail(QString::fromStdString(error));
     Service::instance().replaceBackend(std::move(backend));
     return kSuccess;
@@ -44,7 +45,7 @@ std::int32_t start(const char *name)
 
 void stop()
 {
-    Service::instance().replaceBackend(nullptr);
+    Service::instance().replaceBackend({});
 }
 
 const char *lastError()
@@ -57,26 +58,38 @@ std::int32_t callbackCount()
     return static_cast<std::int32_t>(Service::instance().callbackCount());
 }
 
+// The element of a list at `index`; null behind its end.
+template <typename List>
+auto *at(const List &list, std::int32_t index)
+{
+    const bool inside = index >= 0 && index < static_cast<std::int32_t>(list.size());
+    return inside ? &list[static_cast<std::size_t>(index)] : nullptr;
+}
+
+const DevSrvBackend *backend(std::int32_t index)
+{
+    const BackendEntry *const entry = at(backendEntries(), index);
+    return entry ? &entry->facts : nullptr;
+}
+
 const char *shippedCard(std::int32_t index, const char **description)
 {
-    const auto cards = shippedCards();
-    if (index < 0 || index >= static_cast<std::int32_t>(cards.size()))
+    const ShippedCard *const card = at(shippedCards(), index);
+    if (!card)
         return nullptr;
-    const ShippedCard &card = cards[static_cast<std::size_t>(index)];
-    *description = card.description;
-    return card.name;
+    *description = card->description;
+    return card->name;
 }
 
 const char *cardField(std::int32_t index, const char **kind)
 {
-    const auto fields = cardFields();
-    if (index < 0 || index >= static_cast<std::int32_t>(fields.size()))
+    const CardField *const field = at(cardFields(), index);
+    if (!field)
         return nullptr;
-    const CardField &field = fields[static_cast<std::size_t>(index)];
     static CardDescription probe;
     static constexpr const char *kKinds[] = {"true or false", "number", "text"};
-    *kind = kKinds[field.in(probe).index()];
-    return field.key;
+    *kind = kKinds[field->in(probe).index()];
+    return field->key;
 }
 
 std::int32_t loadCard(const char *nameOrFile)
@@ -130,7 +143,7 @@ std::int32_t setFault(const char *function, const DevSrvFault *fault)
             return fail(QStringLiteral("the device service has no function \"%1\"")
                             .arg(QLatin1String(function)));
         }
-        card.setFault(function, fault ? *fault : DevSrvFault{});
+        card.faults().set(function, fault ? *fault : DevSrvFault{});
         return kSuccess;
     });
 }
@@ -147,7 +160,7 @@ const char *journal()
 {
     t_journal.clear();
     onCard([](EmulatedCard &card) {
-        t_journal = card.journal();
+        t_journal = card.journal().text();
         return kSuccess;
     });
     return t_journal.c_str();
@@ -156,15 +169,15 @@ const char *journal()
 void clearJournal()
 {
     onCard([](EmulatedCard &card) {
-        card.clearJournal();
+        card.journal().clear();
         return kSuccess;
     });
 }
 
 const char *functionName(std::int32_t index)
 {
-    const bool known = index >= 0 && index < static_cast<std::int32_t>(kFunctionNames.size());
-    return known ? kFunctionNames[static_cast<std::size_t>(index)].data() : nullptr;
+    const std::string_view *const name = at(kFunctionNames, index);
+    return name ? name->data() : nullptr;
 }
 
 constexpr DeviceServiceControl kControl = {
@@ -185,6 +198,7 @@ constexpr DeviceServiceControl kControl = {
     journal,
     clearJournal,
     functionName,
+    backend,
 };
 
 } // namespace

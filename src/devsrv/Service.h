@@ -1,29 +1,53 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "BackendRegistry.h"
 #include "CallbackChannel.h"
-#include "CardBackend.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <map>
 #include <memory>
+#include <mutex>
 
 namespace devsrv {
 
-/// What lives as long as the library: the callbacks, the messages, the receipt switch and
-/// the running backend.
-///
-/// Any thread may call anything.
+/// The library's global state: registered callbacks, SMS records, the receipt switch and the active
+/// backend. Thread-safe.
 class Service
 {
+    struct ActiveBackend
+    {
+        Backend backend;
+        int users = 0;
+    };
+
 public:
     static Service &instance();
 
-    /// The running backend; starts the emulated card "lte" if there is none.
-    std::shared_ptr<CardBackend> backend();
+    /// Keeps the active backend in use for as long as the object lives.
+    class BackendUse
+    {
+    public:
+        BackendUse(Service &service, ActiveBackend &active);
+        ~BackendUse();
+        BackendUse(const BackendUse &) = delete;
+        BackendUse &operator=(const BackendUse &) = delete;
 
-    /// Puts another backend in the place of the one that runs; null only ends that one.
-    void replaceBackend(std::shared_ptr<CardBackend> backend);
+        CardBackend &card() const { return *m_active.backend.card; }
+        CallObserver *observer() const { return m_active.backend.observer.get(); }
+
+    private:
+        Service &m_service;
+        ActiveBackend &m_active;
+    };
+
+    /// The active backend. Starts the default backend if there is none.
+    BackendUse backend();
+
+    /// Makes `backend` the active one and ends the one before it, after its last user has returned.
+    /// A backend without a card only ends the active one. Not to be called from inside a callback.
+    void replaceBackend(Backend backend);
 
     /// Calls the callbacks of the channel that the event belongs to.
     void raise(std::int32_t event);
@@ -33,7 +57,7 @@ public:
         return deviceManager.count() + deviceInit.count() + dataReceive.count();
     }
 
-    /// Keeps a message until it is dropped or the backend ends; gives the caller's handle of it.
+    /// Keeps a message until drop() is called or the backend ends. Returns its handle.
     void *keep(std::shared_ptr<SmsMessage> message);
 
     /// The message of a handle; null if there is none.
@@ -49,13 +73,9 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::shared_ptr<CardBackend> m_backend;
+    std::condition_variable m_backendUnused;
+    std::unique_ptr<ActiveBackend> m_active;
     std::map<void *, std::shared_ptr<SmsMessage>> m_messages;
 };
-
-/// A backend by its name, as DeviceServiceControl::start takes it; nothing and a sentence in
-/// `error` if there is none of that name or it cannot run.
-std::shared_ptr<CardBackend> makeBackend(const std::string &name, EventSink raise,
-                                         std::string &error);
 
 } // namespace devsrv

@@ -36,8 +36,8 @@ void CommandLine::addHostOptions()
     addLibraryOptions();
     m_parser.addOptions({
         {kCard,
-         QStringLiteral("A shipped card (see \"kestrun cards\"), a card file, or "
-                        "modemmanager[:IMEI]."),
+         QStringLiteral("A shipped card, a card file, or a backend with its argument; \"kestrun "
+                        "cards\" lists them."),
          QStringLiteral("CARD")},
         {kRoot,
          QStringLiteral("A directory in whose place \"/\" and the working directory stand; made "

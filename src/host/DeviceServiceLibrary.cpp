@@ -27,10 +27,19 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, const QString &p
 void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
-    const bool onDaemon = card.section(QLatin1Char(':'), 0, 0) == QLatin1String("modemmanager");
-    const QByteArray backend = onDaemon ? card.toUtf8() : "emulated";
-    if (control.start(backend.constData()) != 0 || (!onDaemon && loadCard(card) != 0))
+    if (control.start(card.toUtf8().constData()) != 0)
         failRun(QString::fromUtf8(control.lastError()));
+}
+
+QList<DevSrvBackend> DeviceServiceLibrary::backends() const
+{
+    const DeviceServiceControl &control = requireControl();
+    QList<DevSrvBackend> backends;
+    if (control.size <= offsetof(DeviceServiceControl, backend))
+        return backends;
+    for (std::int32_t index = 0; const DevSrvBackend *backend = control.backend(index); ++index)
+        backends << *backend;
+    return backends;
 }
 
 std::int32_t DeviceServiceLibrary::loadCard(const QString &card)

@@ -4,6 +4,7 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
+#include <QList>
 
 /// The device-service library, loaded before the plug-in as a dashboard does it.
 ///
@@ -15,9 +16,13 @@ public:
     /// system finds. Throws Failure.
     DeviceServiceLibrary(const QString &file, const QString &plugin);
 
-    /// Starts a card: a shipped one, a card file, or "modemmanager[:IMEI]". Throws Failure, also
-    /// where the library is a maker's and has no control interface.
+    /// Starts a card: a shipped one, a card file, or a backend with its argument. Throws Failure,
+    /// also if the library is a maker's and has no control interface.
     void start(const QString &card);
+
+    /// The backends that the library knows; none if it is older than 1.1. Throws Failure for a
+    /// maker's library.
+    QList<DevSrvBackend> backends() const;
 
     /// Puts another emulated card in: a shipped one, or a card file, whose name counts from the
     /// directory that the host was started in ("./lte" where it is that of a shipped one). 0, or

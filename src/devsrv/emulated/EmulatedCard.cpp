@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "EmulatedCard.h"
 
+#include "BackendFactories.h"
 #include "TextForm.h"
 
 #include <chrono>
@@ -10,33 +11,21 @@ namespace devsrv {
 
 namespace {
 
-constexpr std::size_t kJournalLines = 100'000;
 constexpr char kUnknownCommand[] = "\r\nERROR\r\n";
 
-// Set while a fault's event is raised, so that a call made from inside the event does not raise
-// the event again, without end.
-thread_local bool t_raisingFaultEvent = false;
-
-// Set on a thread that delivers an answer: it waits for no other such thread, which may be waiting
-// for this one.
+// True on a thread that delivers an answer. Such a thread does not wait for another one, which may
+// be waiting for it.
 thread_local bool t_answering = false;
 
-TextFill fillOf(const DevSrvFault &fault)
-{
-    if (fault.flags & DEVSRV_FAULT_NO_TERMINATOR)
-        return TextFill::NoTerminator;
-    return fault.flags & DEVSRV_FAULT_HIGH_BYTES ? TextFill::HighBytes : TextFill::Proper;
-}
-
-// "AT^RSTRIGGER?\r" stands as "^RSTRIGGER?" in a card description.
+// The key of "AT^RSTRIGGER?\r" in a card description is "^RSTRIGGER?".
 std::string commandKey(const std::string &command)
 {
     const std::string line = command.substr(0, command.find('\r'));
     return line.starts_with("AT") ? line.substr(2) : line;
 }
 
-// The answer, whole or a piece for each line; every piece keeps its line end. An empty answer is
-// a card that says nothing.
+// The answer in one piece, or in a piece for each line with its line end. A card that says nothing
+// has no pieces.
 std::vector<std::string> piecesOf(const std::string &answer, bool byLine)
 {
     if (!byLine && !answer.empty())
@@ -53,7 +42,10 @@ std::vector<std::string> piecesOf(const std::string &answer, bool byLine)
 
 } // namespace
 
-EmulatedCard::EmulatedCard(EventSink raise) : m_raise(std::move(raise)) {}
+EmulatedCard::EmulatedCard(EventSink raise)
+    : m_raise(raise), m_faults(m_journal, std::move(raise), [this] { remove(); })
+{
+}
 
 EmulatedCard::~EmulatedCard()
 {
@@ -64,13 +56,9 @@ EmulatedCard::~EmulatedCard()
 
 void EmulatedCard::load(const CardDescription &card)
 {
+    m_faults.reset(card.results, card.delaysMs);
     const std::lock_guard lock(m_mutex);
     m_card = card;
-    m_faults.clear();
-    for (const auto &[function, result] : card.results)
-        m_faults[function].result = result;
-    for (const auto &[function, delayMs] : card.delaysMs)
-        m_faults[function].delayMs = delayMs;
 }
 
 void EmulatedCard::setPresent(bool present)
@@ -107,72 +95,10 @@ QString EmulatedCard::set(const QString &key, const QString &value)
     return {};
 }
 
-void EmulatedCard::setFault(const std::string &function, const DevSrvFault &fault)
-{
-    const std::lock_guard lock(m_mutex);
-    m_faults[function] = fault;
-}
-
 void EmulatedCard::setAnswerMode(std::int32_t mode)
 {
     const std::lock_guard lock(m_mutex);
     m_answerMode = mode;
-}
-
-std::string EmulatedCard::journal() const
-{
-    const std::lock_guard lock(m_mutex);
-    std::string lines;
-    for (const std::string &line : m_journal)
-        lines += line + '\n';
-    return lines;
-}
-
-void EmulatedCard::clearJournal()
-{
-    const std::lock_guard lock(m_mutex);
-    m_journal.clear();
-}
-
-void EmulatedCard::write(std::string line)
-{
-    m_journal.push_back(std::move(line));
-    if (m_journal.size() > kJournalLines)
-        m_journal.pop_front();
-}
-
-CallOutcome EmulatedCard::enter(std::string_view function, std::string_view arguments)
-{
-    DevSrvFault fault{};
-    {
-        const std::lock_guard lock(m_mutex);
-        write(std::string(function).append("(").append(arguments).append(")"));
-        const auto found = m_faults.find(function);
-        if (found != m_faults.end())
-            fault = found->second;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(fault.delayMs));
-    raiseFaultEvent(fault);
-    return {fault.result, (fault.flags & DEVSRV_FAULT_WRITE_OUTPUTS) != 0, fillOf(fault)};
-}
-
-void EmulatedCard::raiseFaultEvent(const DevSrvFault &fault)
-{
-    if (t_raisingFaultEvent)
-        return;
-    t_raisingFaultEvent = true;
-    if (fault.flags & DEVSRV_FAULT_REMOVE_CARD)
-        remove();
-    if (fault.event != 0 && (fault.flags & DEVSRV_FAULT_OTHER_THREAD)) {
-        const std::lock_guard lock(m_mutex);
-        m_otherThreads.emplace_back([this, event = fault.event] {
-            t_raisingFaultEvent = true;
-            m_raise(event);
-        });
-    } else if (fault.event != 0) {
-        m_raise(fault.event);
-    }
-    t_raisingFaultEvent = false;
 }
 
 template <typename Value>
@@ -270,11 +196,10 @@ std::optional<SystemInfo> EmulatedCard::systemInfo()
 
 bool EmulatedCard::sendSms(const SmsMessage &message)
 {
-    const std::lock_guard lock(m_mutex);
-    if (!m_card.present)
+    if (!status())
         return false;
-    write("SMS " + inQuotes(message.number) + ' ' + inQuotes(message.text)
-          + (message.receipt ? " receipt=1" : " receipt=0"));
+    m_journal.write("SMS " + inQuotes(message.number) + ' ' + inQuotes(message.text)
+                    + (message.receipt ? " receipt=1" : " receipt=0"));
     return true;
 }
 
@@ -317,7 +242,7 @@ bool EmulatedCard::endCommand()
     return true;
 }
 
-// Puts an answer in the place of the last one, which is brought to its end.
+// Makes `next` the pending answer and finishes the one before it.
 void EmulatedCard::finishAnswer(PendingAnswer next)
 {
     {
@@ -335,9 +260,24 @@ void EmulatedCard::finish(PendingAnswer answer)
         return;
     if (!t_answering)
         return answer.thread.join();
-    // Whoever takes the answer ended the command. The destructor waits for the thread.
+    // The receiver of the answer ended the command. The destructor waits for the thread.
     const std::lock_guard lock(m_mutex);
     m_otherThreads.push_back(std::move(answer.thread));
+}
+
+Backend makeEmulatedCard(const BackendArgument &argument, EventSink raise, std::string &error)
+{
+    const QString card = QString::fromStdString(argument.value_or("lte"));
+    QString why;
+    const auto description = readCard(card, why);
+    if (!description) {
+        error = why.toStdString();
+        return {};
+    }
+    const auto emulated = std::make_shared<EmulatedCard>(std::move(raise));
+    emulated->load(*description);
+    // The observer is a part of the card and shares its life.
+    return {emulated, {emulated, &emulated->faults()}};
 }
 
 } // namespace devsrv

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "BackendRegistry.h"
 #include "CardDescription.h"
+#include "FaultInjector.h"
 #include "devsrv/DeviceServiceControl.h"
 
-#include <deque>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 namespace devsrv {
 
-/// A card that exists as a description only: it answers what the description says, keeps a journal
-/// of the calls, and can do all that a bad card does.
+/// A card without hardware: it answers what its description says.
 ///
-/// Any thread may call anything. Events are raised with no lock held. The destructor waits for the
-/// threads on which events and answers are delivered.
+/// Thread-safe. Events are raised with no lock held. The destructor waits for the threads on which
+/// answers are delivered.
 class EmulatedCard : public CardBackend
 {
 public:
@@ -27,12 +27,14 @@ public:
     void remove();
     QString set(const QString &key, const QString &value);
     void raise(std::int32_t event) { m_raise(event); }
-    void setFault(const std::string &function, const DevSrvFault &fault);
     void setAnswerMode(std::int32_t mode);
-    std::string journal() const;
-    void clearJournal();
 
-    CallOutcome enter(std::string_view function, std::string_view arguments) override;
+    /// The calls of the C boundary and the messages that were sent.
+    CallJournal &journal() { return m_journal; }
+
+    /// The observer of the C boundary's calls that belongs to this card.
+    FaultInjector &faults() { return m_faults; }
+
     std::optional<std::int32_t> status() override;
     std::optional<std::string> imei() override;
     std::optional<std::string> imsi() override;
@@ -56,10 +58,8 @@ private:
     template <typename Value>
     std::optional<Value> read(Value CardDescription::*field) const;
     void setPresent(bool present);
-    void write(std::string line);
-    void raiseFaultEvent(const DevSrvFault &fault);
 
-    // An answer that endCommand() waits for, or delivers.
+    // An answer that endCommand() delivers, or whose delivery it waits for.
     struct PendingAnswer
     {
         std::thread thread;
@@ -69,10 +69,10 @@ private:
     void finish(PendingAnswer answer);
 
     const EventSink m_raise;
+    CallJournal m_journal;
+    FaultInjector m_faults;
     mutable std::mutex m_mutex;
     CardDescription m_card;
-    std::map<std::string, DevSrvFault, std::less<>> m_faults;
-    std::deque<std::string> m_journal;
     std::int32_t m_answerMode = DEVSRV_ANSWER_AT_ONCE;
     PendingAnswer m_pendingAnswer;
     std::vector<std::thread> m_otherThreads;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerCard.h"
 
+#include "BackendFactories.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusError>
@@ -291,6 +293,21 @@ bool ModemManagerCard::endCommand()
 {
     // The answer was delivered before execute() returned.
     return true;
+}
+
+Backend makeModemManagerCard(const BackendArgument &argument, EventSink raise, std::string &error)
+{
+    if (argument == "") {
+        error = "\"modemmanager:\" does not say which modem; write modemmanager:IMEI, or "
+                "modemmanager for the first modem";
+        return {};
+    }
+    auto card = std::make_shared<ModemManagerCard>(
+        QString::fromStdString(argument.value_or(std::string())), std::move(raise));
+    if (card->startError().isEmpty())
+        return {std::move(card), nullptr};
+    error = card->startError().toStdString();
+    return {};
 }
 
 } // namespace devsrv

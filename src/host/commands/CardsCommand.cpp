@@ -3,10 +3,30 @@
 #include "Commands.h"
 #include "Output.h"
 
+namespace {
+
+QList<std::pair<QString, QString>> backendRows(const DeviceServiceLibrary &library)
+{
+    QList<std::pair<QString, QString>> rows;
+    for (const DevSrvBackend &backend : library.backends()) {
+        QString help = QString::fromUtf8(backend.help);
+        if (!backend.built) {
+            help += QStringLiteral(" (not built: %1 is off)")
+                        .arg(QString::fromUtf8(backend.option));
+        }
+        rows.append({QString::fromUtf8(backend.name) + QString::fromUtf8(backend.argument), help});
+    }
+    return rows;
+}
+
+} // namespace
+
 ExitStatus runCards(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("cards"),
-                     QStringLiteral("Lists the cards that the device service brings along."));
+    CommandLine line(
+        QStringLiteral("cards"),
+        QStringLiteral("Lists what --card takes: the shipped cards, and the backends of the "
+                       "device service."));
     line.addLibraryOptions();
     line.addFlag(QStringLiteral("fields"),
                  QStringLiteral("List the fields of a card file instead."));
@@ -14,11 +34,14 @@ ExitStatus runCards(const QStringList &arguments)
 
     const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
     const DeviceServiceControl &control = library.requireControl();
-    const auto next = line.has(QStringLiteral("fields")) ? control.cardField : control.shippedCard;
+    const bool fields = line.has(QStringLiteral("fields"));
+    const auto next = fields ? control.cardField : control.shippedCard;
     QList<std::pair<QString, QString>> rows;
     const char *about = nullptr;
     for (std::int32_t index = 0; const char *name = next(index, &about); ++index)
         rows.append({QString::fromUtf8(name), QString::fromUtf8(about)});
+    if (!fields)
+        rows += backendRows(library);
     print(table(rows));
     return ExitStatus::Done;
 }

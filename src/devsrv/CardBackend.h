@@ -38,6 +38,32 @@ struct Registration
     std::string cellId;
 };
 
+/// The device service's numbers of the radio systems that our backends tell apart.
+enum SystemMode : std::int32_t {
+    SYSTEM_MODE_CDMA = 2,
+    SYSTEM_MODE_GSM = 3,
+    SYSTEM_MODE_EVDO = 4,
+    SYSTEM_MODE_WCDMA = 5,
+    SYSTEM_MODE_LTE = 6,
+};
+
+/// The device service's numbers of the access technologies within them.
+enum SystemSubMode : std::int32_t {
+    SUB_MODE_GSM = 1,
+    SUB_MODE_GPRS = 2,
+    SUB_MODE_EDGE = 3,
+    SUB_MODE_CDMA_1X = 23,
+    SUB_MODE_EVDO_REV_0 = 24,
+    SUB_MODE_EVDO_REV_A = 25,
+    SUB_MODE_EVDO_REV_B = 26,
+    SUB_MODE_WCDMA = 41,
+    SUB_MODE_HSDPA = 42,
+    SUB_MODE_HSUPA = 43,
+    SUB_MODE_HSPA = 44,
+    SUB_MODE_HSPA_PLUS = 45,
+    SUB_MODE_LTE = 101,
+};
+
 struct SystemInfo
 {
     std::int32_t mode = 0;

@@ -8,8 +8,8 @@ using namespace devsrv;
 
 namespace {
 
-// A look at a daemon, written as words of the form NAME=VALUE.
-Sight look(const QString &words)
+// A state written as words of the form NAME=VALUE.
+EventState state(const QString &words)
 {
     const QString usual = "daemon=:1.1 modem=/Modem/0 state=8 sim=/SIM/0 unlock=1 technology=16384 "
                           "registration=1 operator=21407 location=214,07,0,102F304,1A2B ";
@@ -17,12 +17,12 @@ Sight look(const QString &words)
     for (const QString &word : (usual + words).split(' ', Qt::SkipEmptyParts))
         values[word.section('=', 0, 0)] = word.section('=', 1);
     const auto number = [&](const char *name) { return values[name].toUInt(); };
-    Sight sight{values["daemon"], std::nullopt};
+    EventState state{values["daemon"], std::nullopt};
     if (!values["modem"].isEmpty())
-        sight.modem = {values["modem"],        values["state"].toInt(), values["sim"],
+        state.modem = {values["modem"],        values["state"].toInt(), values["sim"],
                        number("unlock"),       number("locks"),         number("technology"),
                        number("registration"), values["operator"],      values["location"]};
-    return sight;
+    return state;
 }
 
 QString place(const QString &location, Domain domain)
@@ -88,7 +88,7 @@ private Q_SLOTS:
     void events()
     {
         QStringList events;
-        for (const auto event : eventsBetween(look(cell("before")), look(cell("after"))))
+        for (const auto event : eventsBetween(state(cell("before")), state(cell("after"))))
             events << QString::number(event);
         QTEST(events.join(' '), "events");
     }

@@ -14,16 +14,16 @@ namespace {
 constexpr QLatin1String kSimInterface("org.freedesktop.ModemManager1.Sim");
 constexpr QLatin1String kSmsInterface("org.freedesktop.ModemManager1.Sms");
 
-// Errors that the modem itself gave, as against those of the daemon about it.
+// The errors that come from the modem itself. Others are the daemon's.
 constexpr QLatin1String kModemErrors("org.freedesktop.ModemManager1.Error.MobileEquipment.");
 
-// What the daemon grants the modem; less than the time-out of the call, so that it is the daemon
-// that tells of a modem that says nothing.
+// The daemon's time-out for the modem's answer. It is shorter than that of the call, so that the
+// daemon reports a modem that does not answer.
 constexpr uint kCommandSeconds = 3;
 
 constexpr std::int32_t kStatusNotReady = 2;
 
-// The longest that start-up takes: the radio is switched on, and a network is found.
+// The bound of start-up: the radio is switched on, and the modem registers.
 constexpr auto kStartTimeout = kEnableTimeout + milliseconds(10'000);
 
 std::string latin1(const QString &text)
@@ -65,16 +65,16 @@ ModemManagerCard::ModemManagerCard(const QString &imei, EventSink raise) : m_cli
     m_watcher->moveToThread(&m_thread);
     m_thread.setObjectName(QStringLiteral("modemmanager"));
     m_thread.start();
-    auto settled = m_watcher->settled();
+    auto started = m_watcher->started();
     QMetaObject::invokeMethod(m_watcher.get(), &ModemManagerWatcher::open, Qt::QueuedConnection);
-    settled.wait_for(kStartTimeout);
+    started.wait_for(kStartTimeout);
 }
 
 ModemManagerCard::~ModemManagerCard()
 {
     if (!m_watcher)
         return;
-    // Its timers and pending calls are to end on the thread that they belong to.
+    // The watcher's timers and pending calls must end on the thread that they belong to.
     QObject::connect(&m_thread, &QThread::finished, m_watcher.release(), &QObject::deleteLater);
     m_thread.quit();
     m_thread.wait();
@@ -98,7 +98,7 @@ std::optional<std::int32_t> ModemManagerCard::status()
                              : std::nullopt;
     if (!state)
         return std::nullopt;
-    return *state >= kStateEnabled ? DEVSRV_STATUS_READY : kStatusNotReady;
+    return *state >= MM_MODEM_STATE_ENABLED ? DEVSRV_STATUS_READY : kStatusNotReady;
 }
 
 std::optional<std::string> ModemManagerCard::imei()
@@ -124,7 +124,7 @@ std::optional<std::string> ModemManagerCard::imsi()
 
 std::optional<std::string> ModemManagerCard::serialNumber()
 {
-    // The daemon has none.
+    // The daemon does not know it.
     return std::nullopt;
 }
 
@@ -152,7 +152,7 @@ std::optional<Versions> ModemManagerCard::versions()
     const auto hardware = modem->text(kModemInterface, QLatin1String("HardwareRevision"));
     if (!firmware && !hardware)
         return std::nullopt;
-    // One call asks for both, and AT modems have the first only: it is not lost with the second.
+    // AT modems have the firmware version only. A failure would lose it with the other one.
     return Versions{latin1(firmware.value_or(QString())), latin1(hardware.value_or(QString()))};
 }
 
@@ -166,7 +166,7 @@ std::optional<std::int32_t> ModemManagerCard::productType()
     return capabilities ? productTypeOf(*capabilities) : std::nullopt;
 }
 
-// The daemon lists the numbers without their places in the phonebook: they are counted from 1.
+// The daemon lists the numbers without their indexes in the phonebook: they count from 1.
 std::optional<NumberMemory> ModemManagerCard::numberMemory()
 {
     const auto modem = m_client.modem();
@@ -227,8 +227,7 @@ std::optional<Registration> ModemManagerCard::registration(Domain domain)
 
 bool ModemManagerCard::setReportMode(Domain, std::int32_t)
 {
-    // The daemon has the modem report every change and lets nobody choose: what a caller wants by
-    // this stands already.
+    // The daemon always has the modem report its location, and offers no choice.
     return true;
 }
 
@@ -277,7 +276,7 @@ bool ModemManagerCard::execute(const std::string &command, const AnswerSink &ans
     const QDBusMessage reply = m_client.call(modem->path(), kModemInterface,
                                              QLatin1String("Command"), {line, kCommandSeconds},
                                              kCommandTimeout);
-    // The daemon takes the final line off the answer, and makes an error of one that says so.
+    // The daemon removes the final result from the answer, or turns it into an error.
     if (isError(reply)) {
         const bool answered = reply.errorName().startsWith(kModemErrors);
         if (answered)

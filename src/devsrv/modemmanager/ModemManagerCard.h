@@ -10,20 +10,20 @@
 
 namespace devsrv {
 
-/// A modem that the ModemManager daemon knows, asked over D-Bus.
+/// A modem of the ModemManager daemon, which is asked over D-Bus.
 ///
-/// Any thread may call anything; every query is a call of the daemon, nothing is cached. Owns a
-/// connection to the system bus and the thread on which events are raised. The destructor must not
-/// run on that thread, which it waits for.
+/// Thread-safe. Every query calls the daemon; nothing is cached. Owns a connection to the system
+/// bus and the thread on which events are raised. The destructor waits for that thread and must not
+/// run on it.
 class ModemManagerCard : public CardBackend
 {
 public:
-    /// Blocks until the modem is ready for queries, in bounded time. An empty IMEI is that of the
-    /// first modem.
+    /// Blocks until the modem is ready for queries, at most 30 s. An empty IMEI chooses the first
+    /// modem.
     ModemManagerCard(const QString &imei, EventSink raise);
     ~ModemManagerCard() override;
 
-    /// Why it cannot be used; empty if it can.
+    /// The reason why the backend cannot be used; empty if it can.
     const QString &startError() const { return m_startError; }
 
     void begin() override;

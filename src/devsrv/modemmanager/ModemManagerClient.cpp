@@ -11,11 +11,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long calls fail at once after one that was not answered.
-constexpr std::chrono::seconds kSilence{10};
+// How long calls fail at once after a time-out.
+constexpr std::chrono::seconds kBackOff{10};
 
-// The shared system-bus connection belongs to the host and holds back signals until the host's
-// event loop runs.
+// The shared connection to the system bus belongs to the host, and delivers signals only while the
+// host's event loop runs.
 QDBusConnection openConnection()
 {
     static std::atomic<int> count = 0;
@@ -45,9 +45,9 @@ ModemManagerClient::~ModemManagerClient()
     QDBusConnection::disconnectFromBus(m_connection.name());
 }
 
-bool ModemManagerClient::isSilent() const
+bool ModemManagerClient::isBackingOff() const
 {
-    return Clock::now() < m_silentUntil.load();
+    return Clock::now() < m_backOffUntil.load();
 }
 
 QDBusMessage ModemManagerClient::send(QDBusMessage message, milliseconds timeout)
@@ -55,11 +55,11 @@ QDBusMessage ModemManagerClient::send(QDBusMessage message, milliseconds timeout
     QDBusMessage reply = m_connection.call(message, QDBus::Block,
                                            static_cast<int>(timeout.count()));
     if (reply.type() != QDBusMessage::ErrorMessage) {
-        m_silentUntil = Clock::time_point();
+        m_backOffUntil = Clock::time_point();
         return reply;
     }
     if (QDBusError(reply).type() == QDBusError::NoReply)
-        m_silentUntil = Clock::now() + kSilence;
+        m_backOffUntil = Clock::now() + kBackOff;
     if (isAbsence(reply)) {
         m_warnings.warn(QStringLiteral("the daemon does not run"));
         return reply;
@@ -74,8 +74,9 @@ QDBusMessage ModemManagerClient::call(const QString &path, QLatin1String interfa
                                       milliseconds timeout)
 {
     auto message = QDBusMessage::createMethodCall(kManagerService, path, interface, method);
-    if (isSilent())
-        return message.createErrorReply(QDBusError::NoReply, QStringLiteral("no answer of late"));
+    if (isBackingOff())
+        return message.createErrorReply(QDBusError::NoReply,
+                                        QStringLiteral("the daemon did not answer a call before"));
     message.setArguments(arguments);
     message.setAutoStartService(false);
     return send(message, timeout);
@@ -83,12 +84,12 @@ QDBusMessage ModemManagerClient::call(const QString &path, QLatin1String interfa
 
 std::optional<ModemObject> ModemManagerClient::modem()
 {
-    if (isSilent())
+    if (isBackingOff())
         return std::nullopt;
-    return look().modem;
+    return fetchSnapshot().modem;
 }
 
-ModemManagerClient::Look ModemManagerClient::look(bool startDaemon)
+ModemManagerClient::Snapshot ModemManagerClient::fetchSnapshot(bool startDaemon)
 {
     auto message = QDBusMessage::createMethodCall(kManagerService, kManagerPath,
                                                   kObjectManagerInterface,
@@ -103,7 +104,7 @@ ModemManagerClient::Look ModemManagerClient::look(bool startDaemon)
     }
     const auto objects = qdbus_cast<Objects>(reply.arguments().constFirst());
     auto chosen = chooseModem(objects, m_imei, m_warnings);
-    // Of objects that are no modems the choice has warned.
+    // chooseModem() has warned of objects that are no modems.
     if (!chosen && (objects.isEmpty() || !m_imei.isEmpty())) {
         m_warnings.warn(m_imei.isEmpty()
                             ? QStringLiteral("the daemon knows no modem")

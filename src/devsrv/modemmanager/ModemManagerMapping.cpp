@@ -21,47 +21,41 @@ struct Technology
     SystemInfo info;
 };
 
-// From the best to the poorest. The variants of LTE for machines are LTE to a listener.
+// From the best to the poorest. A listener takes the variants of LTE for machines for LTE.
 constexpr Technology kTechnologies[] = {
-    {0x4000 | 0x10000 | 0x20000, {6, 101}}, // LTE, LTE-M, NB-IoT
-    {0x200, {5, 45}},                       // HSPA+
-    {0x100, {5, 44}},                       // HSPA
-    {0x80, {5, 43}},                        // HSUPA
-    {0x40, {5, 42}},                        // HSDPA
-    {0x20, {5, 41}},                        // UMTS
-    {0x2000, {4, 26}},                      // EV-DO rev. B
-    {0x1000, {4, 25}},                      // EV-DO rev. A
-    {0x800, {4, 24}},                       // EV-DO rev. 0
-    {0x400, {2, 23}},                       // 1x
-    {0x10, {3, 3}},                         // EDGE
-    {0x8, {3, 2}},                          // GPRS
-    {0x2 | 0x4, {3, 1}},                    // GSM, GSM compact
+    {MM_MODEM_ACCESS_TECHNOLOGY_LTE | MM_MODEM_ACCESS_TECHNOLOGY_LTE_CAT_M
+         | MM_MODEM_ACCESS_TECHNOLOGY_LTE_NB_IOT,
+     {SYSTEM_MODE_LTE, SUB_MODE_LTE}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_HSPA_PLUS, {SYSTEM_MODE_WCDMA, SUB_MODE_HSPA_PLUS}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_HSPA, {SYSTEM_MODE_WCDMA, SUB_MODE_HSPA}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_HSUPA, {SYSTEM_MODE_WCDMA, SUB_MODE_HSUPA}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_HSDPA, {SYSTEM_MODE_WCDMA, SUB_MODE_HSDPA}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_UMTS, {SYSTEM_MODE_WCDMA, SUB_MODE_WCDMA}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_EVDOB, {SYSTEM_MODE_EVDO, SUB_MODE_EVDO_REV_B}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_EVDOA, {SYSTEM_MODE_EVDO, SUB_MODE_EVDO_REV_A}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_EVDO0, {SYSTEM_MODE_EVDO, SUB_MODE_EVDO_REV_0}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_1XRTT, {SYSTEM_MODE_CDMA, SUB_MODE_CDMA_1X}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_EDGE, {SYSTEM_MODE_GSM, SUB_MODE_EDGE}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_GPRS, {SYSTEM_MODE_GSM, SUB_MODE_GPRS}},
+    {MM_MODEM_ACCESS_TECHNOLOGY_GSM | MM_MODEM_ACCESS_TECHNOLOGY_GSM_COMPACT,
+     {SYSTEM_MODE_GSM, SUB_MODE_GSM}},
 };
-
-constexpr uint kLockUnknown = 0;
-constexpr uint kLockNone = 1;
-constexpr uint kLockPin2 = 3;
-constexpr uint kLockPuk2 = 5;
 
 struct FacilityLock
 {
-    uint flag;
-    std::uint8_t lock; // the number under which the daemon asks for its code
+    uint facility;
+    MMModemLock lock; // the number under which the daemon asks for the code
 };
 
-// The locks that bind a modem to a SIM or network. A PIN that was entered binds nothing.
+// The locks that bind a modem to a network or a SIM. A PIN that was entered binds nothing.
 constexpr FacilityLock kFacilityLocks[] = {
-    {16, 8},   // network
-    {32, 15},  // network subset
-    {64, 6},   // service provider
-    {128, 11}, // corporate
-    {4, 10},   // SIM
-    {8, 13},   // first SIM ever
+    {MM_MODEM_3GPP_FACILITY_NET_PERS, MM_MODEM_LOCK_PH_NET_PIN},
+    {MM_MODEM_3GPP_FACILITY_NET_SUB_PERS, MM_MODEM_LOCK_PH_NETSUB_PIN},
+    {MM_MODEM_3GPP_FACILITY_PROVIDER_PERS, MM_MODEM_LOCK_PH_SP_PIN},
+    {MM_MODEM_3GPP_FACILITY_CORP_PERS, MM_MODEM_LOCK_PH_CORP_PIN},
+    {MM_MODEM_3GPP_FACILITY_PH_SIM, MM_MODEM_LOCK_PH_SIM_PIN},
+    {MM_MODEM_3GPP_FACILITY_PH_FSIM, MM_MODEM_LOCK_PH_FSIM_PIN},
 };
-
-constexpr uint kCapabilityCdma = 2;
-constexpr uint kCapabilityGsmUmts = 4;
-constexpr uint kCapabilityLte = 8;
 
 int modemNumber(const QString &path)
 {
@@ -75,7 +69,7 @@ bool isHex(const QString &text)
     return ok;
 }
 
-// 0 and FFFE stand for "no area" on the radio, and the daemon writes 0 for what it does not have.
+// Networks use 0 and FFFE for "no area". The daemon writes 0 for an area that it does not know.
 bool isArea(const std::string &text)
 {
     const auto number = std::stoull(text, nullptr, 16);
@@ -116,7 +110,7 @@ std::optional<QString> ModemObject::imei() const
 {
     if (auto imei = text(k3gppInterface, QLatin1String("Imei")))
         return imei;
-    // Stands there while the SIM is locked, but is no IMEI on a modem that is CDMA only.
+    // The equipment identifier is known while the SIM is locked. On a CDMA modem it is no IMEI.
     if (has(kCdmaInterface))
         return std::nullopt;
     return text(kModemInterface, QLatin1String("EquipmentIdentifier"));
@@ -186,33 +180,33 @@ QString locationText(const QVariant &dictionary)
     if (argument.currentSignature() != QLatin1String("a{uv}"))
         return {};
     const auto sources = qdbus_cast<QMap<uint, QDBusVariant>>(argument);
-    return sources.value(kLocation3gpp).variant().toString();
+    return sources.value(MM_MODEM_LOCATION_SOURCE_3GPP_LAC_CI).variant().toString();
 }
 
 std::optional<std::uint8_t> lockStateOf(uint unlockRequired, uint enabledFacilityLocks)
 {
-    if (unlockRequired == kLockUnknown)
+    if (unlockRequired == MM_MODEM_LOCK_UNKNOWN)
         return std::nullopt;
-    // The second PIN guards some features of the SIM only: the modem works without it.
-    const bool waits = unlockRequired != kLockNone && unlockRequired != kLockPin2
-        && unlockRequired != kLockPuk2;
-    if (waits)
+    // The second PIN protects some features of the SIM only. The modem works without it.
+    const bool locked = unlockRequired != MM_MODEM_LOCK_NONE
+        && unlockRequired != MM_MODEM_LOCK_SIM_PIN2 && unlockRequired != MM_MODEM_LOCK_SIM_PUK2;
+    if (locked)
         return static_cast<std::uint8_t>(unlockRequired);
     for (const FacilityLock &facility : kFacilityLocks) {
-        if (enabledFacilityLocks & facility.flag)
-            return facility.lock;
+        if (enabledFacilityLocks & facility.facility)
+            return static_cast<std::uint8_t>(facility.lock);
     }
     return 0;
 }
 
 std::optional<std::int32_t> productTypeOf(uint capabilities)
 {
-    // A modem for both families goes by the SIM, hence by its IMEI.
-    if (capabilities & kCapabilityGsmUmts)
+    // A modem of both families is identified by its IMEI.
+    if (capabilities & MM_MODEM_CAPABILITY_GSM_UMTS)
         return ZEPA_PRODUCT_TYPE_WCDMA;
-    if (capabilities & kCapabilityCdma)
+    if (capabilities & MM_MODEM_CAPABILITY_CDMA_EVDO)
         return ZEPA_PRODUCT_TYPE_CDMA;
-    if (capabilities & kCapabilityLte)
+    if (capabilities & MM_MODEM_CAPABILITY_LTE)
         return ZEPA_PRODUCT_TYPE_WCDMA;
     return std::nullopt;
 }
@@ -238,33 +232,33 @@ ModemFacts factsOf(const ModemObject &modem)
     return facts;
 }
 
-std::vector<std::int32_t> eventsBetween(const Sight &before, const Sight &after)
+std::vector<std::int32_t> eventsBetween(const EventState &previous, const EventState &current)
 {
     std::vector<std::int32_t> events;
-    const bool daemonStayed = before.daemon == after.daemon;
-    const bool same = before.modem && after.modem && daemonStayed
-        && before.modem->path == after.modem->path;
-    if (before.modem && !same) {
-        if (daemonStayed)
+    const bool sameDaemon = previous.daemon == current.daemon;
+    const bool sameModem = previous.modem && current.modem && sameDaemon
+        && previous.modem->path == current.modem->path;
+    if (previous.modem && !sameModem) {
+        if (sameDaemon)
             events = {DEVSRV_EVENT_DEVICE_REMOVED, DEVSRV_EVENT_CARD_CHANGED};
         else
             events = {DEVSRV_EVENT_DEVICE_LOST};
-        // What the report says of the modem is out of date; one that took its place says so itself.
-        if (!daemonStayed && !after.modem)
+        // The report shows the lost modem. A modem that replaced it raises the event itself, below.
+        if (!sameDaemon && !current.modem)
             events.push_back(DEVSRV_EVENT_CARD_CHANGED);
     }
-    if (!after.modem)
+    if (!current.modem)
         return events;
 
-    const ModemFacts was = same ? *before.modem : ModemFacts{};
-    const ModemFacts &is = *after.modem;
-    if (!same)
+    const ModemFacts was = sameModem ? *previous.modem : ModemFacts{};
+    const ModemFacts &is = *current.modem;
+    if (!sameModem)
         events.push_back(DEVSRV_EVENT_CARD_CHANGED);
-    if (was.state < kStateDisabled && is.state >= kStateDisabled)
+    if (was.state < MM_MODEM_STATE_DISABLED && is.state >= MM_MODEM_STATE_DISABLED)
         events.push_back(ZEPA_EVENT_DEV_DEVICE_INIT_FINISH);
-    else if (was.state < kStateEnabled && is.state >= kStateEnabled)
+    else if (was.state < MM_MODEM_STATE_ENABLED && is.state >= MM_MODEM_STATE_ENABLED)
         events.push_back(DEVSRV_EVENT_DEVICE_ENABLED);
-    if (!same)
+    if (!sameModem)
         return events;
 
     const auto sim = [](const ModemFacts &facts) {
@@ -274,8 +268,8 @@ std::vector<std::int32_t> eventsBetween(const Sight &before, const Sight &after)
         return std::tie(facts.accessTechnologies, facts.registrationState, facts.operatorCode,
                         facts.location);
     };
-    const bool registrationChanged = (was.state >= kStateRegistered)
-        != (is.state >= kStateRegistered);
+    const bool registrationChanged = (was.state >= MM_MODEM_STATE_REGISTERED)
+        != (is.state >= MM_MODEM_STATE_REGISTERED);
     if (sim(was) != sim(is))
         events.push_back(DEVSRV_EVENT_SIM_CHANGED);
     if (registrationChanged || network(was) != network(is))

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CardBackend.h"
+#include "ModemManagerEnums.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QSet>
@@ -15,24 +16,17 @@
 
 namespace devsrv {
 
-// Interfaces of the daemon's modem objects, and what of their numbers the mapping turns on.
+// The interfaces of the daemon's modem objects.
 inline constexpr QLatin1String kModemInterface("org.freedesktop.ModemManager1.Modem");
 inline constexpr QLatin1String k3gppInterface("org.freedesktop.ModemManager1.Modem.Modem3gpp");
 inline constexpr QLatin1String kCdmaInterface("org.freedesktop.ModemManager1.Modem.ModemCdma");
 inline constexpr QLatin1String kLocationInterface("org.freedesktop.ModemManager1.Modem.Location");
 inline constexpr QLatin1String kMessagingInterface("org.freedesktop.ModemManager1.Modem.Messaging");
 
-inline constexpr int kStateDisabled = 3;
-inline constexpr int kStateEnabled = 6;
-inline constexpr int kStateRegistered = 8;
-inline constexpr uint kLocation3gpp = 1;
-
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;
 
-/// Warnings of which each text comes once.
-///
-/// Any thread may call anything.
+/// Warnings, each text of which is written once. Thread-safe.
 class OnceWarnings
 {
 public:
@@ -43,9 +37,9 @@ private:
     QSet<QString> m_given;
 };
 
-/// The properties of one modem, as one call of the daemon gave them.
+/// The properties of one modem, as one reply of the daemon had them.
 ///
-/// A value; refers to the warnings, which are to outlive it.
+/// A value. The warnings must outlive it.
 class ModemObject
 {
 public:
@@ -57,7 +51,8 @@ public:
     const QString &path() const { return m_path; }
     bool has(QLatin1String interface) const { return m_interfaces.contains(interface); }
 
-    /// Nothing if there is no such property or, with a warning, if it is of another type.
+    /// The value of a property. Nothing if it is missing or, with a warning, if its type is
+    /// another.
     template <typename Value>
     std::optional<Value> property(QLatin1String interface, QLatin1String name) const
     {
@@ -67,13 +62,13 @@ public:
         return std::nullopt;
     }
 
-    /// A text property; nothing also if it is empty, which is how the daemon says "not known".
+    /// The value of a text property. Nothing also if it is empty, the daemon's form of "not known".
     std::optional<QString> text(QLatin1String interface, QLatin1String name) const;
 
     std::optional<QString> imei() const;
     int state() const;
 
-    /// The location as it stands among the properties: empty unless the daemon signals it.
+    /// The location among the properties. Empty unless the daemon signals the location.
     QString signalledLocation() const;
 
 private:
@@ -85,15 +80,15 @@ private:
     OnceWarnings *m_warnings;
 };
 
-/// The modem of that IMEI, or the one of the lowest number if it is empty. Objects that are no
-/// modems are passed over with a warning.
+/// The modem with that IMEI, or, if it is empty, the modem with the lowest number. Ignores objects
+/// that are no modems, with a warning.
 std::optional<ModemObject> chooseModem(const Objects &objects, const QString &imei,
                                        OnceWarnings &warnings);
 
-/// System mode and sub-mode of the best of the access technologies, which are flags.
+/// System mode and sub-mode of the best of these flags of MMModemAccessTechnology.
 std::optional<SystemInfo> systemInfoOf(uint accessTechnologies);
 
-/// A place in the network, each in hexadecimal as the daemon writes it; an area may be 0.
+/// A place in the network, in hexadecimal as the daemon writes it. An unknown area is 0.
 struct CellLocation
 {
     std::string locationArea;
@@ -101,24 +96,25 @@ struct CellLocation
     std::string trackingArea;
 };
 
-/// Reads "MCC,MNC,LAC,CI,TAC"; nothing if that is not what the text is.
+/// Reads "MCC,MNC,LAC,CI,TAC". Nothing if the text has another form.
 std::optional<CellLocation> parseLocation(const QString &text);
 
-/// The registration of one domain, with the tracking area in the place of the location area where
-/// the domain has that one. Nothing if there is no area for the domain.
+/// The registration of one domain. The packet-switched one has the tracking area, where it is
+/// known, instead of the location area. Nothing if no area of the domain is known.
 std::optional<Registration> registrationOf(const CellLocation &location, Domain domain,
                                            std::int32_t state);
 
-/// The text of a 3GPP location in a dictionary of the daemon's (by source); empty if none.
+/// The 3GPP location in the daemon's dictionary of locations by source; empty if there is none.
 QString locationText(const QVariant &dictionary);
 
-/// The number of the lock that the modem waits for, else of the first lock that binds it to a
-/// network or SIM, else 0. Nothing as long as the daemon does not know.
+/// The lock whose code the modem waits for, else the first lock that binds it to a network or SIM
+/// (both of MMModemLock), else 0. Nothing while the daemon does not know.
 std::optional<std::uint8_t> lockStateOf(uint unlockRequired, uint enabledFacilityLocks);
 
+/// One of ZEPA_PRODUCT_TYPE_... for these flags of MMModemCapability.
 std::optional<std::int32_t> productTypeOf(uint capabilities);
 
-/// What the events depend on, as seen at one moment.
+/// The properties of a modem whose changes raise events.
 struct ModemFacts
 {
     QString path;
@@ -137,14 +133,14 @@ struct ModemFacts
 };
 ModemFacts factsOf(const ModemObject &modem);
 
-/// The daemon, by its unique name on the bus, and the chosen modem; both may be missing.
-struct Sight
+/// The daemon and the chosen modem at one moment.
+struct EventState
 {
-    QString daemon;
+    QString daemon; ///< its unique name on the bus; empty if it does not run
     std::optional<ModemFacts> modem;
 };
 
-/// The events that tell what happened between two looks, in the order in which they are raised.
-std::vector<std::int32_t> eventsBetween(const Sight &before, const Sight &after);
+/// The events that report the changes from one state to the next, in the order to raise them.
+std::vector<std::int32_t> eventsBetween(const EventState &previous, const EventState &current);
 
 } // namespace devsrv

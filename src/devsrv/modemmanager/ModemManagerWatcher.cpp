@@ -8,18 +8,18 @@ namespace devsrv {
 
 namespace {
 
-// From the first change to the look that tells of it and of those that came meanwhile.
+// From the first change to the snapshot that covers it and the changes after it.
 constexpr milliseconds kMergeTime{250};
 
-// Until a daemon that did not answer is looked at again.
+// From a time-out to the next snapshot.
 constexpr milliseconds kRetryTime{2'000};
 
-// How long start-up waits for a modem that it switched on to find its network.
+// How long start-up waits for the registration of a modem that it switched on.
 constexpr milliseconds kSearchTime{5'000};
 
 struct Signal
 {
-    QLatin1String path; // of any object if null
+    QLatin1String path; // null: of any object
     QLatin1String interface;
     QLatin1String name;
 };
@@ -62,35 +62,35 @@ void ModemManagerWatcher::begin()
 
 void ModemManagerWatcher::noteChange()
 {
-    // Not started anew by each change: a flood would put the look off for ever.
+    // A change does not restart the timer: a flood of changes would defer the snapshot without end.
     if (!m_timer.isActive() || m_timer.intervalAsDuration() > kMergeTime)
         m_timer.start(kMergeTime);
 }
 
 void ModemManagerWatcher::refresh(bool startDaemon)
 {
-    const auto look = m_client.look(startDaemon);
-    if (look.silent)
+    const auto snapshot = m_client.fetchSnapshot(startDaemon);
+    if (snapshot.timedOut)
         m_timer.start(kRetryTime);
 
-    // Before begin() the first look stays what the later ones are compared with.
-    Sight sight{look.daemon, look.modem ? std::optional(factsOf(*look.modem)) : std::nullopt};
-    const auto events = m_raises ? eventsBetween(m_seen, sight) : std::vector<std::int32_t>();
-    m_seen = std::move(sight);
-    if (look.modem)
-        prepare(*look.modem, look.daemon + look.modem->path());
-    checkSettled();
+    EventState state{snapshot.daemon,
+                     snapshot.modem ? std::optional(factsOf(*snapshot.modem)) : std::nullopt};
+    const auto events = m_raises ? eventsBetween(m_state, state) : std::vector<std::int32_t>();
+    m_state = std::move(state);
+    if (snapshot.modem)
+        prepare(*snapshot.modem, snapshot.daemon + snapshot.modem->path());
+    checkStarted();
     for (const std::int32_t event : events)
         m_raise(event);
 }
 
 void ModemManagerWatcher::prepare(const ModemObject &modem, const QString &identity)
 {
-    if (modem.state() == kStateDisabled && m_enabled != identity) {
+    if (modem.state() == MM_MODEM_STATE_DISABLED && m_enabled != identity) {
         m_enabled = identity;
         enable(modem.path());
     }
-    if (modem.state() >= kStateEnabled && m_located != identity) {
+    if (modem.state() >= MM_MODEM_STATE_ENABLED && m_located != identity) {
         m_located = identity;
         signalLocation(modem);
     }
@@ -99,7 +99,7 @@ void ModemManagerWatcher::prepare(const ModemObject &modem, const QString &ident
 void ModemManagerWatcher::enable(const QString &path)
 {
     callLater(path, kModemInterface, QLatin1String("Enable"), {true}, kEnableTimeout,
-              [this] { settle(); });
+              [this] { finishStart(); });
 }
 
 void ModemManagerWatcher::signalLocation(const ModemObject &modem)
@@ -109,10 +109,10 @@ void ModemManagerWatcher::signalLocation(const ModemObject &modem)
     const bool signalled = modem
                                .property<bool>(kLocationInterface, QLatin1String("SignalsLocation"))
                                .value_or(false);
-    if (signalled && (sources & kLocation3gpp))
+    if (signalled && (sources & MM_MODEM_LOCATION_SOURCE_3GPP_LAC_CI))
         return;
     callLater(modem.path(), kLocationInterface, QLatin1String("Setup"),
-              {sources | kLocation3gpp, true}, kQueryTimeout, {});
+              {sources | MM_MODEM_LOCATION_SOURCE_3GPP_LAC_CI, true}, kQueryTimeout, {});
 }
 
 void ModemManagerWatcher::callLater(const QString &path, QLatin1String interface,
@@ -137,22 +137,22 @@ void ModemManagerWatcher::callLater(const QString &path, QLatin1String interface
     });
 }
 
-void ModemManagerWatcher::checkSettled()
+void ModemManagerWatcher::checkStarted()
 {
-    const bool searches = m_seen.modem && m_seen.modem->state >= kStateDisabled
-        && m_seen.modem->state < kStateRegistered;
-    // A modem that was on already had its time.
+    const bool searches = m_state.modem && m_state.modem->state >= MM_MODEM_STATE_DISABLED
+        && m_state.modem->state < MM_MODEM_STATE_REGISTERED;
+    // A modem that was on before is not waited for.
     if (!searches || m_enabled.isEmpty())
-        settle();
-    else if (m_seen.modem->state >= kStateEnabled)
-        QTimer::singleShot(kSearchTime, this, &ModemManagerWatcher::settle);
+        finishStart();
+    else if (m_state.modem->state >= MM_MODEM_STATE_ENABLED)
+        QTimer::singleShot(kSearchTime, this, &ModemManagerWatcher::finishStart);
 }
 
-void ModemManagerWatcher::settle()
+void ModemManagerWatcher::finishStart()
 {
-    if (!m_isSettled)
-        m_settled.set_value();
-    m_isSettled = true;
+    if (!m_isStarted)
+        m_started.set_value();
+    m_isStarted = true;
 }
 
 } // namespace devsrv

@@ -12,11 +12,11 @@
 
 namespace devsrv {
 
-/// Turns the daemon's signals into events, and makes a modem that appears ready for queries.
+/// Turns the daemon's signals into events, and prepares a modem that appears for queries.
 ///
-/// Lives on a thread with an event loop of its own, on which it raises the events; the client is to
-/// outlive it. A signal only says that something changed: what it was, one look tells, so that
-/// however many changes make one event of each number for each look.
+/// Lives on a thread with an event loop of its own and raises the events there. The client must
+/// outlive it. A signal only schedules a snapshot. The events follow from the differences between
+/// two snapshots: many changes between them raise one event of each number.
 class ModemManagerWatcher : public QObject
 {
     Q_OBJECT
@@ -24,16 +24,16 @@ class ModemManagerWatcher : public QObject
 public:
     ModemManagerWatcher(ModemManagerClient &client, EventSink raise);
 
-    /// Connects to the signals and takes the first look. On the watcher's thread.
+    /// Connects to the signals and takes the first snapshot. On the watcher's thread.
     void open();
 
-    /// Raises events from now on, beginning with what changed since start-up. On the watcher's
-    /// thread.
+    /// Raises events from now on, and those of the changes since the first snapshot. On the
+    /// watcher's thread.
     void begin();
 
-    /// Is ready when the modem needs no more waiting for: it has found its network, or will not
-    /// soon, or there is none.
-    std::future<void> settled() { return m_settled.get_future(); }
+    /// Becomes ready when start-up is finished: the modem is registered, registration has failed,
+    /// or there is no modem.
+    std::future<void> started() { return m_started.get_future(); }
 
 private Q_SLOTS:
     void noteChange();
@@ -43,8 +43,8 @@ private:
     void prepare(const ModemObject &modem, const QString &identity);
     void enable(const QString &path);
     void signalLocation(const ModemObject &modem);
-    void checkSettled();
-    void settle();
+    void checkStarted();
+    void finishStart();
     using Failure = std::function<void()>;
     void callLater(const QString &path, QLatin1String interface, QLatin1String method,
                    const QVariantList &arguments, milliseconds timeout, const Failure &failed);
@@ -53,11 +53,11 @@ private:
     const EventSink m_raise;
     QDBusServiceWatcher m_daemonWatcher;
     QTimer m_timer;
-    Sight m_seen;
-    QString m_enabled; // the modem that was asked to switch on, so that a user may switch it off
-    QString m_located; // the modem that was asked to signal its location
-    std::promise<void> m_settled;
-    bool m_isSettled = false;
+    EventState m_state;
+    QString m_enabled; // the modem that was switched on; a user may switch it off afterwards
+    QString m_located; // the modem that was set up to signal its location
+    std::promise<void> m_started;
+    bool m_isStarted = false;
     bool m_raises = false;
 };
 

@@ -21,6 +21,6 @@ void fuzzOne(const QByteArray &input)
     for (const devsrv::CardField &field : devsrv::cardFields()) {
         const auto reference = field.in(*card);
         if (auto *const *text = std::get_if<std::string *>(&reference))
-            require((*text)->size() <= static_cast<std::size_t>(field.most));
+            require((*text)->size() <= static_cast<std::size_t>(field.maximum));
     }
 }

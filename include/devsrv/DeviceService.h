@@ -3,17 +3,17 @@
 #define DEVSRV_DEVICESERVICE_H
 
 /*
- * The device-service library, libsdk.so.1: all contact with the data card, as plain C.
+ * The device-service library, libsdk.so.1: the plain C interface to the data card.
  *
- * Every function returns 0 for success and any other value for failure; what the other values say
- * is the service's affair. Outputs of a failed call are not to be read. Memory belongs to the
- * caller. Texts are 8-bit and end in a NUL within the size that is given. The functions may be
- * called from any thread; they block until the card has answered.
+ * Every function returns 0 for success and any other value for failure; the service does not define
+ * the other values. The outputs of a failed call are undefined. Memory belongs to the caller. Texts
+ * are 8-bit and end in a NUL within the given size. The functions may be called from any thread;
+ * they block until the card has answered.
  *
- * Callbacks come on whatever thread the service uses, also on the thread of a call that is still
- * running. When a withdrawal returns, the callback neither runs nor will run again, except for
- * the run that the withdrawal was called from. A callback that is registered on a channel several
- * times is called once for each event and gone after one withdrawal.
+ * The service calls callbacks on a thread of its choice, which may be the thread of a call that has
+ * not yet returned. When a withdrawal returns, the callback does not run and will not run again,
+ * except for the run from which the withdrawal was called. A callback that is registered on a
+ * channel several times is called once per event, and one withdrawal removes it.
  */
 
 #include <assert.h>
@@ -34,8 +34,8 @@ extern "C" {
 /* ---- Device events ------------------------------------------------------------------------- */
 
 /*
- * The name of 6014 is the service's own. The others have no published name: what our service
- * means by them is said here, what a listener does on them is the listener's affair.
+ * The name of 6014 is the service's own. The others have no published name; the comments say when
+ * our service raises them.
  */
 enum {
     DEVSRV_EVENT_CARD_CHANGED = 6002,         /* a card was inserted or removed */
@@ -47,7 +47,7 @@ enum {
     DEVSRV_EVENT_NETWORK_CHANGED = 6614       /* registration, technology, operator or cell */
 };
 
-/* The device status that says that the card is ready for use. */
+/* The device status of a card that is ready for use. */
 enum { DEVSRV_STATUS_READY = 3 };
 
 /* `data` belongs to the service. Returns 1 if the event was handled, else 0. */
@@ -63,7 +63,7 @@ ZEPA_API int32_t ZEPA_DevSrv_UnRegisterDevInitEventCallback(ZEPA_DevEventCallbac
 
 /* ---- Device -------------------------------------------------------------------------------- */
 
-/* The size in bytes, closing NUL included, of the buffers for IMEI, IMSI, serial number, model. */
+/* The size in bytes, with the closing NUL, of the buffers for IMEI, IMSI, serial number, model. */
 enum { ZEPA_TEXT_SIZE = 24 };
 
 typedef struct FirmwareVersionRecord
@@ -95,7 +95,7 @@ enum { ZEPA_PRODUCT_TYPE_WCDMA = 0, ZEPA_PRODUCT_TYPE_CDMA = 1, ZEPA_PRODUCT_TYP
 
 ZEPA_API int32_t ZEPA_DevSrv_GetDevStatus(int32_t *status);
 
-/* Each into a buffer of ZEPA_TEXT_SIZE bytes. */
+/* Each fills a buffer of ZEPA_TEXT_SIZE bytes. */
 ZEPA_API int32_t ZEPA_DevSrv_GetImeiInfo(char *imei);
 ZEPA_API int32_t ZEPA_DevSrv_GetImsiInfo(char *imsi);
 ZEPA_API int32_t ZEPA_DevSrv_GetSN(char *serialNumber);
@@ -104,19 +104,20 @@ ZEPA_API int32_t ZEPA_DevSrv_GetDeviceName(char *model);
 ZEPA_API int32_t ZEPA_DevSrv_GetESN(EsnRecord *record);
 ZEPA_API int32_t ZEPA_DevSrv_GetFirmwareVersion(FirmwareVersionRecord *record);
 
-/* One of ZEPA_PRODUCT_TYPE_...; other numbers are families that this header does not know. */
+/* One of ZEPA_PRODUCT_TYPE_...; other numbers stand for families without a name here. */
 ZEPA_API int32_t ZEPA_DevSrv_GetProductType(int32_t *productType);
 
 /*
  * The own-number phonebook: `index` is the entry to read, `count` the number of entries. `first`,
- * `fourth` and `fifth` are the service's own; ours writes 0.
+ * `fourth` and `fifth` have no published meaning; our service writes 0.
  */
 ZEPA_API int32_t ZEPA_DevSrv_GetUserNumMemAbility(int32_t *first, int32_t *index, int32_t *count,
                                                   int32_t *fourth, int32_t *fifth);
 ZEPA_API int32_t ZEPA_DevSrv_ReadUserNumItem(int32_t index, UserNumItem *item);
 
 /*
- * The SIM-lock state, 0 for not locked. `second` and `third` are the service's own; ours writes 0.
+ * The SIM-lock state; 0 is not locked. `second` and `third` have no published meaning; our service
+ * writes 0.
  */
 ZEPA_API int32_t ZEPA_DevSrv_GetCardLockStatus(uint8_t *state, uint8_t *second, int32_t *third);
 
@@ -147,28 +148,28 @@ static_assert(sizeof(SysInfoRecord) == 156, "layout of the service");
 static_assert(offsetof(SysInfoRecord, sysMode) == 4, "layout of the service");
 static_assert(offsetof(SysInfoRecord, subMode) == 20, "layout of the service");
 
-/* The size in bytes, closing NUL included, of the buffer for the PLMN. */
+/* The size in bytes, with the closing NUL, of the buffer for the PLMN. */
 enum { ZEPA_PLMN_SIZE = 8 };
 
-/* Circuit-switched registration, and the report mode that goes with it. */
+/* Circuit-switched registration and its report mode. */
 ZEPA_API int32_t ZEPA_NetSrv_GetCSRegState(RegStateRecord *record);
 ZEPA_API int32_t ZEPA_NetSrv_SetCSRegReport(int32_t reportMode);
 
-/* Packet-switched registration. */
+/* Packet-switched registration and its report mode. */
 ZEPA_API int32_t ZEPA_NetSrv_GetPSRegState(RegStateRecord *record);
 ZEPA_API int32_t ZEPA_NetSrv_SetPSRegReport(int32_t reportMode);
 
-/* MCC and MNC as digits into `plmn`, ZEPA_PLMN_SIZE bytes. Ours writes 0 to `selection`. */
+/* Writes MCC and MNC as digits to `plmn`, ZEPA_PLMN_SIZE bytes. Ours writes 0 to `selection`. */
 ZEPA_API int32_t ZEPA_NetSrv_GetCurPlmn(int32_t *selection, char *plmn);
 
-/* System mode and sub-mode; a caller zeroes the record first. */
+/* Writes system mode and sub-mode. The caller zeroes the record before the call. */
 ZEPA_API int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record);
 
 /* ---- SMS ----------------------------------------------------------------------------------- */
 
 /*
- * Makes a message of two NUL-terminated UTF-16 texts. `*handle` is to be given back with
- * ZEPA_SMSSrv_ReleaseSMSRecord whenever it is not null afterwards, also after a failure.
+ * Creates a message from two NUL-terminated UTF-16 texts. If `*handle` is not null afterwards, also
+ * after a failure, the caller must release it with ZEPA_SMSSrv_ReleaseSMSRecord.
  */
 ZEPA_API int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number,
                                              const uint16_t *text);
@@ -177,15 +178,15 @@ ZEPA_API int32_t ZEPA_SMSSrv_SendMsg(void *handle);
 /* Frees the message and sets `*handle` to null. */
 ZEPA_API int32_t ZEPA_SMSSrv_ReleaseSMSRecord(void **handle);
 
-/* Whether delivery receipts are asked for from now on. */
+/* Switches delivery receipts on or off for the messages that are sent from now on. */
 ZEPA_API int32_t ZEPA_SMSSrv_SetSMSReceiptNotify(bool enable);
 
 /* ---- AT command channel -------------------------------------------------------------------- */
 
 /*
- * One piece of what the card answered: `data` is NUL-terminated text of `length` bytes that lives
- * for the length of the call. Returns 0 if the piece ends the query, else 1; our service passes
- * the pieces that follow in either case.
+ * Receives one piece of the card's answer: `data` is NUL-terminated text of `length` bytes, valid
+ * during the call. Returns 0 if the piece ends the query, else 1; our service delivers the pieces
+ * that follow in both cases.
  */
 typedef int (*ZEPA_DataRevCallback)(void *data, int length);
 
@@ -193,8 +194,8 @@ ZEPA_API int32_t ZEPA_RegDataRevCallBack(ZEPA_DataRevCallback callback);
 ZEPA_API int32_t ZEPA_UnRegDataRevCallBack(ZEPA_DataRevCallback callback);
 
 /*
- * Sends `length` bytes to the card. The answer comes through the registered callbacks, before this
- * call or the ZEPA_EndExuceATCmd that follows returns.
+ * Sends `length` bytes to the card. The registered callbacks receive the answer before this call or
+ * the ZEPA_EndExuceATCmd after it returns.
  */
 ZEPA_API int32_t ZEPA_ExuceATCmd(const char *command, int32_t length);
 ZEPA_API int32_t ZEPA_EndExuceATCmd(void);

@@ -9,10 +9,10 @@
 
 namespace devsrv {
 
-/// The callbacks of one channel, each at most once however often it is added.
+/// The callbacks of one channel. A callback that is added several times is called once.
 ///
-/// Any thread may call anything. No lock is held while a callback runs, so that it may add, remove
-/// or cause further events.
+/// Thread-safe. No lock is held while a callback runs: it may add and remove callbacks and raise
+/// further events.
 template <typename Callback>
 class CallbackChannel
 {
@@ -24,7 +24,7 @@ public:
             m_callbacks.push_back(callback);
     }
 
-    /// Removes the callback and waits until no other thread runs it. Returns whether it was there.
+    /// Removes the callback and waits until no other thread runs it. Returns whether it was found.
     bool remove(Callback callback)
     {
         std::unique_lock lock(m_mutex);
@@ -45,7 +45,7 @@ public:
         std::unique_lock lock(m_mutex);
         const std::vector<Callback> callbacks = m_callbacks;
         for (const Callback callback : callbacks) {
-            // One that ran before may have removed it.
+            // A callback before it may have removed it.
             if (!contains(callback))
                 continue;
             const Run run{callback, std::this_thread::get_id()};

@@ -17,7 +17,7 @@ namespace {
 constexpr std::int32_t kMinimum = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMaximum = std::numeric_limits<std::int32_t>::max();
 
-// The longest text that leaves room for the closing NUL in the buffer or record it goes to.
+// The longest text that leaves room for the closing NUL in its buffer.
 constexpr std::int32_t longestIn(std::size_t size)
 {
     return static_cast<std::int32_t>(size) - 1;
@@ -81,21 +81,22 @@ constexpr ShippedCard kShippedCards[] = {
     {"none", "no card is inserted"},
 };
 
-QString toNumber(const QString &value, std::int32_t least, std::int32_t most, std::int32_t &number)
+QString toNumber(const QString &value, std::int32_t minimum, std::int32_t maximum,
+                 std::int32_t &number)
 {
     bool ok = false;
     const qlonglong read = value.trimmed().toLongLong(&ok);
-    if (!ok || read < least || read > most) {
+    if (!ok || read < minimum || read > maximum) {
         return QStringLiteral("\"%1\" is not a whole number from %2 to %3")
             .arg(value)
-            .arg(least)
-            .arg(most);
+            .arg(minimum)
+            .arg(maximum);
     }
     number = static_cast<std::int32_t>(read);
     return {};
 }
 
-QString toText(const QString &value, std::int32_t most, std::string &text, bool lines = false)
+QString toText(const QString &value, std::int32_t maximum, std::string &text, bool lines = false)
 {
     const QByteArray bytes = value.toLatin1();
     if (QString::fromLatin1(bytes) != value)
@@ -107,11 +108,11 @@ QString toText(const QString &value, std::int32_t most, std::string &text, bool 
         return QStringLiteral("the value has a line end or another control character; is a quote "
                               "left open?");
     }
-    if (bytes.size() > most) {
+    if (bytes.size() > maximum) {
         return QStringLiteral("\"%1\" has %2 characters, at most %3 fit")
             .arg(value)
             .arg(bytes.size())
-            .arg(most);
+            .arg(maximum);
     }
     text = bytes.toStdString();
     return {};
@@ -126,7 +127,7 @@ QString toFlag(const QString &value, bool &flag)
     return QStringLiteral("\"%1\" is neither true nor false").arg(value);
 }
 
-// The three sections whose keys are not fields.
+// Sets a key of one of the three sections that have no fields.
 QString setFree(CardDescription &card, const QString &section, const QString &name,
                 const QString &value)
 {
@@ -199,9 +200,9 @@ QString setField(CardDescription &card, const CardField &field, const QString &v
 {
     const CardField::Reference reference = field.in(card);
     if (auto *const *text = std::get_if<std::string *>(&reference))
-        return toText(value, field.most, **text);
+        return toText(value, field.maximum, **text);
     if (auto *const *number = std::get_if<std::int32_t *>(&reference))
-        return toNumber(value, field.least, field.most, **number);
+        return toNumber(value, field.minimum, field.maximum, **number);
     return toFlag(value, **std::get_if<bool *>(&reference));
 }
 

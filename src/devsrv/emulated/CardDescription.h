@@ -11,7 +11,7 @@
 
 namespace devsrv {
 
-/// All that an emulated card answers, as a card file describes it.
+/// The answers of an emulated card, as a card file describes them.
 struct CardDescription
 {
     bool present = true;
@@ -35,15 +35,15 @@ struct CardDescription
     std::map<std::string, std::int32_t> delaysMs; ///< by function name
 };
 
-/// One field of a card file: where it stands, what it may hold, which event its change raises.
+/// One field of a card file: its key, its range of values, and the event of its change.
 struct CardField
 {
     using Reference = std::variant<bool *, std::int32_t *, std::string *>;
 
-    const char *key;    ///< "Section/Name"
-    std::int32_t least; ///< the smallest number; of no meaning for text
-    std::int32_t most;  ///< the largest number, or the longest text in bytes
-    std::int32_t event; ///< what a change raises
+    const char *key;      ///< "Section/Name"
+    std::int32_t minimum; ///< the smallest number; unused for text
+    std::int32_t maximum; ///< the largest number, or the longest text in bytes
+    std::int32_t event;   ///< the event that a change raises
     Reference (*in)(CardDescription &card);
 };
 
@@ -52,8 +52,7 @@ std::span<const CardField> cardFields();
 /// Sets one field from its text. Returns "" or what is wrong with `value`.
 QString setField(CardDescription &card, const CardField &field, const QString &value);
 
-/// The field of that key; the section may be left out where the name is unique. Null if there is
-/// none.
+/// The field with that key, or with that name if it is unique. Null if there is none.
 const CardField *findField(const QString &key);
 
 struct ShippedCard
@@ -64,8 +63,8 @@ struct ShippedCard
 
 std::span<const ShippedCard> shippedCards();
 
-/// Reads a shipped card by its name, or a card file (UTF-8 INI, see the README). Gives nothing and
-/// one sentence in `error` that says what is wrong, where, and what to do.
+/// Reads a shipped card by its name, or a card file (UTF-8 INI, see docs/cards.md). On failure it
+/// returns nothing and one sentence in `error` that says what is wrong, where, and what to do.
 std::optional<CardDescription> readCard(const QString &nameOrFile, QString &error);
 
 } // namespace devsrv

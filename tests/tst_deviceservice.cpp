@@ -56,6 +56,7 @@ class tst_DeviceService : public QObject
 private Q_SLOTS:
     void init()
     {
+        control.setEventDelivery(DEVSRV_EVENTS_AT_ONCE);
         QCOMPARE(control.start("emulated"), 0);
         QCOMPARE(control.loadCard("lte"), 0);
         s_events = 0;

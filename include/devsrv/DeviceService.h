@@ -11,9 +11,12 @@
  * they block until the card has answered.
  *
  * The service calls callbacks on a thread of its choice, which may be the thread of a call that has
- * not yet returned. When a withdrawal returns, the callback does not run and will not run again,
- * except for the run from which the withdrawal was called. A callback that is registered on a
- * channel several times is called once per event, and one withdrawal removes it.
+ * not yet returned. When a withdrawal returns, the callback does not run and will not run again. A
+ * withdrawal from inside a callback does not wait for callbacks that run on other threads: these
+ * come to their end afterwards. (An AT-channel callback that is withdrawn from inside an event
+ * callback is waited for.) A callback that is registered on a channel several times is called once
+ * per event, and one withdrawal removes it. A callback must not throw; an exception ends it, with a
+ * warning.
  */
 
 #include <assert.h>

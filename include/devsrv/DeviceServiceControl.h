@@ -55,6 +55,19 @@ enum DevSrvAnswerMode {
     DEVSRV_ANSWER_BEFORE_END = 4    /* bit: not before ZEPA_EndExuceATCmd has been called */
 };
 
+/* On which thread the service calls the event callbacks. */
+enum DevSrvEventDelivery {
+    /*
+     * On two threads of the service: one for events that tell that a card is ready or gone (6014,
+     * 6601, 6602, 6603), one for all others. Events of one number that are pending are one event.
+     */
+    DEVSRV_EVENTS_ON_THREADS = 0,
+
+    /* On the thread that raises the event, before that returns: for tests that count on an order.
+     */
+    DEVSRV_EVENTS_AT_ONCE = 1
+};
+
 typedef struct DeviceServiceControl
 {
     /* The size of this table in bytes. New members are only added at the end. */
@@ -98,7 +111,7 @@ typedef struct DeviceServiceControl
      */
     int32_t (*setField)(const char *field, const char *value);
 
-    /* Raises any event on this thread, on the channel of that event. */
+    /* Raises any event, on the channel of that event. */
     int32_t (*raiseEvent)(int32_t event);
 
     /* Sets what a function of DeviceService.h does wrong from now on; null: nothing. */
@@ -122,6 +135,9 @@ typedef struct DeviceServiceControl
 
     /* The backends, the default one first; null behind the last. Static storage. */
     const DevSrvBackend *(*backend)(int32_t index);
+
+    /* Chooses the event delivery, one of DevSrvEventDelivery; at first DEVSRV_EVENTS_ON_THREADS. */
+    void (*setEventDelivery)(int32_t mode);
 } DeviceServiceControl;
 
 /* The table. Static storage. */

@@ -1,22 +1,33 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Guard.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
-#include <thread>
+#include <utility>
 #include <vector>
 
 namespace devsrv {
 
+/// The kinds of callbacks. A callback may wait for the end of callbacks of a later kind only, so
+/// that two of them never wait for each other.
+enum class CallbackKind { None, Event, Data };
+
+/// The latest kind among the callbacks that this thread is running.
+inline thread_local CallbackKind t_runningKind = CallbackKind::None;
+
 /// The callbacks of one channel. A callback that is added several times is called once.
 ///
 /// Thread-safe. No lock is held while a callback runs: it may add and remove callbacks and raise
-/// further events.
+/// further events. An exception ends the callback that threw it, with a warning, and nothing else.
 template <typename Callback>
 class CallbackChannel
 {
 public:
+    explicit CallbackChannel(CallbackKind kind) : m_kind(kind) {}
+
     void add(Callback callback)
     {
         const std::lock_guard lock(m_mutex);
@@ -24,12 +35,14 @@ public:
             m_callbacks.push_back(callback);
     }
 
-    /// Removes the callback and waits until no other thread runs it. Returns whether it was found.
+    /// Removes the callback and waits until it no longer runs; does not wait if it is called from
+    /// inside a callback of the same or a later kind. Returns whether the callback was found.
     bool remove(Callback callback)
     {
         std::unique_lock lock(m_mutex);
         const bool found = std::erase(m_callbacks, callback) > 0;
-        m_ended.wait(lock, [&] { return !runsElsewhere(callback); });
+        if (t_runningKind < m_kind)
+            m_ended.wait(lock, [&] { return !isRunning(callback); });
         return found;
     }
 
@@ -48,41 +61,34 @@ public:
             // A callback before it may have removed it.
             if (!contains(callback))
                 continue;
-            const Run run{callback, std::this_thread::get_id()};
-            m_runs.push_back(run);
+            m_running.push_back(callback);
             lock.unlock();
-            callback(arguments...);
+            const CallbackKind outer = t_runningKind;
+            t_runningKind = std::max(outer, m_kind);
+            guarded("a callback", [&] { callback(arguments...); });
+            t_runningKind = outer;
             lock.lock();
-            m_runs.erase(std::find(m_runs.begin(), m_runs.end(), run));
+            m_running.erase(std::find(m_running.begin(), m_running.end(), callback));
             m_ended.notify_all();
         }
     }
 
 private:
-    struct Run
-    {
-        Callback callback;
-        std::thread::id thread;
-        bool operator==(const Run &) const = default;
-    };
-
     bool contains(Callback callback) const
     {
         return std::find(m_callbacks.begin(), m_callbacks.end(), callback) != m_callbacks.end();
     }
 
-    bool runsElsewhere(Callback callback) const
+    bool isRunning(Callback callback) const
     {
-        const auto self = std::this_thread::get_id();
-        return std::any_of(m_runs.begin(), m_runs.end(), [&](const Run &run) {
-            return run.callback == callback && run.thread != self;
-        });
+        return std::find(m_running.begin(), m_running.end(), callback) != m_running.end();
     }
 
+    const CallbackKind m_kind;
     mutable std::mutex m_mutex;
     std::condition_variable m_ended;
     std::vector<Callback> m_callbacks;
-    std::vector<Run> m_runs;
+    std::vector<Callback> m_running; // once for each thread that runs it
 };
 
 } // namespace devsrv

@@ -5,6 +5,7 @@
 
 #include "devsrv/DeviceService.h"
 
+#include "Guard.h"
 #include "Service.h"
 #include "TextForm.h"
 
@@ -77,21 +78,25 @@ private:
 template <typename Query, typename Write>
 std::int32_t ask(const char *function, const std::string &arguments, Query query, Write write)
 {
-    const Call call(function, arguments);
-    if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
-        return call.end(false);
-    const auto value = query(call.card());
-    if (value)
-        write(*value, TextWriter(call.outcome().fill));
-    return call.end(value.has_value());
+    return guarded(function, kFailure, [&] {
+        const Call call(function, arguments);
+        if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
+            return call.end(false);
+        const auto value = query(call.card());
+        if (value)
+            write(*value, TextWriter(call.outcome().fill));
+        return call.end(value.has_value());
+    });
 }
 
 // A call that performs an action.
 template <typename Action>
 std::int32_t act(const char *function, const std::string &arguments, Action action)
 {
-    const Call call(function, arguments);
-    return call.end(call.outcome().result == kSuccess && action(call.card()));
+    return guarded(function, kFailure, [&] {
+        const Call call(function, arguments);
+        return call.end(call.outcome().result == kSuccess && action(call.card()));
+    });
 }
 
 using TextQuery = std::optional<std::string> (CardBackend::*)();
@@ -291,13 +296,17 @@ int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
 
 int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const uint16_t *text)
 {
-    auto message = std::make_shared<SmsMessage>();
-    message->number = toText(number);
-    message->text = toText(text);
-    const std::string arguments = inQuotes(message->number) + ", " + inQuotes(message->text);
-    return ask(
-        __func__, arguments, [&](CardBackend &) { return std::make_optional(message.get()); },
-        [&](SmsMessage *, TextWriter) { *handle = Service::instance().keep(std::move(message)); });
+    return guarded(__func__, kFailure, [&, function = __func__] {
+        auto message = std::make_shared<SmsMessage>();
+        message->number = toText(number);
+        message->text = toText(text);
+        const std::string arguments = inQuotes(message->number) + ", " + inQuotes(message->text);
+        return ask(
+            function, arguments, [&](CardBackend &) { return std::optional(message); },
+            [=](const std::shared_ptr<SmsMessage> &created, TextWriter) {
+                *handle = Service::instance().keep(created);
+            });
+    });
 }
 
 int32_t ZEPA_SMSSrv_SendMsg(void *handle)
@@ -342,14 +351,14 @@ int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
 {
     if (length < 0)
         return kFailure;
-    const std::string bytes(command, static_cast<std::size_t>(length));
-    return act(
-        __func__, inQuotes(bytes) + ", " + std::to_string(length), [&](CardBackend &backend) {
-            return backend.execute(bytes, [](const std::string &piece) {
-                std::string copy = piece;
-                Service::instance().dataReceive.call(copy.data(), static_cast<int>(copy.size()));
-            });
-        });
+    return guarded(__func__, kFailure, [=, function = __func__] {
+        const std::string bytes(command, static_cast<std::size_t>(length));
+        const auto deliver = [](std::string piece) {
+            Service::instance().dataReceive.call(piece.data(), static_cast<int>(piece.size()));
+        };
+        return act(function, inQuotes(bytes) + ", " + std::to_string(length),
+                   [&](CardBackend &card) { return card.execute(bytes, deliver); });
+    });
 }
 
 int32_t ZEPA_EndExuceATCmd(void)

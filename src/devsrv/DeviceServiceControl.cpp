@@ -2,6 +2,7 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include "FunctionNames.h"
+#include "Guard.h"
 #include "Service.h"
 #include "emulated/EmulatedCard.h"
 
@@ -25,27 +26,31 @@ std::int32_t fail(const QString &what)
 template <typename Action>
 std::int32_t onCard(Action action)
 {
-    const auto use = Service::instance().backend();
-    auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
-    if (!card)
-        return fail(QStringLiteral("the device service does not run on an emulated card"));
-    return action(*card);
+    return guarded(__func__, kFailure, [&] {
+        const auto use = Service::instance().backend();
+        auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
+        if (!card)
+            return fail(QStringLiteral("the device service does not run on an emulated card"));
+        return action(*card);
+    });
 }
 
 std::int32_t start(const char *choice)
 {
-    std::string error;
-    Backend backend = makeBackend(
-        choice, [](std::int32_t event) { Service::instance().raise(event); }, error);
-    if (!backend.card)
-        return fail(QString::fromStdString(error));
-    Service::instance().replaceBackend(std::move(backend));
-    return kSuccess;
+    return guarded(__func__, kFailure, [=] {
+        std::string error;
+        Backend backend = makeBackend(
+            choice, [](std::int32_t event) { Service::instance().raise(event); }, error);
+        if (!backend.card)
+            return fail(QString::fromStdString(error));
+        Service::instance().replaceBackend(std::move(backend));
+        return kSuccess;
+    });
 }
 
 void stop()
 {
-    Service::instance().replaceBackend({});
+    guarded(__func__, [] { Service::instance().replaceBackend({}); });
 }
 
 const char *lastError()
@@ -64,6 +69,11 @@ auto *at(const List &list, std::int32_t index)
 {
     const bool inside = index >= 0 && index < static_cast<std::int32_t>(list.size());
     return inside ? &list[static_cast<std::size_t>(index)] : nullptr;
+}
+
+void setEventDelivery(std::int32_t mode)
+{
+    Service::instance().deliverAtOnce(mode == DEVSRV_EVENTS_AT_ONCE);
 }
 
 const DevSrvBackend *backend(std::int32_t index)
@@ -199,6 +209,7 @@ constexpr DeviceServiceControl kControl = {
     clearJournal,
     functionName,
     backend,
+    setEventDelivery,
 };
 
 } // namespace

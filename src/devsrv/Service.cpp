@@ -46,6 +46,8 @@ void Service::replaceBackend(Backend backend)
         m_messages.clear();
         receipts = false;
     }
+    // What the old backend raised says nothing of the new one.
+    m_dispatcher.clear();
     if (started)
         started->begin();
     if (!replaced)
@@ -53,7 +55,7 @@ void Service::replaceBackend(Backend backend)
     std::unique_lock lock(m_mutex);
     m_backendUnused.wait(lock, [&] { return replaced->users == 0; });
     lock.unlock();
-    // No lock is held while the old backend ends: its threads may be in a callback.
+    // No lock is held while the old backend ends, since its threads may call the service.
     replaced.reset();
 }
 
@@ -78,7 +80,17 @@ bool Service::drop(void *handle)
     return m_messages.erase(handle) > 0;
 }
 
-void Service::raise(std::int32_t event)
+void Service::raise(std::int32_t event) noexcept
+{
+    guarded(__func__, [&] {
+        if (m_deliversAtOnce)
+            deliver(event);
+        else
+            m_dispatcher.post(event);
+    });
+}
+
+void Service::deliver(std::int32_t event)
 {
     if (event == ZEPA_EVENT_DEV_DEVICE_INIT_FINISH)
         deviceInit.call(event, nullptr);

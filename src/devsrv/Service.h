@@ -3,6 +3,7 @@
 
 #include "BackendRegistry.h"
 #include "CallbackChannel.h"
+#include "EventDispatcher.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -49,8 +50,12 @@ public:
     /// A backend without a card only ends the active one. Not to be called from inside a callback.
     void replaceBackend(Backend backend);
 
-    /// Calls the callbacks of the channel that the event belongs to.
-    void raise(std::int32_t event);
+    /// Has the callbacks of the event's channel called: on the dispatcher's threads, or at once on
+    /// this thread if that was chosen. Throws nothing.
+    void raise(std::int32_t event) noexcept;
+
+    /// Chooses whether events are delivered at once, on the thread that raises them.
+    void deliverAtOnce(bool atOnce) { m_deliversAtOnce = atOnce; }
 
     std::size_t callbackCount() const
     {
@@ -66,16 +71,21 @@ public:
     /// Returns whether the handle had a message.
     bool drop(void *handle);
 
-    CallbackChannel<ZEPA_DevEventCallback> deviceManager;
-    CallbackChannel<ZEPA_DevEventCallback> deviceInit;
-    CallbackChannel<ZEPA_DataRevCallback> dataReceive;
+    CallbackChannel<ZEPA_DevEventCallback> deviceManager{CallbackKind::Event};
+    CallbackChannel<ZEPA_DevEventCallback> deviceInit{CallbackKind::Event};
+    CallbackChannel<ZEPA_DataRevCallback> dataReceive{CallbackKind::Data};
     std::atomic<bool> receipts = false;
 
 private:
+    void deliver(std::int32_t event);
+
     std::mutex m_mutex;
     std::condition_variable m_backendUnused;
     std::unique_ptr<ActiveBackend> m_active;
     std::map<void *, std::shared_ptr<SmsMessage>> m_messages;
+    std::atomic<bool> m_deliversAtOnce = false;
+    // Ends before the channels that its threads call.
+    EventDispatcher m_dispatcher{[this](std::int32_t event) { deliver(event); }};
 };
 
 } // namespace devsrv

@@ -74,6 +74,7 @@ QStringList LogCapture::lines() const
 const DeviceServiceControl &startCard(const char *card)
 {
     const DeviceServiceControl &control = *DevSrv_GetControl();
+    control.setEventDelivery(DEVSRV_EVENTS_AT_ONCE);
     if (control.start("emulated") != 0 || control.loadCard(card) != 0)
         qFatal("%s", control.lastError());
     return control;

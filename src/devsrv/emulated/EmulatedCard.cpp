@@ -2,6 +2,7 @@
 #include "EmulatedCard.h"
 
 #include "BackendFactories.h"
+#include "Guard.h"
 #include "TextForm.h"
 
 #include <chrono>
@@ -224,7 +225,7 @@ bool EmulatedCard::execute(const std::string &command, const AnswerSink &answer)
     if (mode & DEVSRV_ANSWER_OTHER_THREAD) {
         pending.thread = std::thread([deliver] {
             t_answering = true;
-            deliver();
+            guarded("the answer to an AT command", deliver);
         });
     } else {
         pending.deliver = deliver;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "FaultInjector.h"
 
+#include "Guard.h"
+
 #include <chrono>
 #include <utility>
 
@@ -77,7 +79,7 @@ void FaultInjector::raiseEvents(const DevSrvFault &fault)
         const std::lock_guard lock(m_mutex);
         m_threads.emplace_back([this, event = fault.event] {
             t_raisingEvent = true;
-            m_raise(event);
+            guarded("the event of a fault", [&] { m_raise(event); });
         });
     } else if (fault.event != 0) {
         m_raise(fault.event);

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "CardBackend.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace devsrv {
+
+/// Delivers events one after the other on a thread of its own, which the first event starts.
+///
+/// Thread-safe. An event that is posted while the same one is pending moves to the end of the
+/// queue: each is pending at most once, and the last one tells the latest state. The destructor
+/// drops the pending events and waits for the present delivery.
+class EventQueue
+{
+public:
+    explicit EventQueue(EventSink deliver);
+    ~EventQueue();
+
+    void post(std::int32_t event);
+
+    /// Drops the pending events and waits for the present delivery. Must not be called from inside
+    /// a delivery.
+    void clear();
+
+private:
+    void run();
+
+    const EventSink m_deliver;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::int32_t> m_pending;
+    bool m_delivering = false;
+    bool m_ending = false;
+    std::thread m_thread;
+};
+
+/// Delivers events so that none of those that tell whether a card is usable waits behind a rewrite
+/// of the report.
+///
+/// Thread-safe. These events are delivered on one thread, in their order. All others make a
+/// listener read the card again, which takes time; another thread delivers them.
+class EventDispatcher
+{
+public:
+    explicit EventDispatcher(const EventSink &deliver) : m_presence(deliver), m_changes(deliver) {}
+
+    void post(std::int32_t event);
+
+    /// As EventQueue::clear(), for both threads.
+    void clear();
+
+private:
+    EventQueue m_presence;
+    EventQueue m_changes;
+};
+
+} // namespace devsrv

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include "HostProcess.h"
 #include "TestData.h"
 
-#include <QFile>
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
-#include <csignal>
 #include <unistd.h>
 
 namespace {
@@ -23,10 +21,9 @@ struct Run
 
 Run kestrun(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(HOST, arguments);
-    process.waitForFinished();
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    HostProcess host(arguments);
+    host.waitForFinished();
+    return {host.exitCode(), host.readAllStandardOutput(), host.readAllStandardError()};
 }
 
 } // namespace
@@ -47,7 +44,7 @@ private:
     {
         return kestrun(QStringList{"report", "--root", root()} + arguments);
     }
-    // A word of a table; some stand for a file.
+    // Replaces the words that stand for a file.
     QString word(const QString &text) const
     {
         const QHash<QString, QString> words{{"PLUGIN", PLUGIN_FILE}, {"WRONG", WRONG_PLUGIN},
@@ -58,9 +55,9 @@ private:
     }
 
 private Q_SLOTS:
-    void commands_data() { addRows("host-commands.txt"); }
+    void exitsWithStatusAndMessage_data() { addRows("host-commands.txt"); }
 
-    void commands()
+    void exitsWithStatusAndMessage()
     {
         QStringList arguments;
         for (const QString &argument : cell("arguments").split(' ', Qt::SkipEmptyParts))
@@ -75,7 +72,7 @@ private Q_SLOTS:
         QVERIFY(run.error.isEmpty() || run.error.startsWith("kestrun: "));
     }
 
-    void outputs()
+    void printsReportAsTableXmlAndJson()
     {
         const Run table = report({"--log"});
         QCOMPARE(table.status, 0);
@@ -86,70 +83,53 @@ private Q_SLOTS:
         QVERIFY(table.error.contains("hhhhhhhhhhhhhhhhhhhhhhhhhhhhhhhhh\n"));
         QVERIFY(table.error.contains("=========strIMEI===========490154203237518\n"));
 
-        QFile file(dataDirectory() + "/UpdateRule.dat");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(report({"--xml"}).output, file.readAll());
-        const auto values = QJsonDocument::fromJson(report({"--json"}).output).object();
-        QCOMPARE(values.size(), 24);
+        const QByteArray file = readFile(dataDirectory() + "/UpdateRule.dat");
+        QVERIFY(!file.isEmpty());
+        QCOMPARE(report({"--xml"}).output, file);
+        QCOMPARE(QJsonDocument::fromJson(report({"--json"}).output).object().size(), 24);
     }
 
-    void whatChangedInConfig()
+    void saysWhetherConfigChanged()
     {
-        const QTemporaryDir fresh;
-        const QStringList first{"report", "--root", fresh.path()};
         if (geteuid() != 0)
             QSKIP("only root can open Config.xml again");
-        const Run run = kestrun(first);
+        const QTemporaryDir fresh;
+        const QStringList arguments{"report", "--root", fresh.path()};
+        const Run run = kestrun(arguments);
         QVERIFY2(run.output.contains("LatestSimLockState 1 \u2192 0"), run.output.constData());
-        QVERIFY(kestrun(first).output.contains("LatestSimLockState 0, as before"));
+        QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, as before"));
     }
 
-    void watch_data()
+    void watchesCardUntilSignal_data()
     {
         QTest::addColumn<int>("signal");
         QTest::newRow("Ctrl-C") << SIGINT;
         QTest::newRow("SIGTERM") << SIGTERM;
     }
 
-    // The whole life of a card. Each step is a command and the line that shows its effect.
-    void watch()
+    void watchesCardUntilSignal()
     {
         QFETCH(int, signal);
-        QProcess process;
-        process.start(QStringLiteral(HOST),
-                      {"watch", "--json", "--card", "none", "--root", root()});
-        QByteArray seen;
-        const auto shows = [&](const QByteArray &text) {
-            while (!seen.contains(text) && process.waitForReadyRead(5000))
-                seen += process.readAllStandardOutput();
-            const qsizetype found = seen.indexOf(text);
-            seen = seen.mid(found < 0 ? 0 : found + text.size());
-            return found >= 0;
-        };
-        QVERIFY(shows("\"new\":\"DataCard\""));
-        for (const QStringList &step : readTable("host-watch.txt").mid(1)) {
-            process.write(step.at(0).toUtf8() + '\n');
-            QVERIFY2(shows(step.at(1).toUtf8()), qPrintable(step.at(0)));
+        HostProcess host({"watch", "--json", "--card", "none", "--root", root()});
+        // The effects are part of the output, not of the messages about errors.
+        host.closeReadChannel(QProcess::StandardError);
+        QVERIFY(host.says({"\"new\":\"DataCard\""}));
+        for (const TableRow &step : readTable("host-watch.txt")) {
+            host.write(step["command"].toUtf8() + '\n');
+            QVERIFY2(host.says({step["effect"].toUtf8()}), qPrintable(step["command"]));
         }
 
-        // A closed input neither ends it nor keeps it busy.
-        process.closeWriteChannel();
-        QVERIFY(!process.waitForFinished(300));
-        QFile stat(QString("/proc/%1/stat").arg(process.processId()));
-        QVERIFY(stat.open(QIODevice::ReadOnly));
+        // A closed input neither ends the command nor keeps it busy.
+        host.closeWriteChannel();
+        QVERIFY(!host.waitForFinished(300));
+        const QByteArray stat = readFile(QString("/proc/%1/stat").arg(host.processId()));
         constexpr int kUserTicks = 13;
-        const int ticks = stat.readAll().split(' ').at(kUserTicks).toInt();
-        QVERIFY2(ticks < 20, "hundredths of a second of work");
+        QVERIFY2(stat.split(' ').at(kUserTicks).toInt() < 20, "hundredths of a second of work");
 
-        ::kill(pid_t(process.processId()), signal);
-        QVERIFY(process.waitForFinished());
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 0);
-        seen += process.readAllStandardOutput();
-        QVERIFY2(seen.contains("{\"callbacks\":0,"), seen.constData());
+        QVERIFY(host.stop(signal));
     }
 
-    void missingDeviceService()
+    void refusesPluginWithoutDeviceService()
     {
         const QString copy = m_directory.filePath(
             QFileInfo(QStringLiteral(PLUGIN_FILE)).fileName());
@@ -159,7 +139,7 @@ private Q_SLOTS:
         QVERIFY2(run.error.contains("put libsdk.so.1 beside the plug-in"), run.error.constData());
     }
 
-    void unwrittenReports()
+    void saysWhyNoReportWasWritten()
     {
         QCOMPARE(report().status, 0);
         const QString file = dataDirectory() + "/UpdateRule.dat";
@@ -179,5 +159,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(tst_Host)
+QTEST_GUILESS_MAIN(tst_Host)
 #include "tst_host.moc"

@@ -18,7 +18,7 @@ class tst_Collectors : public QObject
 private Q_SLOTS:
     void init() { startCard(); }
 
-    void valuesOfEveryCard()
+    void collectsValuesOfEveryCard()
     {
         QStringList lines;
         const char *about = nullptr;
@@ -34,7 +34,7 @@ private Q_SLOTS:
             host.SetData(values);
             QVERIFY(device.GetData().empty() && network.GetData().empty()
                     && host.GetData().empty());
-            // That is the test machine's.
+            // The address is the test machine's.
             QCOMPARE(values.erase("Network_IPAddr"), std::size_t(1));
             for (const auto &[key, text] : values)
                 lines << QString("%1 %2=%3").arg(card, key.c_str(), text.c_str());
@@ -42,7 +42,7 @@ private Q_SLOTS:
         compareWithGolden("values-of-cards.txt", lines);
     }
 
-    void nothingStaleAfterAFailure()
+    void clearsValuesAfterFailure()
     {
         CDataCardInfo device;
         CNetworkInfo network;
@@ -59,9 +59,10 @@ private Q_SLOTS:
             QVERIFY2(text.empty(), key.c_str());
     }
 
-    void secondQueryFails()
+    void clearsCellWhenSecondQueryFails()
     {
-        // The event that comes with the call in between changes what the second query does.
+        // The call between the two queries raises an event, whose callback makes the second one
+        // fail.
         constexpr auto fail = +[](int, void *) {
             setFault("ZEPA_NetSrv_GetPSRegState", {-1, 0, 0, 0});
             return 1;
@@ -78,17 +79,17 @@ private Q_SLOTS:
         QCOMPARE(log.lines().last(), "=========strCellID_FAILED===========");
     }
 
-    void accessTechnology_data() { addRows("access-technology.txt"); }
+    void namesAccessTechnology_data() { addRows("access-technology.txt"); }
 
-    void accessTechnology()
+    void namesAccessTechnology()
     {
         QTEST(QString(::accessTechnology(cell("subMode").toInt(), cell("systemMode").toInt())),
               "name");
     }
 
-    void reportedAddress_data() { addRows("addresses.txt"); }
+    void choosesReportedAddress_data() { addRows("addresses.txt"); }
 
-    void reportedAddress()
+    void choosesReportedAddress()
     {
         QList<QHostAddress> addresses;
         for (const QString &address : cell("addresses").split(' ', Qt::SkipEmptyParts))
@@ -99,12 +100,12 @@ private Q_SLOTS:
         QTEST(QString::fromStdString(::reportedAddress(interfaces, addresses)), "expected");
     }
 
-    void addressesAreTheHostsOwn()
+    void listsAddressesInSystemOrder()
     {
         QCOMPARE(kestrun::hostNetwork().addresses, QNetworkInterface::allAddresses());
     }
 
-    void macVersions()
+    void namesMacVersions()
     {
         QStringList versions;
         for (int version = -1; version <= 10; ++version)
@@ -112,16 +113,16 @@ private Q_SLOTS:
         QCOMPARE(versions.join(' '), "  10.0 10.1 10.2  10.3 10.4 10.5 10.6  ");
     }
 
-    void triggerResponses_data() { addRows("trigger-responses.txt"); }
+    void judgesTriggerResponses_data() { addRows("trigger-responses.txt"); }
 
-    void triggerResponses()
+    void judgesTriggerResponses()
     {
         const auto answer = kestrun::judgeTriggerResponse(cell("response").toStdString(), "before");
         QTEST(QString::fromStdString(answer.verdict), "verdict");
         QTEST(QString::number(answer.result), "result");
     }
 
-    void aTagAloneIsOutOfRange()
+    void survivesTriggerTagWithoutValue()
     {
         QVERIFY_EXCEPTION_THROWN(kestrun::judgeTriggerResponse("^RSTRIGGER", ""),
                                  std::out_of_range);
@@ -132,7 +133,7 @@ private Q_SLOTS:
         QCOMPARE(CDataCardInfo::RecDataFunc(nullptr, 0), 1);
     }
 
-    void triggerAnswersHoweverTheyCome()
+    void takesTriggerAnswersInEveryAnswerMode()
     {
         CDataCardInfo collector;
         _DEVICE_INFO info;
@@ -144,15 +145,15 @@ private Q_SLOTS:
             collector.GetSmsTrigger(info);
             QCOMPARE(info.strSmsTrigger, std::string("1"));
         }
-        // Nothing can be asked, so the old answer stays.
+        // Without a callback nothing is asked, and the old answer stays.
         setFault("ZEPA_RegDataRevCallBack", {3, 0, 0, 0});
         collector.GetSmsTrigger(info);
         QCOMPARE(info.strSmsTrigger, std::string("1"));
     }
 
-    void dashboardVersions_data() { addRows("dashboard-versions.txt"); }
+    void readsDashboardVersions_data() { addRows("dashboard-versions.txt"); }
 
-    void dashboardVersions()
+    void readsDashboardVersions()
     {
         const TestRoot root;
         const auto write = [&](const char *file, QString content) {

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 
 /*
- * A device service of somebody else: the functions, nothing to steer them. It knows an IMEI and
- * fails in everything else.
+ * A card maker's device service, without a control table. GetImeiInfo succeeds; all other functions
+ * fail.
  */
 #include <string.h>
 

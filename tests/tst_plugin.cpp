@@ -13,8 +13,8 @@
 #include <dlfcn.h>
 #include <memory>
 
-// The plug-in from outside: compiled with the public headers only, loaded by its path. Init() is
-// left to the tests that bring a card and a root.
+// Tests the plug-in from outside: with the public headers only, loaded by its path. Other tests,
+// which have a card and a system root, call Init().
 class tst_Plugin : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ private:
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(m_loader.load(), qPrintable(m_loader.errorString())); }
 
-    void exportsNothingElse()
+    void exportsOnlyPublicSymbols()
     {
         static const QRegularExpression allowed(
             "^(qt_plugin_(instance|query_metadata_v2|query_verification_data)|KestrunSetSystemRoot"
@@ -43,7 +43,7 @@ private Q_SLOTS:
             QVERIFY2(allowed.match(name).hasMatch(), qPrintable(name));
     }
 
-    void verificationText()
+    void hasVerificationText()
     {
         const auto text = reinterpret_cast<const char *(*)()>(
             QLibrary::resolve(m_file, "qt_plugin_query_verification_data"));
@@ -52,9 +52,9 @@ private Q_SLOTS:
                  "buildkey=macosx macx g++-4 full-config");
     }
 
-    void oneObjectUntilItIsDeleted()
+    void returnsOneObjectUntilDeleted()
     {
-        // Without Qt's loader, as well.
+        // Without Qt's loader, too.
         void *const handle = dlopen(PLUGIN_FILE, RTLD_LAZY);
         QVERIFY2(handle, dlerror());
         const auto instance = reinterpret_cast<QObject *(*)()>(dlsym(handle, "qt_plugin_instance"));
@@ -71,7 +71,7 @@ private Q_SLOTS:
         dlclose(handle);
     }
 
-    void casts()
+    void castsToInterfaces()
     {
         const std::unique_ptr<QObject> object(m_loader.instance());
         auto *const base = qobject_cast<IBasePlugin *>(object.get());
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(object->metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
     }
 
-    void fixedAnswers()
+    void answersFixedValues()
     {
         const std::unique_ptr<QObject> object(m_loader.instance());
         auto *const plugin = qobject_cast<IUIPlugin *>(object.get());
@@ -101,7 +101,7 @@ private Q_SLOTS:
         QVERIFY(plugin->ChangeLang("en") && !plugin->ChangeLang(QString()));
     }
 
-    void beforeInit()
+    void toleratesNotifyAndDestroyBeforeInit()
     {
         const std::unique_ptr<QObject> object(m_loader.instance());
         QCOMPARE(qobject_cast<INotify *>(object.get())->Notify(4096, 0, 0), 0);

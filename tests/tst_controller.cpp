@@ -5,11 +5,8 @@
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <thread>
 
 namespace {
 
@@ -190,27 +187,6 @@ private Q_SLOTS:
         QCOMPARE(runs(), 2);
         startCard();
         QCOMPARE(readFile(root.report()).count("<Client "), 1);
-    }
-
-    void serialisesReportsOfSeveralThreads()
-    {
-        const TestRoot root;
-        CCollectionDataLogic::GetInstance()->RegisterWithDevice();
-        // Gives other threads time to interfere.
-        setFault("ZEPA_DevSrv_GetDeviceName", {0, 5, 0, 0});
-        std::vector<std::jthread> threads;
-        QStringList expected;
-        for (int index = 0; index < 4; ++index) {
-            threads.emplace_back([] {
-                for (const int event : {6602, 6014, 6614, 6601})
-                    DevSrv_GetControl()->raiseEvent(event);
-            });
-            expected << "ZEPA_DevSrv_GetDeviceName()"
-                     << "ZEPA_NetSrv_GetCurPlmn()";
-        }
-        threads.clear(); // joins them
-        static const QRegularExpression ends("GetDeviceName|GetCurPlmn");
-        QCOMPARE(journal().filter(ends), expected);
     }
 };
 

@@ -33,12 +33,9 @@ Values values(const TestRoot &root)
     static const QRegularExpression leaf("<(\\w+)>([^<]*)</");
     const QByteArray xml = readFile(root.report());
     Values found;
-    if (!QDomDocument().setContent(xml))
-        return found;
-    auto matches = leaf.globalMatch(QString::fromUtf8(xml));
-    while (matches.hasNext()) {
-        const auto match = matches.next();
-        found.insert(match.captured(1), match.captured(2));
+    if (QDomDocument().setContent(xml)) {
+        for (const auto &match : leaf.globalMatch(QString::fromUtf8(xml)))
+            found.insert(match.captured(1), match.captured(2));
     }
     return found;
 }
@@ -198,7 +195,7 @@ private Q_SLOTS:
     }
 
     // Eight threads send 100,000 events and messages, of which 2,000 write a report.
-    void servesManyThreads()
+    void serialisesReportsOfManyThreads()
     {
         const TestRoot root;
         startCard();
@@ -223,6 +220,12 @@ private Q_SLOTS:
         CCollectionDataLogic::Destroy();
         QCOMPARE(values(root).size(), 24);
         QCOMPARE(DevSrv_GetControl()->callbackCount(), 0);
+        // One report ends before the next one begins.
+        static const QRegularExpression ends("GetDeviceName|GetCurPlmn");
+        const QStringList calls = journal().filter(ends);
+        QCOMPARE_GE(calls.size(), 2 * 2'000);
+        for (qsizetype call = 0; call < calls.size(); ++call)
+            QVERIFY(calls[call].contains(call % 2 == 0 ? "GetDeviceName" : "GetCurPlmn"));
     }
 };
 

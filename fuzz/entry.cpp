@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Feeds fuzzOne(): from the fuzzing engine, or without it from the files of the kept corpus.
+// Calls fuzzOne() with the inputs of the fuzzing engine or, without it, with the files of a corpus.
 #include "Fuzz.h"
 
 #include <QtGlobal>
@@ -42,7 +42,7 @@ int main(int argc, char **argv)
     QDirIterator files(QString::fromLocal8Bit(argc > 1 ? argv[1] : "."), QDir::Files);
     while (files.hasNext()) {
         QFile file(files.next());
-        // Said before, so that it stands there when the input ends the program.
+        // Printed first, so that the last line names an input that ends the program.
         std::printf("%s\n", qPrintable(file.fileName()));
         std::fflush(stdout);
         require(file.open(QIODevice::ReadOnly));

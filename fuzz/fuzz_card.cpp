@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// A card file in: a card whose texts fit, or a sentence that says what is wrong.
+// A card file is either read as a card whose texts fit or rejected with a message.
 #include "Fuzz.h"
 #include "emulated/CardDescription.h"
 

@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <future>
 #include <thread>
 
 extern "C" int32_t modelInC(char *model);
@@ -125,21 +126,15 @@ private Q_SLOTS:
     {
         ZEPA_DevSrv_RegisterDevMgrCallback(countEvents);
         s_hold = true;
-        std::thread raiser([] { control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED); });
+        std::jthread raiser([] { control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED); });
         while (s_events == 0)
             std::this_thread::yield();
-        std::atomic<bool> withdrawn = false;
-        std::thread withdrawer([&] {
-            ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents);
-            withdrawn = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const bool tooEarly = withdrawn;
+        const auto withdrawal = std::async(
+            std::launch::async, [] { ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents); });
+        const auto early = withdrawal.wait_for(std::chrono::milliseconds(20));
         s_hold = false;
-        raiser.join();
-        withdrawer.join();
-        QVERIFY(!tooEarly);
-        QVERIFY(withdrawn);
+        QCOMPARE(early, std::future_status::timeout);
+        QCOMPARE(withdrawal.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     }
 
     void deliversAnswersInEveryMode_data() { addRows("answers.txt"); }

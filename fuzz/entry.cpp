@@ -13,17 +13,10 @@ void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 #if defined(KESTRUN_FUZZ)
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***);
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size);
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
-{
-    qInstallMessageHandler(discard);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
 {
+    qInstallMessageHandler(discard);
     fuzzOne(QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
     return 0;
 }

@@ -172,18 +172,19 @@ private:
 
     static QVariant typed(const QString &text)
     {
+        const QString type = text.section(':', 0, 0);
         const QString value = text.section(':', 1);
-        const QHash<QString, QVariant> values{
-            {"s", value},
-            {"as", QStringList(value)},
-            {"i", value.toInt()},
-            {"u", value.toUInt()},
-            {"b", value == "1"},
-            {"o", QVariant::fromValue(QDBusObjectPath(value.startsWith('/') ? value : "/"))},
-            {"objects", QVariant::fromValue(Objects())},
-            {"nowhere", QVariant::fromValue(Location())},
-            {"place", QVariant::fromValue(Location{{1u, QDBusVariant(value)}})}};
-        return values.value(text.section(':', 0, 0));
+        if (type == "o")
+            return QVariant::fromValue(QDBusObjectPath(value));
+        if (type == "objects")
+            return QVariant::fromValue(Objects());
+        if (type == "nowhere")
+            return QVariant::fromValue(Location());
+        if (type == "place")
+            return QVariant::fromValue(Location{{1u, QDBusVariant(value)}});
+        QVariant converted(value);
+        converted.convert(QDBusMetaType::signatureToMetaType(type.toLatin1()));
+        return converted;
     }
 
     QDBusConnection m_connection;

@@ -217,7 +217,7 @@ private Q_SLOTS:
         for (const TableRow &row : readTable("modem-sms.txt")) {
             modem->journal.clear();
             modem->answers["message"] = row["network"];
-            m_bed.authority.grants = row["right"] == "yes";
+            m_bed.authority.grants = row["authorized"] == "yes";
             Host host(QStringList{"sms"} + row["options"].split(' ', Qt::SkipEmptyParts)
                       + QStringList{"send", row["number"], "hello"});
             QVERIFY2(host.says({row["says"].toUtf8()}) && host.ends(), qPrintable(row["case"]));

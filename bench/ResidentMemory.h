@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <unistd.h>
 
-/// The resident memory of this process, in KiB; 0 where the system has no /proc.
+/// Returns the resident memory of this process in KiB, or 0 if the system has no /proc.
 inline long residentKiB()
 {
     long pages = 0;

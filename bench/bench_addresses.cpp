@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Prints how many milliseconds the host's address costs here, with the interfaces that there are,
-// and how many of them Qt takes to list the interfaces.
+// Prints two times in milliseconds: how long the plug-in takes to determine the host's address on
+// this machine, and how long Qt takes to list the network interfaces.
 #include "NetworkInfo.h"
 
 #include <QElapsedTimer>
@@ -13,18 +13,18 @@
 
 namespace {
 
-// The least of some rounds: what else the machine does only adds.
+// Returns the minimum of several rounds, since other load on the machine only adds time.
 template <typename Action>
 double milliseconds(Action action)
 {
-    double least = 1e9;
+    double minimum = 1e9;
     for (int round = 0; round < 50; ++round) {
         QElapsedTimer timer;
         timer.start();
         action();
-        least = std::min(least, static_cast<double>(timer.nsecsElapsed()) / 1e6);
+        minimum = std::min(minimum, static_cast<double>(timer.nsecsElapsed()) / 1e6);
     }
-    return least;
+    return minimum;
 }
 
 } // namespace

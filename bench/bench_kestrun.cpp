@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Measures reports and their parts against what cannot be done without, all in one run, and prints
-// one table of ratios.
+// Measures reports and their parts against the minimum work that they need, in one run, and prints
+// a table of ratios.
 #include "CollectionDataLogic.h"
 #include "ConfigDocument.h"
 #include "ResidentMemory.h"
@@ -34,7 +34,7 @@ QByteArray s_config;
 
 } // namespace
 
-// Stands before the C library's own, to leave the commands out where they are not the question.
+// Replaces the function of the C library, so that benchmarks can leave the commands out.
 extern "C" int system(const char *command)
 {
     static const auto real = reinterpret_cast<int (*)(const char *)>(dlsym(RTLD_NEXT, "system"));
@@ -50,7 +50,7 @@ void format(QtMsgType type, const QMessageLogContext &context, const QString &me
     benchmark::DoNotOptimize(qFormatLogMessage(type, context, message).toLocal8Bit());
 }
 
-// The plug-in filters its log as any Qt program may: nothing is formatted then.
+// Switches the log categories; lines of a disabled category are not formatted.
 void setLog(bool on)
 {
     QLoggingCategory::setFilterRules(on ? QString()
@@ -80,8 +80,8 @@ double milliseconds(Action action)
     return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-// Measures `whole`, and how many times as long it takes as `floor`. The two take turns: the state
-// of machine and heap makes more of a difference than what is measured.
+// Measures `whole` and its ratio to `floor`. The two alternate, since the state of the machine and
+// the heap varies by more than the difference between them.
 template <typename Floor, typename Whole>
 void compare(benchmark::State &state, Floor floor, Whole whole)
 {
@@ -92,14 +92,14 @@ void compare(benchmark::State &state, Floor floor, Whole whole)
         const double ms = milliseconds(whole);
         wholeMs += ms;
         state.SetIterationTime(ms / 1e3);
-        // What the emulated card remembers is not to grow meanwhile.
+        // Keeps the emulated card's journal from growing.
         DevSrv_GetControl()->clearJournal();
     }
     state.counters["ratio"] = wholeMs / floorMs;
     state.counters["floorMs"] = floorMs / static_cast<double>(state.iterations());
 }
 
-// What no implementation can do without: three commands and the bytes of both files.
+// The minimum work of a report: three commands and the bytes of both files.
 void writeFloor()
 {
     const QByteArray report = (s_dataDirectory + QStringLiteral("UpdateRule.dat")).toUtf8();
@@ -129,7 +129,7 @@ QByteArray configOf(std::int64_t histories)
         + "</Config>";
 }
 
-// Parses and saves, with all that the plug-in does between the two or with nothing.
+// Parses and saves a document; with `change` it also does what the plug-in does in between.
 void roundTrip(const QByteArray &before, bool change)
 {
     QDomDocument document;
@@ -150,7 +150,7 @@ void config(benchmark::State &state)
 void addresses(benchmark::State &state)
 {
     const auto count = state.range(0);
-    // Only the last one is up: the whole list has to be looked through.
+    // Only the last interface is up, so that the whole list is searched.
     QList<kestrun::InterfaceState> interfaces(count, {false, false});
     interfaces.last() = {true, true};
     QList<QHostAddress> list;
@@ -170,7 +170,7 @@ void load(benchmark::State &state, const char *program)
     }
 }
 
-// Collects the results, to set them against each other at the end.
+// Collects the results for the table at the end.
 class Results : public benchmark::BenchmarkReporter
 {
 public:
@@ -184,7 +184,7 @@ public:
             const std::string name = run.run_name.function_name + run.run_name.args;
             const double time = run.real_accumulated_time / static_cast<double>(run.iterations)
                 * 1e3;
-            // The best of the repetitions: what else the machine does only adds.
+            // The minimum of the repetitions, since other load on the machine only adds time.
             const auto [found, added] = m_ms.emplace(name, time);
             if (!added)
                 found->second = std::min(found->second, time);
@@ -193,7 +193,7 @@ public:
         }
     }
 
-    // A filter may have left a bench out.
+    // Returns NaN if a filter has left the benchmark out.
     double ms(const std::string &name) const
     {
         const auto found = m_ms.find(name);
@@ -264,7 +264,7 @@ Growth growthOfReports()
     s_shell = false;
     setLog(true);
     qInstallMessageHandler(discard);
-    // The first look itself brings code of the C library into memory.
+    // The first measurement loads code of the C library into memory.
     residentKiB();
     Growth before{};
     for (int count = 1; count <= 10'000; ++count) {
@@ -283,8 +283,8 @@ Growth growthOfReports()
 
 int main(int argc, char **argv)
 {
-    // In memory where that can be: a disk takes several times as long for two files as a report
-    // takes for all of its work, and no two disks take the same time.
+    // In memory where possible: a disk takes several times as long for two files as a report takes
+    // for everything else, and disks differ.
     const QString memory = QStringLiteral("/dev/shm");
     const QTemporaryDir root((QFileInfo(memory).isWritable() ? memory : QDir::tempPath())
                              + QStringLiteral("/bench_kestrun-XXXXXX"));
@@ -300,7 +300,7 @@ int main(int argc, char **argv)
     s_report = content(s_dataDirectory + QStringLiteral("UpdateRule.dat"));
     s_config = content(s_dataDirectory + QStringLiteral("Config.xml"));
 
-    // First of all: what the other measurements leave in the heap is not the question.
+    // Measured first, before other measurements change the heap.
     const Growth growth = growthOfReports();
 
     using benchmark::RegisterBenchmark;

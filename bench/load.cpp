@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Prints the resident memory, in KiB, of a Qt program; built with PLUGIN_FILE it has loaded the
-// plug-in and asked it for its object.
+// Prints the resident memory of a Qt program in KiB. If PLUGIN_FILE is defined, the program has
+// loaded the plug-in and its object.
 #include "ResidentMemory.h"
 
 #include <QCoreApplication>

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-/// What a fuzzer does with one input; ends the program where something is not as it has to be.
+/// Runs the fuzzer on one input; ends the program if a property does not hold.
 void fuzzOne(const QByteArray &input);
 
 inline void require(bool holds)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Feeds fuzzOne(): from the fuzzing engine, or without it from the files of the kept corpus.
+// Calls fuzzOne() with the inputs of the fuzzing engine or, without it, with the files of a corpus.
 #include "Fuzz.h"
 
 #include <QtGlobal>
@@ -13,17 +13,10 @@ void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 #if defined(KESTRUN_FUZZ)
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***);
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size);
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
-{
-    qInstallMessageHandler(discard);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
 {
+    qInstallMessageHandler(discard);
     fuzzOne(QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
     return 0;
 }
@@ -42,7 +35,7 @@ int main(int argc, char **argv)
     QDirIterator files(QString::fromLocal8Bit(argc > 1 ? argv[1] : "."), QDir::Files);
     while (files.hasNext()) {
         QFile file(files.next());
-        // Said before, so that it stands there when the input ends the program.
+        // Printed first, so that the last line names an input that ends the program.
         std::printf("%s\n", qPrintable(file.fileName()));
         std::fflush(stdout);
         require(file.open(QIODevice::ReadOnly));

@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: MIT
 
-// A card file in: a card whose texts fit, or a sentence that says what is wrong.
+// A card file is either read as a card whose texts fit or rejected with a message.
 #include "Fuzz.h"
 #include "emulated/CardDescription.h"
 
-#include <QFile>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 void fuzzOne(const QByteArray &input)
 {
-    const QTemporaryDir directory;
-    QFile file(directory.filePath(QStringLiteral("card.ini")));
-    require(file.open(QIODevice::WriteOnly) && file.write(input) == input.size());
-    file.close();
+    QTemporaryFile file;
+    require(file.open() && file.write(input) == input.size() && file.flush());
     QString error;
     auto card = devsrv::readCard(file.fileName(), error);
     require(card.has_value() == error.isEmpty());

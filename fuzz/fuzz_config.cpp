@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// "Config.xml" in: the same document out but for the lock states, or nothing.
+// A "Config.xml" that is accepted keeps everything except the lock states.
 #include "ConfigDocument.h"
 #include "Fuzz.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-// The document with every lock state that setSimLockState() may touch taken out.
+// Returns the document without the lock states that setSimLockState() may change.
 QString withoutLockStates(QDomDocument config)
 {
     const QString history = QStringLiteral("HistoryData");

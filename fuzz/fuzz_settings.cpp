@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// "SysConfig.dat" in: always a directory below the fixed one, without a blank of the file's own.
+// Whatever "SysConfig.dat" has, the data directory is below the fixed one, and its name has no
+// blank.
 #include "CollectionDataLogic.h"
 #include "Fuzz.h"
 
@@ -10,7 +11,7 @@
 
 void fuzzOne(const QByteArray &input)
 {
-    // A directory for each: Qt keeps what it has read of a file of the same time and size.
+    // Each input has its own directory, since Qt caches settings by name, time and size.
     const QTemporaryDir directory;
     const QString before = QDir::currentPath();
     QDir::setCurrent(directory.path());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Pieces of an answer on the AT channel, a NUL between them: one of the four verdicts, whatever
-// comes, and nothing thrown.
+// Pieces of an answer on the AT channel, separated by NUL, give one of the four verdicts and throw
+// nothing.
 #include "DataCardInfo.h"
 #include "Fuzz.h"
 #include "SmsTrigger.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include "devsrv/DeviceServiceControl.h"
 
-/* What a C program gets for the model, to see that the headers are C. */
+/* Reads the model from C, which shows that the headers compile as C. */
 int32_t modelInC(char *model)
 {
     return DevSrv_GetControl()->size == sizeof(DeviceServiceControl)

@@ -9,6 +9,8 @@
 #include <QNetworkInterface>
 #include <QTest>
 
+#include <set>
+
 using Values = std::map<std::string, std::string>;
 
 class tst_Collectors : public QObject
@@ -18,50 +20,43 @@ class tst_Collectors : public QObject
 private Q_SLOTS:
     void init() { startCard(); }
 
-    void valuesOfEveryCard()
+    void collectsValuesOfEveryCardUntilItIsRemoved()
     {
+        const std::set<std::string> constants{"Other", "Device_Classify", "Device_SimLock",
+                                              "System_Os_Platform"};
+        Values values{{"Device_IMEI", "old"}, {"Other", "kept"}};
+        CDataCardInfo device;
+        CNetworkInfo network;
+        CHostPcInfo host;
+        const auto collect = [&] {
+            device.SetData(values);
+            network.SetData(values);
+            host.SetData(values);
+            // The address is the test machine's.
+            QCOMPARE(values.erase("Network_IPAddr"), std::size_t(1));
+        };
         QStringList lines;
         const char *about = nullptr;
         for (int index = 0; const char *card = DevSrv_GetControl()->shippedCard(index, &about);
              ++index) {
             startCard(card);
-            Values values{{"Device_IMEI", "old"}, {"Other", "kept"}};
-            CDataCardInfo device;
-            CNetworkInfo network;
-            CHostPcInfo host;
-            device.SetData(values);
-            network.SetData(values);
-            host.SetData(values);
-            QVERIFY(device.GetData().empty() && network.GetData().empty()
-                    && host.GetData().empty());
-            // That is the test machine's.
-            QCOMPARE(values.erase("Network_IPAddr"), std::size_t(1));
+            collect();
             for (const auto &[key, text] : values)
                 lines << QString("%1 %2=%3").arg(card, key.c_str(), text.c_str());
+            DevSrv_GetControl()->remove();
+            collect();
+            QCOMPARE(values["Device_SimLock"], std::string("0"));
+            for (const auto &[key, text] : values)
+                QVERIFY2(text.empty() || constants.contains(key), key.c_str());
         }
+        QVERIFY(device.GetData().empty() && network.GetData().empty() && host.GetData().empty());
         compareWithGolden("values-of-cards.txt", lines);
     }
 
-    void nothingStaleAfterAFailure()
+    void clearsCellWhenSecondQueryFails()
     {
-        CDataCardInfo device;
-        CNetworkInfo network;
-        Values values;
-        device.SetData(values);
-        network.SetData(values);
-        DevSrv_GetControl()->remove();
-        device.SetData(values);
-        network.SetData(values);
-        values.erase("Network_IPAddr");
-        values.erase("Device_Classify");
-        QCOMPARE(std::exchange(values["Device_SimLock"], {}), std::string("0"));
-        for (const auto &[key, text] : values)
-            QVERIFY2(text.empty(), key.c_str());
-    }
-
-    void secondQueryFails()
-    {
-        // The event that comes with the call in between changes what the second query does.
+        // The call between the two queries raises an event, whose callback makes the second one
+        // fail.
         constexpr auto fail = +[](int, void *) {
             setFault("ZEPA_NetSrv_GetPSRegState", {-1, 0, 0, 0});
             return 1;
@@ -78,17 +73,17 @@ private Q_SLOTS:
         QCOMPARE(log.lines().last(), "=========strCellID_FAILED===========");
     }
 
-    void accessTechnology_data() { addRows("access-technology.txt"); }
+    void namesAccessTechnology_data() { addRows("access-technology.txt"); }
 
-    void accessTechnology()
+    void namesAccessTechnology()
     {
         QTEST(QString(::accessTechnology(cell("subMode").toInt(), cell("systemMode").toInt())),
               "name");
     }
 
-    void reportedAddress_data() { addRows("addresses.txt"); }
+    void choosesReportedAddress_data() { addRows("addresses.txt"); }
 
-    void reportedAddress()
+    void choosesReportedAddress()
     {
         QList<QHostAddress> addresses;
         for (const QString &address : cell("addresses").split(' ', Qt::SkipEmptyParts))
@@ -99,12 +94,12 @@ private Q_SLOTS:
         QTEST(QString::fromStdString(::reportedAddress(interfaces, addresses)), "expected");
     }
 
-    void addressesAreTheHostsOwn()
+    void listsAddressesInSystemOrder()
     {
         QCOMPARE(kestrun::hostNetwork().addresses, QNetworkInterface::allAddresses());
     }
 
-    void macVersions()
+    void namesMacVersions()
     {
         QStringList versions;
         for (int version = -1; version <= 10; ++version)
@@ -112,16 +107,16 @@ private Q_SLOTS:
         QCOMPARE(versions.join(' '), "  10.0 10.1 10.2  10.3 10.4 10.5 10.6  ");
     }
 
-    void triggerResponses_data() { addRows("trigger-responses.txt"); }
+    void judgesTriggerResponses_data() { addRows("trigger-responses.txt"); }
 
-    void triggerResponses()
+    void judgesTriggerResponses()
     {
         const auto answer = kestrun::judgeTriggerResponse(cell("response").toStdString(), "before");
         QTEST(QString::fromStdString(answer.verdict), "verdict");
         QTEST(QString::number(answer.result), "result");
     }
 
-    void aTagAloneIsOutOfRange()
+    void survivesTriggerTagWithoutValue()
     {
         QVERIFY_EXCEPTION_THROWN(kestrun::judgeTriggerResponse("^RSTRIGGER", ""),
                                  std::out_of_range);
@@ -132,7 +127,7 @@ private Q_SLOTS:
         QCOMPARE(CDataCardInfo::RecDataFunc(nullptr, 0), 1);
     }
 
-    void triggerAnswersHoweverTheyCome()
+    void takesTriggerAnswersInEveryAnswerMode()
     {
         CDataCardInfo collector;
         _DEVICE_INFO info;
@@ -144,15 +139,15 @@ private Q_SLOTS:
             collector.GetSmsTrigger(info);
             QCOMPARE(info.strSmsTrigger, std::string("1"));
         }
-        // Nothing can be asked, so the old answer stays.
+        // Without a callback nothing is asked, and the old answer stays.
         setFault("ZEPA_RegDataRevCallBack", {3, 0, 0, 0});
         collector.GetSmsTrigger(info);
         QCOMPARE(info.strSmsTrigger, std::string("1"));
     }
 
-    void dashboardVersions_data() { addRows("dashboard-versions.txt"); }
+    void readsDashboardVersions_data() { addRows("dashboard-versions.txt"); }
 
-    void dashboardVersions()
+    void readsDashboardVersions()
     {
         const TestRoot root;
         const auto write = [&](const char *file, QString content) {

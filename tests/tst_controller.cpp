@@ -3,25 +3,23 @@
 #include "TestData.h"
 #include "TestSupport.h"
 
+#include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <thread>
 
 namespace {
 
 struct Life
 {
-    QStringList log; ///< what the test itself has to say begins with "--"
+    QStringList log; ///< lines that begin with "--" are the test's own
     QStringList calls;
     QStringList report;
 };
 
 enum class Directory { There, Missing };
 
-// All that a controller does in its time, with the card as it has been prepared.
+// Runs a controller from creation to destruction on the prepared card.
 Life live(Directory directory = Directory::There)
 {
     const TestRoot root;
@@ -58,7 +56,7 @@ Life live(Directory directory = Directory::There)
 void start(const QString &card)
 {
     startCard();
-    // What a fault has left registered.
+    // An injected fault may have left callbacks registered.
     ZEPA_DevSrv_UnRegisterDevMgrCallback(CCollectionDataLogic::OnDevEvents);
     ZEPA_DevSrv_UnRegisterDevInitEventCallback(CCollectionDataLogic::OnDevEvents);
     ZEPA_UnRegDataRevCallBack(CDataCardInfo::RecDataFunc);
@@ -71,7 +69,7 @@ void compareLife(const QString &name, const Life &life)
     compareWithGolden("life-of-" + name + ".calls", life.calls);
 }
 
-// The lines of the second list that the first one has not, or not as often.
+// Returns the lines that `after` has more often than `before`, each after the mark.
 QStringList added(const char *mark, QStringList before, const QStringList &after)
 {
     QStringList lines;
@@ -92,7 +90,7 @@ private Q_SLOTS:
     void init() { start("lte"); }
     void cleanup() { CCollectionDataLogic::Destroy(); }
 
-    void oneInstance()
+    void createsOneInstanceUntilDestroyed()
     {
         auto *const first = CCollectionDataLogic::GetInstance();
         const QPointer<QObject> guard(first);
@@ -102,35 +100,36 @@ private Q_SLOTS:
         QVERIFY(!guard);
     }
 
-    void lives()
+    void logsAndCallsAsRecorded()
     {
         compareLife("lte", live());
         start("hspa");
         compareLife("hspa", live());
-        for (const QStringList &row : readTable("variations.txt").mid(1)) {
-            if (row.at(4) == "fails")
-                setFault(row.at(3).toUtf8(), {-1, 0, 0, 0});
+        for (const TableRow &row : readTable("variations.txt")) {
+            if (row["fault"] == "fails")
+                setFault(row["function"].toUtf8(), {-1, 0, 0, 0});
         }
         compareLife("failures", live(Directory::Missing));
     }
 
-    void variations()
+    void changesOnlyWhatAVariationReaches()
     {
         std::map<QString, Life> ordinary{{"lte", live()}};
         start("hspa");
         ordinary["hspa"] = live();
         QStringList differences;
-        for (const QStringList &row : readTable("variations.txt").mid(1)) {
-            const Life &usual = ordinary[row.at(0)];
-            start(row.at(0));
-            if (!row.at(1).isEmpty())
-                QCOMPARE(DevSrv_GetControl()->setField(row.at(1).toUtf8(), row.at(2).toUtf8()), 0);
-            if (row.at(4) == "fails")
-                setFault(row.at(3).toUtf8(), {-1, 0, 0, DEVSRV_FAULT_WRITE_OUTPUTS});
-            else if (!row.at(4).isEmpty())
-                setFault(row.at(3).toUtf8(), {0, 0, 0, DEVSRV_FAULT_NO_TERMINATOR});
+        for (const TableRow &row : readTable("variations.txt")) {
+            const Life &usual = ordinary[row["card"]];
+            start(row["card"]);
+            const QByteArray field = row["field"].toUtf8();
+            if (!field.isEmpty())
+                QCOMPARE(DevSrv_GetControl()->setField(field, row["value"].toUtf8()), 0);
+            if (row["fault"] == "fails")
+                setFault(row["function"].toUtf8(), {-1, 0, 0, DEVSRV_FAULT_WRITE_OUTPUTS});
+            else if (!row["fault"].isEmpty())
+                setFault(row["function"].toUtf8(), {0, 0, 0, DEVSRV_FAULT_NO_TERMINATOR});
             const Life life = live();
-            differences << row.join(' ').simplified();
+            differences << row.cells.join(' ').simplified();
             for (const auto part : {&Life::log, &Life::calls, &Life::report}) {
                 differences += added("  - ", life.*part, usual.*part);
                 differences += added("  + ", usual.*part, life.*part);
@@ -139,9 +138,9 @@ private Q_SLOTS:
         compareWithGolden("variations.golden", differences);
     }
 
-    void events_data() { addRows("events.txt"); }
+    void mapsEventsToSignalsAndReports_data() { addRows("events.txt"); }
 
-    void events()
+    void mapsEventsToSignalsAndReports()
     {
         const TestRoot root;
         DevSrv_GetControl()->setField("Status", cell("status").toUtf8());
@@ -155,7 +154,7 @@ private Q_SLOTS:
         QTEST(QString::number(QFile::exists(root.report())), "rewrites");
     }
 
-    void messages()
+    void writesReportOnMessages()
     {
         for (const int message : {4096, 2050, 4097, 0, -4096}) {
             const TestRoot root;
@@ -164,15 +163,15 @@ private Q_SLOTS:
         }
     }
 
-    void anEventInTheMiddleOfAReport_data()
+    void repeatsReportAfterEventInTheMiddle_data()
     {
         QTest::addColumn<uint>("flags");
         QTest::newRow("same thread") << 0u;
         QTest::newRow("other thread") << uint(DEVSRV_FAULT_OTHER_THREAD);
     }
 
-    // One more run follows, and only one: the fault raises an event in each.
-    void anEventInTheMiddleOfAReport()
+    // Exactly one more run follows, although each run raises an event.
+    void repeatsReportAfterEventInTheMiddle()
     {
         QFETCH(uint, flags);
         const TestRoot root;
@@ -183,33 +182,11 @@ private Q_SLOTS:
         controller->WriteDataToFile();
         const auto runs = [] { return journal().count("ZEPA_DevSrv_GetSN()"); };
         QTRY_COMPARE(runs(), 2);
-        // Ends what other threads still do.
+        // Waits for the other threads.
         controller->UnRegisterDevice();
         QCOMPARE(runs(), 2);
         startCard();
         QCOMPARE(readFile(root.report()).count("<Client "), 1);
-    }
-
-    void runsAreSerialised()
-    {
-        const TestRoot root;
-        CCollectionDataLogic::GetInstance()->RegisterWithDevice();
-        // Long enough for other threads to come in between, if they could.
-        setFault("ZEPA_DevSrv_GetDeviceName", {0, 5, 0, 0});
-        std::vector<std::thread> threads;
-        QStringList expected;
-        for (int index = 0; index < 4; ++index) {
-            threads.emplace_back([] {
-                for (const int event : {6602, 6014, 6614, 6601})
-                    DevSrv_GetControl()->raiseEvent(event);
-            });
-            expected << "ZEPA_DevSrv_GetDeviceName()"
-                     << "ZEPA_NetSrv_GetCurPlmn()";
-        }
-        for (std::thread &thread : threads)
-            thread.join();
-        static const QRegularExpression ends("GetDeviceName|GetCurPlmn");
-        QCOMPARE(journal().filter(ends), expected);
     }
 };
 

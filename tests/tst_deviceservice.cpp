@@ -2,11 +2,11 @@
 #include "TestData.h"
 #include "devsrv/DeviceServiceControl.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
+#include <future>
 #include <thread>
 
 extern "C" int32_t modelInC(char *model);
@@ -64,7 +64,7 @@ private Q_SLOTS:
         s_answer.clear();
     }
 
-    void startsByItself()
+    void startsWithFirstCall()
     {
         control.stop();
         char model[ZEPA_TEXT_SIZE];
@@ -72,26 +72,24 @@ private Q_SLOTS:
         QCOMPARE(model, "KE-421");
     }
 
-    void badCardFile_data() { addRows("bad-cards.txt"); }
+    void rejectsBadCardFiles_data() { addRows("bad-cards.txt"); }
 
-    void badCardFile()
+    void rejectsBadCardFiles()
     {
-        QTemporaryDir directory;
-        QFile file(directory.filePath("card.ini"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(cell("content").toUtf8());
-        file.close();
-        QVERIFY(control.loadCard(file.fileName().toUtf8().constData()) != 0);
+        const QTemporaryDir directory;
+        const QByteArray file = directory.filePath("card.ini").toUtf8();
+        writeFile(file, cell("content").toUtf8());
+        QVERIFY(control.loadCard(file) != 0);
         const QByteArray error = control.lastError();
         QVERIFY2(error.contains(cell("complaint").toUtf8()), error.constData());
-        QVERIFY2(error.contains(file.fileName().toUtf8()), error.constData());
-        // The card that was there stays.
+        QVERIFY2(error.contains(file), error.constData());
+        // The previous card stays loaded.
         char model[ZEPA_TEXT_SIZE];
         QCOMPARE(ZEPA_DevSrv_GetDeviceName(model), 0);
         QCOMPARE(model, "KE-421");
     }
 
-    void refusals()
+    void rejectsUnknownBackendsAndUnreadableCards()
     {
         QVERIFY(control.start("smoke signals") != 0);
         QVERIFY(QByteArray(control.lastError()).contains("smoke signals"));
@@ -101,7 +99,7 @@ private Q_SLOTS:
         QVERIFY(QByteArray(control.lastError()).contains("not a file"));
     }
 
-    void registrationIsASet()
+    void registersCallbackOnlyOnce()
     {
         QCOMPARE(ZEPA_DevSrv_RegisterDevMgrCallback(countEvents), 0);
         QCOMPARE(ZEPA_DevSrv_RegisterDevMgrCallback(countEvents), 0);
@@ -115,7 +113,7 @@ private Q_SLOTS:
         QVERIFY(ZEPA_DevSrv_RegisterDevMgrCallback(nullptr) != 0);
     }
 
-    void aCallbackMayWithdrawItselfAndOthers()
+    void letsCallbackWithdrawItselfAndOthers()
     {
         ZEPA_DevSrv_RegisterDevMgrCallback(withdrawAll);
         ZEPA_DevSrv_RegisterDevMgrCallback(countEvents);
@@ -125,30 +123,24 @@ private Q_SLOTS:
         QCOMPARE(control.callbackCount(), 0);
     }
 
-    void withdrawalWaitsForTheCallback()
+    void waitsForRunningCallbackOnWithdrawal()
     {
         ZEPA_DevSrv_RegisterDevMgrCallback(countEvents);
         s_hold = true;
-        std::thread raiser([] { control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED); });
+        std::jthread raiser([] { control.raiseEvent(DEVSRV_EVENT_CARD_CHANGED); });
         while (s_events == 0)
             std::this_thread::yield();
-        std::atomic<bool> withdrawn = false;
-        std::thread withdrawer([&] {
-            ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents);
-            withdrawn = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const bool tooEarly = withdrawn;
+        const auto withdrawal = std::async(
+            std::launch::async, [] { ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvents); });
+        const auto early = withdrawal.wait_for(std::chrono::milliseconds(20));
         s_hold = false;
-        raiser.join();
-        withdrawer.join();
-        QVERIFY(!tooEarly);
-        QVERIFY(withdrawn);
+        QCOMPARE(early, std::future_status::timeout);
+        QCOMPARE(withdrawal.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     }
 
-    void answers_data() { addRows("answers.txt"); }
+    void deliversAnswersInEveryMode_data() { addRows("answers.txt"); }
 
-    void answers()
+    void deliversAnswersInEveryMode()
     {
         control.setAnswerMode(cell("mode").toInt());
         const QByteArray command = cell("command").toUtf8();
@@ -160,8 +152,8 @@ private Q_SLOTS:
         QCOMPARE(ZEPA_UnRegDataRevCallBack(collectAnswer), 0);
     }
 
-    // Four threads at a time, and each answer is taken by a callback that ends the command, too.
-    void answersToSeveralThreads()
+    // The callback that receives an answer also ends the command.
+    void answersCommandsOfSeveralThreads()
     {
         ZEPA_RegDataRevCallBack(endCommand);
         const auto exchange = [] {
@@ -175,11 +167,10 @@ private Q_SLOTS:
         for (const int mode : kModes) {
             s_events = 0;
             control.setAnswerMode(mode);
-            std::vector<std::thread> threads;
+            std::vector<std::jthread> threads;
             for (int number = 0; number < 4; ++number)
                 threads.emplace_back(exchange);
-            for (std::thread &thread : threads)
-                thread.join();
+            threads.clear(); // joins them
             QCOMPARE(s_events.load(), 100);
         }
         QCOMPARE(ZEPA_UnRegDataRevCallBack(endCommand), 0);

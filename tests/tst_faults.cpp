@@ -3,6 +3,7 @@
 #include "TestData.h"
 #include "TestSupport.h"
 
+#include <QDir>
 #include <QDomDocument>
 #include <QFile>
 #include <QRegularExpression>
@@ -13,7 +14,7 @@
 #include <thread>
 #include <unistd.h>
 
-// The shell has tests of its own; here it would only take time.
+// Replaces the function of the C library: the shell is tested elsewhere and would take time here.
 extern "C" int system(const char *)
 {
     return 0;
@@ -25,23 +26,21 @@ using Values = QMap<QString, QString>;
 
 void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-// The report's values by element name, which are unique; none if it is not well-formed.
+// Returns the report's values by element name (the names are unique), or nothing if the report is
+// not well-formed.
 Values values(const TestRoot &root)
 {
     static const QRegularExpression leaf("<(\\w+)>([^<]*)</");
     const QByteArray xml = readFile(root.report());
     Values found;
-    if (!QDomDocument().setContent(xml))
-        return found;
-    auto matches = leaf.globalMatch(QString::fromUtf8(xml));
-    while (matches.hasNext()) {
-        const auto match = matches.next();
-        found.insert(match.captured(1), match.captured(2));
+    if (QDomDocument().setContent(xml)) {
+        for (const auto &match : leaf.globalMatch(QString::fromUtf8(xml)))
+            found.insert(match.captured(1), match.captured(2));
     }
     return found;
 }
 
-// Everything that a dashboard and a card can ask of the plug-in.
+// Calls everything that a dashboard and a card can ask of the plug-in.
 void wholeLife()
 {
     auto *const controller = CCollectionDataLogic::GetInstance();
@@ -52,7 +51,7 @@ void wholeLife()
     controller->SmsReportSetting(true);
     controller->SendSMS("+15550100", "text");
     controller->UnRegisterDevice();
-    // What a fault kept from being withdrawn.
+    // Withdraws the callbacks that a fault kept registered.
     startCard();
     controller->UnRegisterDevice();
     ZEPA_UnRegDataRevCallBack(CDataCardInfo::RecDataFunc);
@@ -69,18 +68,7 @@ Values reportOf(const char *card, const char *function = "ZEPA_DevSrv_GetSN",
     return values(root);
 }
 
-// The elements that a function's answer reaches.
-QStringList reachOf(const QString &function)
-{
-    static const QList<QStringList> table = readTable("fault-reach.txt");
-    for (const QStringList &line : table) {
-        if (line.at(0) == function)
-            return line.at(1).split(' ');
-    }
-    return {};
-}
-
-// From now on a file can grow to so many bytes: a disk that is full.
+// Limits the size of files to so many bytes, as a full disk does.
 void limitFiles(rlim_t bytes)
 {
     const rlimit limit{bytes, RLIM_INFINITY};
@@ -90,21 +78,16 @@ void limitFiles(rlim_t bytes)
 void breakFile(const QString &file, const QString &state)
 {
     const QByteArray content = readFile(file);
-    const auto rewrite = [&](const QByteArray &bytes) {
-        QFile out(file);
-        QVERIFY(out.open(QIODevice::WriteOnly));
-        out.write(bytes);
-    };
     if (state == "missing" || state == "directory")
         QFile::remove(file);
     if (state == "directory")
         QVERIFY(QDir().mkdir(file));
     else if (state == "empty")
-        rewrite({});
+        writeFile(file, {});
     else if (state == "truncated")
-        rewrite(content.first(content.size() / 2));
+        writeFile(file, content.first(content.size() / 2));
     else if (state == "garbage")
-        rewrite(QByteArray("\0\xff\xfe<[=\n\x01", 8).repeated(100));
+        writeFile(file, QByteArray("\0\xff\xfe<[=\n\x01", 8).repeated(100));
     else if (state == "not readable")
         QFile::setPermissions(file, QFile::WriteOwner);
     else if (state == "not writable")
@@ -119,20 +102,36 @@ class tst_Faults : public QObject
 {
     Q_OBJECT
 
+private:
+    // Read before initTestCase() drops the rights that opening the tables may take.
+    const QList<TableRow> m_faults = readTable("faults.txt");
+    const QList<TableRow> m_reach = readTable("fault-reach.txt");
+    const QList<TableRow> m_files = readTable("files.txt");
+
+    // Returns the elements that the function's answer can change.
+    QStringList elementsOf(const QString &function) const
+    {
+        for (const TableRow &row : m_reach) {
+            if (row["function"] == function)
+                return row["elements"].split(' ');
+        }
+        return {};
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
-        // To root rights mean nothing, and the commands that follow are not to mean anything.
+        // File permissions do not apply to root.
         if (geteuid() == 0)
-            QVERIFY(setgid(65534) == 0 && setuid(65534) == 0);
+            QVERIFY(QDir::setCurrent("/") && setgid(65534) == 0 && setuid(65534) == 0);
         std::signal(SIGXFSZ, SIG_IGN);
         qInstallMessageHandler(discard);
     }
 
-    void calls_data() { addRows("faults.txt"); }
+    void losesOnlyValuesOfFaultyFunction_data() { addRows(m_faults); }
 
-    // Each function of the device service with each fault, on three cards.
-    void calls()
+    // Injects the fault into each function of the device service, on three cards.
+    void losesOnlyValuesOfFaultyFunction()
     {
         const auto number = [](const char *column) { return cell(column).toInt(); };
         const DevSrvFault fault{number("result"), number("delay"), number("event"),
@@ -145,7 +144,7 @@ private Q_SLOTS:
             for (int index = 0; const char *function = DevSrv_GetControl()->functionName(index);
                  ++index) {
                 const Values found = reportOf(card, function, fault);
-                const QStringList reach = cell("changes") == "yes" ? reachOf(function)
+                const QStringList reach = cell("changes") == "yes" ? elementsOf(function)
                                                                    : QStringList();
                 for (const QString &name : whole.keys()) {
                     const QString value = found.value(name, "(missing)");
@@ -159,10 +158,10 @@ private Q_SLOTS:
         }
     }
 
-    void files_data() { addRows("files.txt"); }
+    void losesOnlyValuesOfBrokenFile_data() { addRows(m_files); }
 
-    // Each file in each bad state.
-    void files()
+    // Puts the file into each bad state.
+    void losesOnlyValuesOfBrokenFile()
     {
         Values whole;
         for (const QString state : {"as it is", "missing", "empty", "truncated", "garbage",
@@ -171,8 +170,8 @@ private Q_SLOTS:
             const auto placed = [&](QString text) {
                 return text.replace("DATA/", root.dataFile("")).replace("ROOT", root.path());
             };
-            for (const QStringList &line : readTable("files.txt").mid(1))
-                root.write(placed(line.at(1)), placed(line.at(2)).toUtf8());
+            for (const TableRow &file : m_files)
+                root.write(placed(file["path"]), placed(file["content"]).toUtf8());
             const QString broken = placed(cell("path"));
             breakFile(broken, state);
             startCard();
@@ -195,14 +194,14 @@ private Q_SLOTS:
         }
     }
 
-    // Eight threads, 100,000 events and messages, 2,000 of which write a report.
-    void crowd()
+    // Eight threads send 100,000 events and messages, of which 2,000 write a report.
+    void serialisesReportsOfManyThreads()
     {
         const TestRoot root;
         startCard();
         auto *const controller = CCollectionDataLogic::GetInstance();
         controller->RegisterWithDevice();
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (int number = 0; number < 8; ++number) {
             threads.emplace_back([=] {
                 constexpr int kEvents[] = {6601, 6602, 6603, 6014, 6604};
@@ -216,12 +215,17 @@ private Q_SLOTS:
                 }
             });
         }
-        for (std::thread &thread : threads)
-            thread.join();
+        threads.clear(); // joins them
         controller->UnRegisterDevice();
         CCollectionDataLogic::Destroy();
         QCOMPARE(values(root).size(), 24);
         QCOMPARE(DevSrv_GetControl()->callbackCount(), 0);
+        // One report ends before the next one begins.
+        static const QRegularExpression ends("GetDeviceName|GetCurPlmn");
+        const QStringList calls = journal().filter(ends);
+        QCOMPARE_GE(calls.size(), 2 * 2'000);
+        for (qsizetype call = 0; call < calls.size(); ++call)
+            QVERIFY(calls[call].contains(call % 2 == 0 ? "GetDeviceName" : "GetCurPlmn"));
     }
 };
 

@@ -24,52 +24,21 @@ int permissions(const QString &file)
     return int(std::filesystem::status(file.toStdString()).permissions());
 }
 
-// Every character by itself, then whatever comes of what shells act on.
+// The first names have one character each; the others are random sequences of what shells act on.
 QString productName(int number, QRandomGenerator &random)
 {
     if (number < 0x100 && number != '/')
         return QString("a %1b").arg(QChar(number));
-    static const QStringList parts{" ",
-                                   "  ",
-                                   "$(touch hit)",
-                                   "`touch hit`",
-                                   ";touch hit",
-                                   "|touch hit",
-                                   "&touch hit&",
-                                   "\ntouch hit\n",
-                                   ">hit",
-                                   "*",
-                                   "?",
-                                   "[a-z]*",
-                                   "{a,b}",
-                                   "~",
-                                   "$HOME",
-                                   "${IFS}",
-                                   "\"",
-                                   "'",
-                                   "\\",
-                                   "#",
-                                   "!!",
-                                   "-R",
-                                   "--",
-                                   "=",
-                                   "%s",
-                                   "\t",
-                                   "\x7f",
-                                   "\u00e4",
-                                   "\u0416",
-                                   "\u20ac",
-                                   "a",
-                                   "Z9"};
+    static const QList<TableRow> parts = readTable("shell-parts.txt");
     QString name = "n";
     for (int part = random.bounded(1, 6); part > 0; --part)
-        name += parts.at(random.bounded(int(parts.size())));
+        name += parts.at(random.bounded(int(parts.size())))["text"];
     return name;
 }
 
 } // namespace
 
-// Stands before the C library's own: takes down the commands, then runs them for real.
+// Replaces the function of the C library: records the command, then runs it.
 extern "C" int system(const char *command)
 {
     s_commands << command;
@@ -84,9 +53,9 @@ class tst_Storage : public QObject
 private Q_SLOTS:
     void init() { s_commands.clear(); }
 
-    void dataDirectory_data() { addRows("data-directories.txt"); }
+    void namesDataDirectoryAfterProduct_data() { addRows("data-directories.txt"); }
 
-    void dataDirectory()
+    void namesDataDirectoryAfterProduct()
     {
         const TestRoot root;
         if (const QString settings = cell("settings"); !settings.isEmpty())
@@ -99,7 +68,7 @@ private Q_SLOTS:
         CCollectionDataLogic::Destroy();
     }
 
-    void escapes()
+    void escapesForShell()
     {
         QString text = "!@~`#$%^&()+=,'[]; a*b\\\"|<>?{}";
         ParseEscapeChar(text);
@@ -108,7 +77,7 @@ private Q_SLOTS:
                  "a*b\\\"|<>?{}");
     }
 
-    void threeCommands()
+    void setsPermissionsByThreeCommands()
     {
         const TestRoot root;
         root.write(root.report(), "x");
@@ -121,8 +90,8 @@ private Q_SLOTS:
         QCOMPARE(permissions(root.report()), 0777);
     }
 
-    // 10,000 names, for real: each gets its bits, nothing else is run, made or touched.
-    void everyNameGetsItsBits()
+    // Runs real shells on 10,000 names: no name may run, create or change anything else.
+    void setsPermissionsWhateverTheName()
     {
         const TestRoot root;
         root.write("bystander", "x");
@@ -135,7 +104,7 @@ private Q_SLOTS:
             QFile::setPermissions(file, QFile::ReadOwner);
             s_commands.clear();
             const LogCapture log;
-            // As the report's writer passes it.
+            // The writer of the report passes the UTF-8 bytes as Latin-1.
             QVERIFY(setFilePermissions(QString::fromLatin1(file.toUtf8())));
             const bool byShell = !name.contains(
                 QRegularExpression("[|<>\"\\\\*?{}\\x01-\\x1f\\x7f]"));
@@ -152,9 +121,9 @@ private Q_SLOTS:
         }
     }
 
-    void aMissingFileIsNoFailure() { QVERIFY(setFilePermissions("/no/such/file")); }
+    void ignoresMissingFile() { QVERIFY(setFilePermissions("/no/such/file")); }
 
-    void conversions()
+    void convertsUpToNul()
     {
         std::setlocale(LC_ALL, "C.UTF-8");
         QCOMPARE(AnsiToUtf8(std::string("a\xC3\xA9\0b", 5)), std::string("a\xC3\xA9"));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "HostProcess.h"
 #include "TestData.h"
 
 #include <QDBusArgument>
@@ -12,56 +13,32 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QPointer>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
-#include <csignal>
+#include <limits>
 #include <memory>
-#include <sys/prctl.h>
 #include <vector>
 
 const QString kService = "org.freedesktop.ModemManager1";
 const QString kPath = "/org/freedesktop/ModemManager1";
 
-/// A process that ends with its object, or with a test that crashes.
-class Child : public QProcess
-{
-public:
-    Child()
-    {
-        setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    }
-    ~Child() override { end(); }
-    void end()
-    {
-        kill();
-        waitForFinished();
-    }
-    // In less time than D-Bus waits by itself, 25 s, or than start-up may take in all, 30 s.
-    bool ends()
-    {
-        return QTest::qWaitFor([this] { return state() == NotRunning; }, 15'000)
-            && exitStatus() == NormalExit;
-    }
-};
-
-/// A modem that answers AT commands by modems.txt, on a local socket that the daemon connects to.
+/// A modem that answers AT commands as in modems.txt, on a local socket to which the daemon
+/// connects.
 class ScriptedModem : public QLocalServer
 {
 public:
-    QHash<QString, QString> answers; // "silence" is none
-    QByteArrayList journal;          // commands, and messages in hex
+    QHash<QString, QString> answers; ///< by command; "silence" stands for no answer
+    QByteArrayList journal;          ///< the received commands, and messages as hexadecimal PDUs
 
-    /// A modem of all of these kinds.
+    /// `kinds` are separated by blanks; the modem has the answers of each.
     explicit ScriptedModem(const QString &kinds)
     {
-        for (const QStringList &line : readTable("modems.txt")) {
-            if (kinds.split(' ').contains(line[0]))
-                answers[line[1]] = line[2];
+        for (const TableRow &row : readTable("modems.txt")) {
+            if (kinds.split(' ').contains(row["kind"]))
+                answers[row["command"]] = row["answer"];
         }
         connect(this, &QLocalServer::newConnection, this, [this] {
-            // The daemon closes a port and opens it again: the last connection counts.
+            // The daemon opens a port several times; only the last connection is used.
             m_port = nextPendingConnection();
             m_input.clear();
             m_takesMessage = false;
@@ -97,29 +74,50 @@ private:
     bool m_takesMessage = false;
 };
 
-/// Says yes or no to whoever asks for a right, in the place of the system's authority.
-class Authority : public QDBusVirtualObject
+/// An object on the message bus that answers each method with one value, or with an error where
+/// it has none.
+class BusObject : public QDBusVirtualObject
+{
+public:
+    int answersLeft = std::numeric_limits<int>::max(); ///< falls silent at 0
+
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (answersLeft == 0)
+            return true;
+        --answersLeft;
+        const QVariant value = answer(message.member());
+        return connection.send(value.isValid()
+                                   ? message.createReply(value)
+                                   : message.createErrorReply(QDBusError::UnknownMethod, "none"));
+    }
+
+private:
+    virtual QVariant answer(const QString &method) = 0;
+};
+
+/// Grants or denies every authorization request, in place of the system's authority.
+class Authority : public BusObject
 {
 public:
     bool grants = true;
 
-    QString introspect(const QString &) const override { return {}; }
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+private:
+    QVariant answer(const QString &) override
     {
         QDBusArgument verdict;
         verdict.beginStructure();
         verdict << grants << false << QMap<QString, QString>();
         verdict.endStructure();
-        return connection.send(message.createReply(QVariant::fromValue(verdict)));
+        return QVariant::fromValue(verdict);
     }
 };
 
-/// A daemon that says of the modem of fake-modem.txt what no real one says, or says nothing.
-class FakeManager : public QDBusVirtualObject
+/// A daemon with the modem of fake-modem.txt; it can give answers that the real one never gives.
+class FakeManager : public BusObject
 {
 public:
-    int answersLeft = 1'000;
-
     explicit FakeManager(QDBusConnection &connection) : m_connection(connection)
     {
         qDBusRegisterMetaType<Interfaces>();
@@ -127,8 +125,8 @@ public:
         qDBusRegisterMetaType<Location>();
         m_connection.registerVirtualObject(kPath, this, QDBusConnection::SubPath);
         m_connection.registerService(kService);
-        for (const QStringList &line : readTable("fake-modem.txt").mid(1))
-            set(line[0], line[1]);
+        for (const TableRow &row : readTable("fake-modem.txt"))
+            set(row["property"], row["value"]);
     }
 
     ~FakeManager() override
@@ -137,21 +135,21 @@ public:
         m_connection.unregisterObject(kPath, QDBusConnection::UnregisterTree);
     }
 
-    /// Sets a property, or the answer to a method, to a value with the letters of its type; takes
-    /// away an interface whose name ends with a dot.
-    void set(const QString &what, const QString &value)
+    /// Sets a property, or the value that a method returns. The value begins with its type, as
+    /// "u:4". A name that ends with a dot removes the interface.
+    void set(const QString &name, const QString &value)
     {
-        const QString interface = kService + '.' + what.section('.', 0, -2);
-        if (what.endsWith('.'))
+        const QString interface = kService + '.' + name.section('.', 0, -2);
+        if (name.endsWith('.'))
             m_interfaces.remove(interface);
-        else if (what.contains('.'))
-            m_interfaces[interface][what.section('.', -1)] = typed(value);
+        else if (name.contains('.'))
+            m_interfaces[interface][name.section('.', -1)] = typed(value);
         else
-            m_answers[what] = typed(value);
+            m_answers[name] = typed(value);
     }
 
-    /// Tells of some change.
-    void change()
+    /// Signals that a property of the modem has changed.
+    void signalChange()
     {
         auto signal = QDBusMessage::createSignal(
             kPath + "/Modem/3", "org.freedesktop.DBus.Properties", "PropertiesChanged");
@@ -159,41 +157,34 @@ public:
         m_connection.send(signal);
     }
 
-    QString introspect(const QString &) const override { return {}; }
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
-    {
-        if (answersLeft == 0)
-            return true;
-        --answersLeft;
-        const Objects objects{{QDBusObjectPath(kPath + "/Modem/3"), m_interfaces}};
-        QVariantMap answers{{"GetManagedObjects", QVariant::fromValue(objects)},
-                            {"GetAll", m_interfaces.value(kService + ".Sim")}};
-        answers.insert(m_answers);
-        const QVariant answer = answers.value(message.member());
-        return connection.send(answer.isValid()
-                                   ? message.createReply(answer)
-                                   : message.createErrorReply(QDBusError::UnknownMethod, "none"));
-    }
-
 private:
     using Interfaces = QMap<QString, QVariantMap>;
     using Objects = QMap<QDBusObjectPath, Interfaces>;
     using Location = QMap<uint, QDBusVariant>;
 
+    QVariant answer(const QString &method) override
+    {
+        const Objects objects{{QDBusObjectPath(kPath + "/Modem/3"), m_interfaces}};
+        const QVariantMap usual{{"GetManagedObjects", QVariant::fromValue(objects)},
+                                {"GetAll", m_interfaces.value(kService + ".Sim")}};
+        return m_answers.value(method, usual.value(method));
+    }
+
     static QVariant typed(const QString &text)
     {
+        const QString type = text.section(':', 0, 0);
         const QString value = text.section(':', 1);
-        const QHash<QString, QVariant> values{
-            {"s", value},
-            {"as", QStringList(value)},
-            {"i", value.toInt()},
-            {"u", value.toUInt()},
-            {"b", value == "1"},
-            {"o", QVariant::fromValue(QDBusObjectPath(value.startsWith('/') ? value : "/"))},
-            {"objects", QVariant::fromValue(Objects())},
-            {"nowhere", QVariant::fromValue(Location())},
-            {"place", QVariant::fromValue(Location{{1u, QDBusVariant(value)}})}};
-        return values.value(text.section(':', 0, 0));
+        if (type == "o")
+            return QVariant::fromValue(QDBusObjectPath(value));
+        if (type == "objects")
+            return QVariant::fromValue(Objects());
+        if (type == "nowhere")
+            return QVariant::fromValue(Location());
+        if (type == "place")
+            return QVariant::fromValue(Location{{1u, QDBusVariant(value)}});
+        QVariant converted(value);
+        converted.convert(QDBusMetaType::signatureToMetaType(type.toLatin1()));
+        return converted;
     }
 
     QDBusConnection m_connection;
@@ -201,8 +192,8 @@ private:
     QVariantMap m_answers;
 };
 
-/// A message bus of a test's own and the peers on it, all of which end with the object. The peers
-/// answer on the test's thread, which therefore never blocks but waits in its event loop.
+/// A message bus of the test's own and the peers on it, which end with the object. The peers answer
+/// on the test's thread, so the test waits in its event loop and never blocks.
 class TestBed
 {
 public:
@@ -227,10 +218,11 @@ public:
 
     ~TestBed() { QDBusConnection::disconnectFromBus("test-bed"); }
 
-    /// Starts the daemon; it passes raw AT commands on only if `rawCommands`.
+    /// Starts the daemon and waits until it is on the bus. It accepts AT commands only if
+    /// `rawCommands` is set.
     bool startDaemon(bool rawCommands = false)
     {
-        // Not with --test-session: the daemon would then ask for no rights.
+        // With --test-session the daemon would not ask for authorization.
         daemon.setStandardErrorFile(QProcess::nullDevice());
         daemon.start(MODEM_MANAGER,
                      {"--test-enable", "--test-no-udev", "--test-no-suspend-resume",
@@ -240,7 +232,7 @@ public:
             [this] { return connection.interface()->isServiceRegistered(kService); }, kPatienceMs);
     }
 
-    /// Makes a modem and waits until the daemon lists it; null if it does not.
+    /// Creates a modem and waits until the daemon lists it; returns null if it does not.
     ScriptedModem *plug(const QString &kinds)
     {
         m_modems.push_back(std::make_unique<ScriptedModem>(kinds));
@@ -263,7 +255,7 @@ public:
         return QTest::qWaitFor([&] { return !witness(number).isEmpty(); }, kPatienceMs);
     }
 
-    /// Takes a modem from the daemon, or gives it back.
+    /// Makes the daemon release a modem, or use it again.
     bool inhibit(const ScriptedModem &modem, bool inhibited)
     {
         return call(kPath, kService, "InhibitDevice", {"/virtual/" + name(modem), inhibited});
@@ -278,11 +270,13 @@ public:
             == QDBusMessage::ReplyMessage;
     }
 
-    /// What the daemon's command-line client says of the modem of a number, by its keys.
-    QHash<QString, QString> witness(int modem, const QStringList &what = {})
+    /// Returns what the daemon's command-line client prints about a modem, by the client's keys.
+    /// `options` select what is printed.
+    QHash<QString, QString> witness(int modem, const QStringList &options = {})
     {
         Child client;
-        client.start(MMCLI, QStringList{"--output-keyvalue", "-m", QString::number(modem)} + what);
+        client.start(MMCLI,
+                     QStringList{"--output-keyvalue", "-m", QString::number(modem)} + options);
         QHash<QString, QString> values;
         const QByteArray output = client.ends() ? client.readAllStandardOutput() : QByteArray();
         for (const QByteArray &line : output.split('\n')) {
@@ -302,5 +296,5 @@ private:
 
     QTemporaryDir m_folder;
     std::vector<std::unique_ptr<ScriptedModem>> m_modems;
-    int m_plugged = 0; // since the daemon runs, which numbers modems from 0
+    int m_plugged = 0; // modems since the daemon started, which numbers them from 0
 };

@@ -8,8 +8,8 @@ using namespace devsrv;
 
 namespace {
 
-// A state written as words of the form NAME=VALUE.
-EventState state(const QString &words)
+// Returns a registered modem, changed by words of the form NAME=VALUE.
+EventState snapshot(const QString &words)
 {
     const QString usual = "daemon=:1.1 modem=/Modem/0 state=8 sim=/SIM/0 unlock=1 technology=16384 "
                           "registration=1 operator=21407 location=214,07,0,102F304,1A2B ";
@@ -25,19 +25,19 @@ EventState state(const QString &words)
     return state;
 }
 
-QString place(const QString &location, Domain domain)
+QString registration(const QString &location, Domain domain)
 {
     const auto parsed = parseLocation(location);
-    const auto told = parsed ? registrationOf(*parsed, domain, 5) : std::nullopt;
-    if (!told)
+    const auto found = parsed ? registrationOf(*parsed, domain, 5) : std::nullopt;
+    if (!found)
         return "-";
-    // With another mode a listener would not ask for the cell on LTE.
-    return told->reportMode == 0 && told->state == 5
-        ? QString::fromStdString(told->lac + '/' + told->cellId)
+    // With report mode 2 the collector would not ask for the cell on LTE.
+    return found->reportMode == 0 && found->state == 5
+        ? QString::fromStdString(found->lac + '/' + found->cellId)
         : "wrong mode or state";
 }
 
-QString chosen(const QString &imei)
+QString chosenModem(const QString &imei)
 {
     const auto modem = [](const QString &number) {
         return Interfaces{{kModemInterface, {{"EquipmentIdentifier", number}}}};
@@ -56,9 +56,9 @@ class tst_ModemManagerMapping : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void values_data() { addRows("modem-mapping.txt"); }
+    void mapsValues_data() { addRows("modem-mapping.txt"); }
 
-    void values()
+    void mapsValues()
     {
         const QString value = cell("value");
         const QString input = cell("input");
@@ -71,24 +71,24 @@ private Q_SLOTS:
             const auto info = systemInfoOf(first);
             meaning = info ? QString("%1 %2").arg(info->mode).arg(info->subMode) : "-";
         } else if (value == "location") {
-            meaning = place(input, Domain::CircuitSwitched) + ' '
-                + place(input, Domain::PacketSwitched);
+            meaning = registration(input, Domain::CircuitSwitched) + ' '
+                + registration(input, Domain::PacketSwitched);
         } else if (value == "lock") {
             meaning = number(lockStateOf(first, input.section(' ', 1).toUInt()));
         } else if (value == "type") {
             meaning = number(productTypeOf(first));
         } else {
-            meaning = chosen(input);
+            meaning = chosenModem(input);
         }
         QTEST(meaning, "meaning");
     }
 
-    void events_data() { addRows("modem-events.txt"); }
+    void raisesEventsBetweenSnapshots_data() { addRows("modem-events.txt"); }
 
-    void events()
+    void raisesEventsBetweenSnapshots()
     {
         QStringList events;
-        for (const auto event : eventsBetween(state(cell("before")), state(cell("after"))))
+        for (const auto event : eventsBetween(snapshot(cell("before")), snapshot(cell("after"))))
             events << QString::number(event);
         QTEST(events.join(' '), "events");
     }

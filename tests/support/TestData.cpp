@@ -1,34 +1,33 @@
 // SPDX-License-Identifier: MIT
 #include "TestData.h"
 
+#include <QDir>
 #include <QFile>
+#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTest>
 
 namespace {
 
+const QString kData = TEST_DATA;
+
 QStringList readLines(const QString &file)
 {
-    QFile in(TEST_DATA + file);
-    if (!in.open(QIODevice::ReadOnly))
-        qFatal("%s: %s", qPrintable(in.fileName()), qPrintable(in.errorString()));
-    return QString::fromUtf8(in.readAll()).split('\n', Qt::SkipEmptyParts);
+    const QByteArray content = readFile(kData + file);
+    if (content.isEmpty())
+        qFatal("%s cannot be read or is empty", qPrintable(kData + file));
+    return QString::fromUtf8(content).split('\n', Qt::SkipEmptyParts);
 }
 
+// Has the JSON parser decode the escapes; it does not know \xNN.
 QString decoded(QString text)
 {
-    static const QRegularExpression code("\\\\(?:r|n|x(..)|u(....))");
-    QRegularExpressionMatch match;
-    for (qsizetype from = 0; (match = code.match(text, from)).hasMatch(); ++from) {
-        from = match.capturedStart();
-        const int number = (match.captured(1) + match.captured(2)).toInt(nullptr, 16);
-        const QChar letter = text.at(from + 1);
-        text.replace(from, match.capturedLength(),
-                     QChar(letter == 'r'       ? '\r'
-                               : letter == 'n' ? '\n'
-                                               : number));
-    }
-    return text;
+    static const QRegularExpression byte("\\\\x(..)");
+    text.replace('"', "\\\"").replace(byte, "\\u00\\1");
+    const auto json = QJsonDocument::fromJson("[\"" + text.toUtf8() + "\"]");
+    if (json.isNull())
+        qFatal("Not a text with escapes: %s", qPrintable(text));
+    return json[0].toString();
 }
 
 QString encoded(QString line)
@@ -41,17 +40,29 @@ QString encoded(QString line)
 
 } // namespace
 
-QList<QStringList> readTable(const char *table)
+QString TableRow::operator[](const char *column) const
 {
-    QList<QStringList> rows;
+    const qsizetype index = columns.indexOf(QString(column));
+    if (index < 0)
+        qFatal("There is no column \"%s\" in \"%s\"", column, qPrintable(columns.join('|')));
+    return cells[index];
+}
+
+QList<TableRow> readTable(const char *table)
+{
+    QStringList columns;
+    QList<TableRow> rows;
     for (const QString &line : readLines(table)) {
         if (line.startsWith('#'))
             continue;
         QStringList cells;
         for (const QString &text : line.split('|'))
             cells << decoded(text.trimmed());
-        rows << cells;
-        if (cells.size() != rows.first().size())
+        if (columns.isEmpty())
+            columns = cells;
+        else
+            rows.append({columns, cells});
+        if (cells.size() != columns.size())
             qFatal("%s: not as many cells as columns: %s", table, qPrintable(line));
     }
     return rows;
@@ -59,14 +70,18 @@ QList<QStringList> readTable(const char *table)
 
 void addRows(const char *table)
 {
-    QList<QStringList> rows = readTable(table);
+    addRows(readTable(table));
+}
+
+void addRows(const QList<TableRow> &rows)
+{
     // Qt Test keeps the pointers.
     static QByteArrayList names;
-    for (const QString &column : rows.takeFirst())
+    for (const QString &column : rows.first().columns)
         QTest::addColumn<QString>(names.emplaceBack(column.toUtf8()).constData());
-    for (const QStringList &row : rows) {
-        QTestData &data = QTest::newRow(qPrintable(encoded(row.first())));
-        for (const QString &text : row)
+    for (const TableRow &row : rows) {
+        QTestData &data = QTest::newRow(qPrintable(encoded(row.cells.first())));
+        for (const QString &text : row.cells)
             data << text;
     }
 }
@@ -82,10 +97,22 @@ void compareWithGolden(const QString &file, const QStringList &lines)
     for (const QString &line : lines)
         actual << encoded(line);
     if (qEnvironmentVariableIsSet("KESTRUN_REGENERATE")) {
-        QFile out(TEST_DATA + file);
-        QVERIFY2(out.open(QIODevice::WriteOnly), qPrintable(out.errorString()));
-        out.write(actual.join('\n').toUtf8() + '\n');
-        QFAIL("the file has been written anew; look at what has changed in it");
+        writeFile(kData + file, actual.join('\n').toUtf8() + '\n');
+        QFAIL("The file was regenerated; check its differences");
     }
     QCOMPARE(actual, readLines(file));
+}
+
+QByteArray readFile(const QString &file)
+{
+    QFile in(file);
+    return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+void writeFile(const QString &file, const QByteArray &content)
+{
+    QFile out(file);
+    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
+    QVERIFY2(out.open(QIODevice::WriteOnly), qPrintable(out.errorString()));
+    QCOMPARE(out.write(content), content.size());
 }

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "TestSupport.h"
 
+#include "TestData.h"
 #include "plugin/PluginEntry.h"
 
 #include <QDir>
-#include <QFile>
 #include <QMutex>
 #include <QRegularExpression>
-#include <QTest>
 
 namespace {
 
@@ -40,18 +39,12 @@ TestRoot::~TestRoot()
 
 QString TestRoot::dataFile(const QString &name) const
 {
-    return path("usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate "
-                "Data/")
-        + name;
+    return path("usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate Data/" + name);
 }
 
 void TestRoot::write(const QString &file, const QByteArray &content) const
 {
-    const QString whole = QDir::isAbsolutePath(file) ? file : path(file);
-    QDir().mkpath(QFileInfo(whole).path());
-    QFile out(whole);
-    QVERIFY2(out.open(QIODevice::WriteOnly), qPrintable(out.errorString()));
-    out.write(content);
+    writeFile(QDir::isAbsolutePath(file) ? file : path(file), content);
 }
 
 LogCapture::LogCapture()
@@ -82,18 +75,11 @@ const DeviceServiceControl &startCard(const char *card)
 
 QStringList journal()
 {
-    return QString::fromUtf8(DevSrv_GetControl()->journal())
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(DevSrv_GetControl()->journal()).split('\n', Qt::SkipEmptyParts);
 }
 
 void setFault(const char *function, const DevSrvFault &fault)
 {
     if (DevSrv_GetControl()->setFault(function, &fault) != 0)
         qFatal("%s", DevSrv_GetControl()->lastError());
-}
-
-QByteArray readFile(const QString &file)
-{
-    QFile in(file);
-    return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
 }

@@ -6,8 +6,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// A system of a test's own: the fixed locations and the working directory lie below a fresh
-/// directory, and the plug-in's data directory is there.
+/// A system root of the test's own: while the object lives, the fixed locations and the working
+/// directory are below a fresh temporary directory, in which the plug-in's data directory exists.
 class TestRoot
 {
 public:
@@ -19,7 +19,8 @@ public:
     QString config() const { return dataFile(QStringLiteral("Config.xml")); }
     QString dataFile(const QString &name) const;
 
-    /// Writes a file below the root, and the directories above it.
+    /// Writes a file, whose name is absolute or relative to the root, and creates the missing
+    /// directories above it.
     void write(const QString &file, const QByteArray &content) const;
 
 private:
@@ -27,8 +28,8 @@ private:
     QString m_workingDirectory;
 };
 
-/// The log lines that come while the object lives; times are replaced by "T", warnings begin with
-/// "W ".
+/// Captures the log while the object lives. Times are replaced by "T", and warnings begin with
+/// "W ". Thread-safe.
 class LogCapture
 {
 public:
@@ -37,13 +38,12 @@ public:
     QStringList lines() const;
 };
 
-/// The control table of the device service, running on the named card with a fresh journal.
+/// Starts the device service on the named emulated card, with an empty journal, and returns the
+/// service's control table.
 const DeviceServiceControl &startCard(const char *card = "lte");
 
-/// The calls in the emulated card's journal.
+/// Returns the calls in the emulated card's journal.
 QStringList journal();
 
-/// Makes one function of the device service fail, or behave badly, until the card is started anew.
+/// Injects a fault into a function of the device service until the next startCard().
 void setFault(const char *function, const DevSrvFault &fault);
-
-QByteArray readFile(const QString &file);

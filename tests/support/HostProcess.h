@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QProcess>
+#include <QTest>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+/// A child process that is killed with its object, and also when the test crashes.
+class Child : public QProcess
+{
+public:
+    Child()
+    {
+        setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    }
+    ~Child() override { end(); }
+    void end()
+    {
+        kill();
+        waitForFinished();
+    }
+    /// Waits until the process has exited by itself. The limit is less than D-Bus's own time-out
+    /// of 25 s and less than the 30 s that start-up may take.
+    bool ends()
+    {
+        return QTest::qWaitFor([this] { return state() == NotRunning; }, 15'000)
+            && exitStatus() == NormalExit;
+    }
+};
+
+/// A run of the kestrun command.
+class HostProcess : public Child
+{
+public:
+    QByteArray said; ///< the output that says() has read since it was last called
+
+    HostProcess() = default;
+    explicit HostProcess(const QStringList &arguments) { start(QStringLiteral(HOST), arguments); }
+
+    /// Waits until each of the texts has appeared in the output, in any order. Output that an
+    /// earlier call has read does not count.
+    bool says(const QByteArrayList &texts)
+    {
+        QByteArrayList missing = texts;
+        const auto isComplete = [&] {
+            said += readAllStandardOutput() + readAllStandardError();
+            missing.removeIf([this](const QByteArray &text) { return said.contains(text); });
+            return missing.isEmpty();
+        };
+        said.clear();
+        const bool complete = QTest::qWaitFor(isComplete, 15'000);
+        if (!complete)
+            qWarning().noquote() << "no" << missing << "in" << said;
+        return complete;
+    }
+
+    /// Sends the signal; returns true if the command then exits with 0 and no callback is left.
+    bool stop(int signal = SIGINT)
+    {
+        ::kill(pid_t(processId()), signal);
+        return says({"{\"callbacks\":0,"}) && ends() && exitCode() == 0;
+    }
+};

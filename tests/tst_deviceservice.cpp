@@ -99,6 +99,25 @@ private Q_SLOTS:
         QVERIFY(QByteArray(control.lastError()).contains("not a file"));
     }
 
+    void startsWhatTheChoiceNames_data() { addRows("choices.txt"); }
+
+    void startsWhatTheChoiceNames()
+    {
+        const bool started = control.start(cell("choice").toUtf8().constData()) == 0;
+        QCOMPARE(started, cell("complaint").isEmpty());
+        const QByteArray error = control.lastError();
+        QVERIFY2(started || error.contains(cell("complaint").toUtf8()), error.constData());
+    }
+
+    void listsDevicesOfABackend()
+    {
+        const char *about = nullptr;
+        QCOMPARE(control.device("emulated", 0, &about), nullptr);
+        QCOMPARE(control.lastError(), "");
+        QCOMPARE(control.device("smoke signals", 0, &about), nullptr);
+        QVERIFY(QByteArray(control.lastError()).contains("smoke signals"));
+    }
+
     void registersCallbackOnlyOnce()
     {
         QCOMPARE(ZEPA_DevSrv_RegisterDevMgrCallback(countEvents), 0);

@@ -74,10 +74,11 @@ typedef struct DeviceServiceControl
     size_t size;
 
     /*
-     * Starts a backend: "NAME" or "NAME:ARGUMENT" with a name from backend(), or an argument of the
-     * first one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend,
-     * after the calls that use it have returned; registered callbacks stay. If nobody calls
-     * start(), the first call of any function of the service starts the default backend.
+     * Starts a backend: "NAME" or "NAME:ARGUMENT" with a name from backend(), either with options
+     * behind it where the backend has some ("NAME?KEY=VALUE&KEY=VALUE"), or an argument of the first
+     * one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend, after
+     * the calls that use it have returned; registered callbacks stay. If nobody calls start(), the
+     * first call of any function of the service starts the default backend.
      */
     int32_t (*start)(const char *backend);
 
@@ -138,6 +139,14 @@ typedef struct DeviceServiceControl
 
     /* Chooses the event delivery, one of DevSrvEventDelivery; at first DEVSRV_EVENTS_ON_THREADS. */
     void (*setEventDelivery)(int32_t mode);
+
+    /*
+     * The devices that the backend of that name can use, each as start() takes it, with one line of
+     * description; null behind the last. Index 0 looks for them, in a few seconds at most; the
+     * others are of what the same thread found then. Where the list may lack devices, lastError()
+     * says why when null is returned; otherwise it is "" then.
+     */
+    const char *(*device)(const char *backend, int32_t index, const char **description);
 } DeviceServiceControl;
 
 /* The table. Static storage. */

@@ -10,13 +10,14 @@ namespace devsrv {
 namespace {
 
 constexpr BackendEntry entry(const char *name, const char *argument, const char *help,
-                             const char *option, BackendFactory *make)
+                             const char *option, BackendFactory *make,
+                             std::string_view options = {}, BackendDeviceList *list = nullptr)
 {
-    return {{name, argument, help, option, make ? 1 : 0}, make};
+    return {{name, argument, help, option, make ? 1 : 0}, make, options, list};
 }
 
-// A row for each backend: name, syntax of the argument, one line of help, build option, factory.
-// The first row is the default.
+// A row for each backend: name, syntax of the argument, one line of help, build option, factory;
+// keys of the options, list of devices. The first row is the default.
 constexpr BackendEntry kEntries[] = {
     entry("emulated", "[:CARD]", "an emulated card: a shipped one or a card file", "",
           kEmulatedCardFactory),
@@ -24,13 +25,6 @@ constexpr BackendEntry kEntries[] = {
           "a modem of the ModemManager daemon: the first, or by its IMEI", "KESTRUN_MODEMMANAGER",
           kModemManagerCardFactory),
 };
-
-const BackendEntry *find(const std::string &name)
-{
-    const auto found = std::find_if(std::begin(kEntries), std::end(kEntries),
-                                    [&](const BackendEntry &e) { return name == e.facts.name; });
-    return found == std::end(kEntries) ? nullptr : found;
-}
 
 std::string builtBackends()
 {
@@ -43,6 +37,27 @@ std::string builtBackends()
     return list;
 }
 
+// What stands behind the name of a backend.
+struct Rest
+{
+    BackendArgument argument;
+    std::string_view options;
+};
+
+// A backend without options keeps each "?" of its argument, which may be the name of a file.
+Rest splitRest(std::string_view rest, bool hasOptions)
+{
+    const bool hasArgument = rest.starts_with(':');
+    const std::size_t mark = hasArgument && !hasOptions ? std::string_view::npos : rest.find('?');
+    Rest parts;
+    if (hasArgument)
+        parts.argument = std::string(
+            rest.substr(1, mark == std::string_view::npos ? mark : mark - 1));
+    if (mark != std::string_view::npos)
+        parts.options = rest.substr(mark + 1);
+    return parts;
+}
+
 } // namespace
 
 std::span<const BackendEntry> backendEntries()
@@ -50,20 +65,32 @@ std::span<const BackendEntry> backendEntries()
     return kEntries;
 }
 
+const BackendEntry *findBackend(std::string_view name)
+{
+    const auto found = std::find_if(std::begin(kEntries), std::end(kEntries),
+                                    [&](const BackendEntry &e) { return name == e.facts.name; });
+    return found == std::end(kEntries) ? nullptr : found;
+}
+
 Backend makeBackend(const std::string &choice, EventSink raise, std::string &error)
 {
-    const std::size_t colon = choice.find(':');
-    if (const BackendEntry *const named = find(choice.substr(0, colon))) {
-        const auto argument = colon == std::string::npos ? BackendArgument()
-                                                         : choice.substr(colon + 1);
-        if (named->make)
-            return named->make(argument, std::move(raise), error);
-        error = "the backend \"" + std::string(named->facts.name)
-            + "\" is not built in; build with the CMake option " + named->facts.option
-            + ", or choose one of " + builtBackends();
-        return {};
+    const std::string name = choice.substr(0, choice.find_first_of(":?"));
+    if (const BackendEntry *const named = findBackend(name)) {
+        if (!named->make) {
+            error = "the backend \"" + name + "\" is not built in; build with the CMake option "
+                + named->facts.option + ", or choose one of " + builtBackends();
+            return {};
+        }
+        const std::string_view rest = std::string_view(choice).substr(name.size());
+        const Rest parts = splitRest(rest, !named->options.empty());
+        const auto options = BackendOptions::parse(parts.options, named->options, error);
+        if (!options) {
+            error = name + ": " + error;
+            return {};
+        }
+        return named->make(parts.argument, *options, std::move(raise), error);
     }
-    Backend backend = kEntries[0].make(choice, std::move(raise), error);
+    Backend backend = kEntries[0].make(choice, {}, std::move(raise), error);
     if (!backend.card)
         error += "; the backends are " + builtBackends();
     return backend;
@@ -72,7 +99,7 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
 Backend makeDefaultBackend(EventSink raise)
 {
     std::string error;
-    return kEntries[0].make({}, std::move(raise), error);
+    return kEntries[0].make({}, {}, std::move(raise), error);
 }
 
 } // namespace devsrv

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "BackendOptions.h"
 #include "CallObserver.h"
 #include "CardBackend.h"
 
@@ -10,6 +11,8 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace devsrv {
 
@@ -20,25 +23,42 @@ struct Backend
     std::shared_ptr<CallObserver> observer; ///< may be null
 };
 
-/// The text behind the colon of "NAME:ARGUMENT"; none for "NAME".
+/// The text behind the colon of "NAME:ARGUMENT?OPTIONS"; none for "NAME" and "NAME?OPTIONS".
 using BackendArgument = std::optional<std::string>;
 
 /// Makes a backend. Returns no backend and one sentence in `error` if it cannot run.
-using BackendFactory = Backend(const BackendArgument &argument, EventSink raise,
-                               std::string &error);
+using BackendFactory = Backend(const BackendArgument &argument, const BackendOptions &options,
+                               EventSink raise, std::string &error);
+
+/// A device that a backend can use.
+struct BackendDevice
+{
+    std::string argument;    ///< of the backend, as its factory takes it
+    std::string description; ///< one line, UTF-8
+};
+
+/// Lists the devices that a backend can use, in a few seconds at most. Changes nothing on them.
+/// Leaves one sentence in `error` if there may be more.
+using BackendDeviceList = std::vector<BackendDevice>(std::string &error);
 
 /// One row of the registry.
 struct BackendEntry
 {
-    DevSrvBackend facts;  ///< for hosts
-    BackendFactory *make; ///< null if the backend is not built
+    DevSrvBackend facts;      ///< for hosts
+    BackendFactory *make;     ///< null if the backend is not built
+    std::string_view options; ///< the keys of its options, separated by blanks
+    BackendDeviceList *list;  ///< null if the backend is not built or has nothing to list
 };
 
 /// The backends, the default one first.
 std::span<const BackendEntry> backendEntries();
 
-/// Makes the backend that `choice` names: "NAME", "NAME:ARGUMENT", or an argument of the default
-/// backend alone. Returns no backend and one sentence in `error` if there is none or it cannot run.
+/// The row of that name; null if there is none.
+const BackendEntry *findBackend(std::string_view name);
+
+/// Makes the backend that `choice` names: "NAME", "NAME:ARGUMENT", either with "?OPTIONS" behind
+/// it, or an argument of the default backend alone. Returns no backend and one sentence in `error`
+/// if there is none or it cannot run.
 Backend makeBackend(const std::string &choice, EventSink raise, std::string &error);
 
 /// Makes the default backend with its default argument, which never fails.

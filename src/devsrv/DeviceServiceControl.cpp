@@ -16,6 +16,14 @@ constexpr std::int32_t kFailure = 1;
 thread_local std::string t_lastError;
 thread_local std::string t_journal;
 
+// What the last device() of index 0 found on this thread.
+struct Found
+{
+    std::vector<BackendDevice> devices;
+    std::string error;
+};
+thread_local Found t_found;
+
 std::int32_t fail(const QString &what)
 {
     t_lastError = what.toStdString();
@@ -80,6 +88,32 @@ const DevSrvBackend *backend(std::int32_t index)
 {
     const BackendEntry *const entry = at(backendEntries(), index);
     return entry ? &entry->facts : nullptr;
+}
+
+Found devicesOf(const std::string &name)
+{
+    Found found;
+    const BackendEntry *const entry = findBackend(name);
+    if (!entry)
+        found.error = "there is no backend \"" + name + '"';
+    else if (entry->list)
+        found.devices = entry->list(found.error);
+    for (BackendDevice &device : found.devices)
+        device.argument = name + ':' + device.argument;
+    return found;
+}
+
+const char *device(const char *backend, std::int32_t index, const char **description)
+{
+    if (index == 0)
+        t_found = devicesOf(backend);
+    const BackendDevice *const found = at(t_found.devices, index);
+    if (!found) {
+        t_lastError = t_found.error;
+        return nullptr;
+    }
+    *description = found->description.c_str();
+    return found->argument.c_str();
 }
 
 const char *shippedCard(std::int32_t index, const char **description)
@@ -210,6 +244,7 @@ constexpr DeviceServiceControl kControl = {
     functionName,
     backend,
     setEventDelivery,
+    device,
 };
 
 } // namespace

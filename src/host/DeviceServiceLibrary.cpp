@@ -42,6 +42,20 @@ QList<DevSrvBackend> DeviceServiceLibrary::backends() const
     return backends;
 }
 
+QList<std::pair<QString, QString>> DeviceServiceLibrary::devices(const char *backend,
+                                                                 QString &why) const
+{
+    const DeviceServiceControl &control = requireControl();
+    QList<std::pair<QString, QString>> devices;
+    if (control.size <= offsetof(DeviceServiceControl, device))
+        return devices;
+    const char *about = nullptr;
+    for (std::int32_t index = 0; const char *name = control.device(backend, index, &about); ++index)
+        devices.append({QString::fromUtf8(name), QString::fromUtf8(about)});
+    why = QString::fromUtf8(control.lastError());
+    return devices;
+}
+
 std::int32_t DeviceServiceLibrary::loadCard(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();

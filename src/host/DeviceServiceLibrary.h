@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QList>
 
+#include <utility>
+
 /// The device-service library, loaded before the plug-in as a dashboard does it.
 ///
 /// One object at a time, on the main thread; the library stays loaded.
@@ -23,6 +25,10 @@ public:
     /// The backends that the library knows; none if it is older than 1.1. Throws Failure for a
     /// maker's library.
     QList<DevSrvBackend> backends() const;
+
+    /// The devices that a backend can use: what start() takes, and a description. Leaves one
+    /// sentence in `why` if there may be more. Throws Failure for a maker's library.
+    QList<std::pair<QString, QString>> devices(const char *backend, QString &why) const;
 
     /// Puts another emulated card in: a shipped one, or a card file, whose name counts from the
     /// directory that the host was started in ("./lte" where it is that of a shipped one). 0, or

@@ -266,7 +266,8 @@ void EmulatedCard::finish(PendingAnswer answer)
     m_otherThreads.push_back(std::move(answer.thread));
 }
 
-Backend makeEmulatedCard(const BackendArgument &argument, EventSink raise, std::string &error)
+Backend makeEmulatedCard(const BackendArgument &argument, const BackendOptions &, EventSink raise,
+                         std::string &error)
 {
     const QString card = QString::fromStdString(argument.value_or("lte"));
     QString why;

@@ -294,7 +294,8 @@ bool ModemManagerCard::endCommand()
     return true;
 }
 
-Backend makeModemManagerCard(const BackendArgument &argument, EventSink raise, std::string &error)
+Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptions &,
+                             EventSink raise, std::string &error)
 {
     if (argument == "") {
         error = "\"modemmanager:\" does not say which modem; write modemmanager:IMEI, or "

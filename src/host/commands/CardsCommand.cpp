@@ -19,14 +19,26 @@ QList<std::pair<QString, QString>> backendRows(const DeviceServiceLibrary &libra
     return rows;
 }
 
+QList<std::pair<QString, QString>> deviceRows(const DeviceServiceLibrary &library)
+{
+    QList<std::pair<QString, QString>> rows;
+    for (const DevSrvBackend &backend : library.backends()) {
+        QString why;
+        rows += library.devices(backend.name, why);
+        if (!why.isEmpty())
+            printError(QStringLiteral("kestrun: ") + why);
+    }
+    return rows;
+}
+
 } // namespace
 
 ExitStatus runCards(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("cards"),
-        QStringLiteral("Lists what --card takes: the shipped cards, and the backends of the "
-                       "device service."));
+        QStringLiteral("Lists what --card takes: the shipped cards, the backends of the "
+                       "device service, and the devices that these find."));
     line.addLibraryOptions();
     line.addFlag(QStringLiteral("fields"),
                  QStringLiteral("List the fields of a card file instead."));
@@ -41,7 +53,7 @@ ExitStatus runCards(const QStringList &arguments)
     for (std::int32_t index = 0; const char *name = next(index, &about); ++index)
         rows.append({QString::fromUtf8(name), QString::fromUtf8(about)});
     if (!fields)
-        rows += backendRows(library);
+        rows += backendRows(library) + deviceRows(library);
     print(table(rows));
     return ExitStatus::Done;
 }

@@ -183,7 +183,7 @@ void CCollectionDataLogic::updateConfig()
 {
     // Two lines below say "Exit" where nothing exits: they are meant so.
     const Source source{kPath, "WriteDataToFile"};
-    constexpr char kExit[] = "%s : %s: %s: Exit";
+    static constexpr LineFormat<> kExit("%s : %s: %s: Exit");
     qDebug("Read Config.xml file:");
     std::wstring path;
     GetPath(path);

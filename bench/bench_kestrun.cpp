@@ -2,11 +2,11 @@
 
 // Measures reports and their parts against what cannot be done without, all in one run, and prints
 // one table of ratios.
-#include "CollectionDataLogic.h"
 #include "ConfigDocument.h"
 #include "ResidentMemory.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "plugin/PluginEntry.h"
+#include "kestrun/CollectionDataLogic.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QDir>
 #include <QDomDocument>

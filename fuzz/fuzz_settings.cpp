@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // "SysConfig.dat" in: always a directory below the fixed one, without a blank of the file's own.
-#include "CollectionDataLogic.h"
 #include "Fuzz.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include <QDir>
 #include <QFile>

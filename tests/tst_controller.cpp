@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "CollectionDataLogic.h"
 #include "TestData.h"
 #include "TestSupport.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "TestSupport.h"
 
-#include "plugin/PluginEntry.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QDir>
 #include <QFile>

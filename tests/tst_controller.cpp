@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "DataCardInfo.h"
 #include "TestData.h"
 #include "TestSupport.h"
 #include "kestrun/CollectionDataLogic.h"

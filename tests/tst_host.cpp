@@ -53,7 +53,7 @@ private:
         const QHash<QString, QString> words{{"PLUGIN", PLUGIN_FILE}, {"WRONG", WRONG_PLUGIN},
                                             {"SDK", SDK_FILE},       {"MAKER", MAKERS_SDK},
                                             {"HOST", HOST},          {"ROOT", root()},
-                                            {"''", QString()}};
+                                            {"OLD", OLD_PLUGIN},     {"''", QString()}};
         return words.value(text, text);
     }
 

@@ -3,6 +3,7 @@
 // Measures reports and their parts against what cannot be done without, all in one run, and prints
 // one table of ratios.
 #include "ConfigDocument.h"
+#include "NetworkInfo.h"
 #include "ResidentMemory.h"
 #include "devsrv/DeviceServiceControl.h"
 #include "kestrun/CollectionDataLogic.h"

@@ -2,11 +2,12 @@
 
 // Measures reports and their parts against the minimum work that they need, in one run, and prints
 // a table of ratios.
-#include "CollectionDataLogic.h"
 #include "ConfigDocument.h"
+#include "NetworkInfo.h"
 #include "ResidentMemory.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "plugin/PluginEntry.h"
+#include "kestrun/CollectionDataLogic.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QDir>
 #include <QDomDocument>

@@ -2,8 +2,8 @@
 
 // Whatever "SysConfig.dat" has, the data directory is below the fixed one, and its name has no
 // blank.
-#include "CollectionDataLogic.h"
 #include "Fuzz.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "CollectionDataLogic.h"
+#include "DataCardInfo.h"
 #include "TestData.h"
 #include "TestSupport.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include <QDir>
 #include <QFile>

@@ -35,11 +35,11 @@ class tst_Host : public QObject
 private:
     QTemporaryDir m_directory;
 
-    const QHash<QString, QString> m_words{{"PLUGIN", PLUGIN_FILE},   {"WRONG", WRONG_PLUGIN},
-                                          {"LONE", path("lone.so")}, {"SDK", SDK_FILE},
-                                          {"MAKER", MAKERS_SDK},     {"HOST", HOST},
-                                          {"ROOT", path("root")},    {"''", QString()},
-                                          {"FULL", path("full")},    {"BARE", path("bare")}};
+    const QHash<QString, QString> m_words{
+        {"PLUGIN", PLUGIN_FILE}, {"WRONG", WRONG_PLUGIN}, {"LONE", path("lone.so")},
+        {"SDK", SDK_FILE},       {"MAKER", MAKERS_SDK},   {"OLD", OLD_PLUGIN},
+        {"HOST", HOST},          {"ROOT", path("root")},  {"''", QString()},
+        {"FULL", path("full")},  {"BARE", path("bare")}};
 
     QString path(const QString &name) const { return m_directory.filePath(name); }
     QString reportFile(const QString &root) const

@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
+#include "devsrv/DeviceServiceControl.h"
+#include "kestrun/KestrunHostTable.h"
 #include "plugin/INotify.h"
 #include "plugin/IUIPlugin.h"
 
+#include <QDir>
+#include <QFileInfo>
+#include <QLibrary>
 #include <QPluginLoader>
 #include <QPointer>
 #include <QProcess>
 #include <QRect>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <dlfcn.h>
@@ -22,13 +28,26 @@ private:
     const QString m_file = QStringLiteral(PLUGIN_FILE);
     QPluginLoader m_loader{m_file};
 
+    const KestrunHostTable &table() const
+    {
+        return *reinterpret_cast<KestrunGetHostTableFunction>(
+            QLibrary::resolve(m_file, "KestrunGetHostTable"))();
+    }
+    // The device service is loaded with the plug-in.
+    const DeviceServiceControl &deviceService() const
+    {
+        return *reinterpret_cast<DevSrvGetControlFunction>(
+            QLibrary::resolve(m_file, "DevSrv_GetControl"))();
+    }
+
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(m_loader.load(), qPrintable(m_loader.errorString())); }
 
     void exportsOnlyPublicSymbols()
     {
         static const QRegularExpression allowed(
-            "^(qt_plugin_(instance|query_metadata_v2|query_verification_data)|KestrunSetSystemRoot"
+            "^(qt_plugin_(instance|query_metadata_v2|query_verification_data)|Kestrun(GetHostTable|"
+            "SetSystemRoot)"
             "|_ZNK?20CCollectionDataLogic\\w+|_ZT[VIS]20CCollectionDataLogic|)$");
         QProcess nm;
         nm.start(NM, {"-D", "--defined-only", m_file});
@@ -94,6 +113,71 @@ private Q_SLOTS:
         const std::unique_ptr<QObject> object(m_loader.instance());
         QCOMPARE(qobject_cast<INotify *>(object.get())->Notify(4096, 0, 0), 0);
         qobject_cast<IBasePlugin *>(object.get())->OnDestroy();
+    }
+
+    void tableGivesControllerAndReport()
+    {
+        QCOMPARE(table().size, sizeof(KestrunHostTable));
+        QCOMPARE(table().version, uint32_t(KESTRUN_HOST_TABLE_VERSION));
+        const QPointer<QObject> controller = static_cast<QObject *>(table().controller());
+        QCOMPARE(controller->metaObject()->className(), "CCollectionDataLogic");
+        QCOMPARE(controller.data(), table().controller());
+
+        const QTemporaryDir root(QDir::tempPath() + QStringLiteral("/\u00e9\u20ac-XXXXXX"));
+        const auto setRoot = reinterpret_cast<KestrunSetSystemRootFunction>(
+            QLibrary::resolve(m_file, "KestrunSetSystemRoot"));
+        setRoot(qUtf8Printable(root.path()));
+        const QString directory = QString::fromUtf8(table().dataDirectory());
+        setRoot(nullptr);
+        QCOMPARE(directory,
+                 root.path()
+                     + "/usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate Data/");
+        QVERIFY(QDir().mkpath(directory));
+        setRoot(qUtf8Printable(root.path()));
+        table().writeReport();
+        setRoot("");
+        QVERIFY(QFileInfo(directory + "UpdateRule.dat").size() > 0);
+        QVERIFY(QString::fromUtf8(table().dataDirectory()).startsWith("/usr/local/"));
+        table().destroy();
+        QVERIFY(!controller);
+    }
+
+    void tableSendsLatin1Only_data()
+    {
+        QTest::addColumn<QByteArray>("card");
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QByteArray>("sent");
+        const int accepted = KESTRUN_ACCEPTED;
+        const int bad = KESTRUN_BAD_TEXT;
+        QTest::newRow("empty") << QByteArray("lte") << QByteArray("") << accepted
+                               << QByteArray("SMS \"1\" \"\" receipt=1");
+        QTest::newRow("Latin-1") << QByteArray("lte") << QByteArray("caf\xC3\xA9") << accepted
+                                 << QByteArray("SMS \"1\" \"caf\\xe9\" receipt=1");
+        QTest::newRow("other character")
+            << QByteArray("lte") << QByteArray("\xE2\x82\xAC") << bad << QByteArray();
+        QTest::newRow("no UTF-8") << QByteArray("lte") << QByteArray("caf\xE9") << bad
+                                  << QByteArray();
+        QTest::newRow("null") << QByteArray("lte") << QByteArray() << bad << QByteArray();
+        QTest::newRow("no card") << QByteArray("none") << QByteArray("a") << int(KESTRUN_REFUSED)
+                                 << QByteArray();
+    }
+
+    void tableSendsLatin1Only()
+    {
+        QFETCH(QByteArray, card);
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, sent);
+        QCOMPARE(deviceService().start("emulated"), 0);
+        QCOMPARE(deviceService().loadCard(card), 0);
+        QCOMPARE(table().setReceipts(2), int(KESTRUN_ACCEPTED));
+        deviceService().clearJournal();
+        const char *const bytes = text.isNull() ? nullptr : text.constData();
+        QTEST(table().sendSms("1", bytes), "result");
+        const QByteArray calls = deviceService().journal();
+        QCOMPARE(calls.contains("SMS \""), !sent.isEmpty());
+        QVERIFY2(calls.contains(sent), calls.constData());
+        table().destroy();
     }
 };
 

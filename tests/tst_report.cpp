@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "CollectionDataLogic.h"
 #include "ConfigDocument.h"
 #include "ReportDocument.h"
 #include "TestData.h"
 #include "TestSupport.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include <QDomDocument>
 #include <QFileInfo>

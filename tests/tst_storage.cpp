@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "CollectionDataLogic.h"
 #include "StorageLocation.h"
 #include "TestData.h"
 #include "TestSupport.h"
-#include "plugin/PluginEntry.h"
+#include "kestrun/CollectionDataLogic.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QDir>
 #include <QFileInfo>

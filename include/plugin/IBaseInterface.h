@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// What every object that a dashboard may hold answers.
+/// The base of the interfaces through which a dashboard calls an object.
 ///
-/// The order of the virtual functions of all interfaces in this folder is the order of the slots
-/// through which dashboards call them; it never changes. The calls come on the host's thread.
+/// Dashboards call the virtual functions of all interfaces in this folder by their position, so
+/// that their order never changes. All calls are made on the host's thread.
 class IBaseInterface
 {
 public:
     virtual ~IBaseInterface() = default;
 
-    /// Asks the object to give up what it holds. Whether it does so is the object's affair.
+    /// Asks the object to release its resources. The object may ignore the request.
     virtual void Release() = 0;
 
-    /// The object's last error, 0 for none.
+    /// Returns the object's last error, or 0 if there was none.
     virtual int GetLastError() = 0;
 };

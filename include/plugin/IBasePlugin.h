@@ -7,30 +7,31 @@
 #include <QObject>
 #include <QString>
 
-/// What a dashboard asks of any plug-in: to start, and who it is.
+/// The interface of every plug-in: start-up and identity.
 class IBasePlugin : public IBaseInterface, public IDestroyEvent
 {
 public:
-    /// Starts the plug-in. Comes before Notify(), OnDestroy() and the deletion of the object.
-    /// Returns false if the plug-in could not start.
+    /// Starts the plug-in. The dashboard calls it before Notify(), before OnDestroy() and before it
+    /// deletes the object. Returns false if the plug-in could not start.
     virtual bool Init() = 0;
 
-    /// The kind of plug-in, a number of the dashboard's own.
+    /// Returns the kind of plug-in, a number that the dashboard defines.
     virtual int GetPluginType() = 0;
 
-    /// The plug-in's class identifier, a UUID without braces.
+    /// Returns the plug-in's class identifier, a UUID without braces.
     virtual QString GetCLSID() = 0;
 
+    /// Returns the plug-in's version, a number that the dashboard defines.
     virtual int GetVersion() = 0;
 
-    /// The plug-in's name, for people.
+    /// Returns the plug-in's name, for display.
     virtual QString GetPluginName() = 0;
 
-    /// Whether the dashboard may unload the library.
+    /// Returns true if the dashboard may unload the library.
     virtual bool IsAllowRelease() = 0;
 
-    /// Asks for a further object by number. `out` receives it and stays the plug-in's; a plug-in
-    /// that has none leaves `out` as it is.
+    /// Requests a further object by its number. Stores it in `out`; the plug-in keeps ownership. A
+    /// plug-in without such an object does not change `out`.
     virtual int QueryInterface(int id, QObject **out) = 0;
 };
 

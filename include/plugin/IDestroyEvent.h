@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// What a dashboard tells a plug-in before it lets it go.
+/// The calls that a plug-in receives before a dashboard deletes it.
 class IDestroyEvent
 {
 public:
     virtual ~IDestroyEvent() = default;
 
-    /// The dashboard is about to delete the plug-in: no event may reach it after this call.
+    /// Called when the dashboard is about to delete the plug-in, which must not receive an event
+    /// after this call.
     virtual void OnDestroy() = 0;
 
-    /// A request to withdraw what the plug-in has registered with the device service.
+    /// Asks the plug-in to withdraw its registrations with the device service.
     virtual void UnSDKRegisterEvent() = 0;
 };

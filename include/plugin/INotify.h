@@ -3,14 +3,14 @@
 
 #include <QObject>
 
-/// Where a dashboard sends its messages.
+/// Receives a dashboard's messages.
 class INotify
 {
 public:
     virtual ~INotify() = default;
 
-    /// Takes a message, a number of the dashboard's own with two parameters that go with it.
-    /// What the result means depends on the message.
+    /// Receives a message, a number that the dashboard defines, with its two parameters. The
+    /// meaning of the result depends on the message.
     virtual int Notify(unsigned int message, unsigned int param1, unsigned int param2) = 0;
 };
 

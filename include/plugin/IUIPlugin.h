@@ -6,25 +6,26 @@
 class QRect;
 class QWidget;
 
-/// What a dashboard asks of a plug-in that may have a window.
+/// The interface of a plug-in that may have a window.
 class IUIPlugin : public IBasePlugin
 {
 public:
-    /// Shows the plug-in's window in `parent`, within `rect` (pixels). Neither changes hands.
+    /// Shows the plug-in's window in `parent`, within `rect` (pixels). Does not take ownership.
     virtual int ShowWindow(QWidget *parent, QRect &rect) = 0;
 
-    /// Runs the plug-in's dialog to its end.
+    /// Runs the plug-in's dialog until it is closed.
     virtual int DoModal() = 0;
 
+    /// Hides the plug-in's window.
     virtual void Hide() = 0;
 
     /// Moves the plug-in's window into `rect` (pixels).
     virtual void FitSize(QRect &rect) = 0;
 
-    /// Whether there is a window to be shown.
+    /// Returns true if the plug-in has a window to show.
     virtual bool IsReady() = 0;
 
-    /// Changes the language of the window. Returns whether `language` was taken.
+    /// Changes the language of the window. Returns true if the plug-in accepted `language`.
     virtual bool ChangeLang(const QString &language) = 0;
 };
 

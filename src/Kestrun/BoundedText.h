@@ -6,8 +6,8 @@
 
 namespace kestrun {
 
-/// The text of a buffer that the device service filled, up to its NUL or, if the service forgot
-/// that, to the end of the buffer.
+/// Returns the text in a buffer that the device service filled: up to the NUL, or up to the end of
+/// the buffer if there is none.
 template <std::size_t Size>
 std::string textOf(const char (&buffer)[Size])
 {

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include "CollectionDataLogic.h"
+#include "kestrun/CollectionDataLogic.h"
 
 #include "ConfigDocument.h"
+#include "DataCardInfo.h"
+#include "HostPcInfo.h"
 #include "Log.h"
+#include "NetworkInfo.h"
 #include "ReportDocument.h"
 #include "StorageLocation.h"
 
 #include <QDomDocument>
 #include <QFile>
-#include <QMutexLocker>
+#include <QMutex>
 #include <QScopeGuard>
 #include <QSettings>
 
@@ -21,7 +24,7 @@ constexpr char kPath[] = "../../src/Kestrun/CollectionDataLogic";
 constexpr int kNotifyRewrite = 0x1000;
 constexpr int kNotifyRewriteOther = 0x802;
 
-// Mode 0002: dashboards know the file by it. It is not to be widened.
+// Mode 0002. Dashboards recognize the file by it, so that it must not be widened.
 constexpr auto kConfigPermissions = QFile::WriteOther;
 
 QString toQString(const std::string &latin1)
@@ -29,7 +32,7 @@ QString toQString(const std::string &latin1)
     return QString::fromLatin1(latin1.data(), static_cast<qsizetype>(latin1.size()));
 }
 
-// Whether this thread is in the middle of a report, and was asked for another one meanwhile.
+// Whether this thread is writing a report, and whether another one was requested meanwhile.
 struct ReportRun
 {
     bool running = false;
@@ -37,11 +40,33 @@ struct ReportRun
 };
 thread_local ReportRun t_reportRun;
 
+// A file in the plug-in's data directory. The directory is read from the settings each time.
+QString dataFile(const QString &name)
+{
+    QSettings settings(QStringLiteral("SysConfig.dat"), QSettings::IniFormat);
+    settings.beginGroup(QStringLiteral("EHIDS_PRODUCT_VERSION"));
+    return dataDirectory(settings.value(QStringLiteral("APP_INSTALL_PATH")).toString()) + name;
+}
+
 } // namespace
+
+// The controller's data. The mutex is locked while a report is written.
+struct kestrun::ControllerState
+{
+    std::map<std::string, std::string> data;
+    CDataCardInfo dataCard;
+    CHostPcInfo hostPc;
+    CNetworkInfo network;
+    QMutex mutex;
+
+    void writeReportAndConfig();
+    void writeReport();
+    void updateConfig();
+};
 
 std::atomic<CCollectionDataLogic *> CCollectionDataLogic::_Instance = nullptr;
 
-CCollectionDataLogic::CCollectionDataLogic() = default;
+CCollectionDataLogic::CCollectionDataLogic() : m_state(std::make_unique<ControllerState>()) {}
 
 CCollectionDataLogic::~CCollectionDataLogic() = default;
 
@@ -66,8 +91,8 @@ void CCollectionDataLogic::RegisterWithDevice()
         qDebug("%s: %s: ZEPA_DevSrv_RegisterDevMgrCallback failed", kPath, __func__);
     if (ZEPA_DevSrv_RegisterDevInitEventCallback(OnDevEvents) != 0)
         qDebug("%s: %s: ZEPA_DevSrv_RegisterDevInitEventCallback failed", kPath, __func__);
-    // Registered twice and withdrawn once: meant so. Whether registrations count is the device
-    // service's affair; ours takes a callback once.
+    // Registered a second time on the same channel, although UnRegisterDevice() withdraws it once.
+    // Whether registrations are counted depends on the device service; ours does not count them.
     logLine(source, "%s: %s: %s: Calling ZEPA_DevSrv_RegisterDevMgrCallback ()");
     const long result = ZEPA_DevSrv_RegisterDevMgrCallback(OnDevEvents);
     logLine(source, "%s: %s: %s: ZEPA_DevSrv_RegisterDevMgrCallback () returned %li", result);
@@ -140,34 +165,30 @@ void CCollectionDataLogic::WriteDataToFile()
         t_reportRun.again = true;
         return;
     }
-    const QMutexLocker lock(&m_mutex);
+    const QMutexLocker lock(&m_state->mutex);
     const auto ended = qScopeGuard([] { t_reportRun = {}; });
     t_reportRun = {.running = true};
-    writeReportAndConfig();
-    // One more run, not as many as are asked for: a device service that raises an event in every
-    // query would keep this thread for good.
+    m_state->writeReportAndConfig();
+    // Only one more, however many were requested: a device service that raises an event in every
+    // query would otherwise keep this thread busy forever.
     if (t_reportRun.again)
-        writeReportAndConfig();
+        m_state->writeReportAndConfig();
 }
 
-void CCollectionDataLogic::writeReportAndConfig()
+void ControllerState::writeReportAndConfig()
 {
-    m_dataCard.SetData(m_data);
-    m_network.SetData(m_data);
-    m_hostPc.SetData(m_data);
+    dataCard.SetData(data);
+    network.SetData(data);
+    hostPc.SetData(data);
     writeReport();
     updateConfig();
 }
 
-void CCollectionDataLogic::writeReport()
+void ControllerState::writeReport()
 {
-    std::wstring path;
-    GetPath(path);
-    path += L"UpdateRule.dat";
-    const QString fileName = QString::fromStdWString(path);
-
-    const QByteArray document = reportDocument(m_data);
-    // Written in place, by no other name first: readers may hold the file open.
+    const QString fileName = dataFile(QStringLiteral("UpdateRule.dat"));
+    const QByteArray document = reportDocument(data);
+    // Written in place and not to a temporary file first: readers may keep the file open.
     QFile file(fileName);
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.write(document);
@@ -179,58 +200,51 @@ void CCollectionDataLogic::writeReport()
         qDebug(" SetFilePermissions UserData.dat File Error.");
 }
 
-void CCollectionDataLogic::updateConfig()
+void ControllerState::updateConfig()
 {
-    // Two lines below say "Exit" where nothing exits: they are meant so.
+    // The log says "Exit" after each of the first two failures, although the function continues.
     const Source source{kPath, "WriteDataToFile"};
-    constexpr char kExit[] = "%s : %s: %s: Exit";
+    static constexpr LineFormat<> kExit("%s : %s: %s: Exit");
     qDebug("Read Config.xml file:");
-    std::wstring path;
-    GetPath(path);
-    path += L"Config.xml";
-    QFile file(QString::fromStdWString(path));
+    QFile file(dataFile(QStringLiteral("Config.xml")));
 
-    // Every step is taken whatever became of those before: a file that is missing or does not
-    // parse ends up empty, where the directory allows that.
+    // A failure does not stop the steps that follow: a file that is missing or is not XML becomes
+    // an empty file, if the directory permits it.
     const bool opened = file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
     if (!opened) {
         qDebug("Error open file: ");
         logLine(source, kExit);
     }
     file.setPermissions(kConfigPermissions);
-    const QByteArray before = opened ? file.readAll() : QByteArray();
-    if (isTooDeep(before)) {
+    const QByteArray original = opened ? file.readAll() : QByteArray();
+    if (isTooDeep(original)) {
         qWarning("Config.xml is nested too deeply to be written and is left as it is; its lock "
                  "state is not updated");
         return;
     }
     QDomDocument config;
     QString error;
-    // setContent() keeps what stands before an error.
-    if (!opened || !config.setContent(before, false, &error)) {
+    // Replaced after an error, since setContent() keeps the nodes that precede the error.
+    if (!opened || !config.setContent(original, false, &error)) {
         config = QDomDocument();
         qDebug("Error set file: ");
         logLine(source, kExit);
     }
     file.close();
 
-    setSimLockState(config, toQString(m_data["Device_SimLock"]));
-    // Not saved into the file itself: that writes it line by line.
-    const QByteArray after = configText(config);
+    setSimLockState(config, toQString(data["Device_SimLock"]));
+    // Converted to one text first: saving directly into the file would write it line by line.
+    const QByteArray updated = configText(config);
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         file.setPermissions(kConfigPermissions);
-        file.write(after);
+        file.write(updated);
         file.close();
     }
 }
 
 void CCollectionDataLogic::GetPath(std::wstring &path)
 {
-    QSettings settings(QStringLiteral("SysConfig.dat"), QSettings::IniFormat);
-    settings.beginGroup(QStringLiteral("EHIDS_PRODUCT_VERSION"));
-    const QString installPath = settings.value(QStringLiteral("APP_INSTALL_PATH")).toString();
-    settings.endGroup();
-    path = dataDirectory(installPath).toStdWString();
+    path = dataFile({}).toStdWString();
 }
 
 bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
@@ -242,7 +256,7 @@ bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
     qDebug("%s: %s:Entered ", source.path, source.function);
     const long created = ZEPA_SMSSrv_CreateSMSRecord(&handle, numberText.utf16(),
                                                      messageText.utf16());
-    // A warning for success, too: meant so.
+    // A warning even after success: the line reports the result code in either case.
     qWarning("The Error code returned by the ZEPA_SMSSrv_CreateSMSRecord = %ld", created);
     bool accepted = false;
     if (created == 0) {
@@ -251,7 +265,7 @@ bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
         logLine(source, "%s: %s: %s: ZEPA_SMSSrv_SendMsg () returned %li", sent);
         accepted = sent == 0;
     }
-    // There may be a record after a failure as well.
+    // A failed call may also have created a record.
     if (handle)
         ZEPA_SMSSrv_ReleaseSMSRecord(&handle);
     return accepted;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "CollectionDataLogic.h"
+#include "kestrun/CollectionDataLogic.h"
 #include "plugin/INotify.h"
 #include "plugin/IUIPlugin.h"
 
-/// The object that the dashboard holds: hands the work to the controller, and answers the calls
-/// that concern a window, of which it has none, with fixed results.
+/// The plug-in object: forwards the dashboard's calls to the controller. It has no window, and
+/// answers the calls about one with fixed results.
 ///
-/// All calls come on the host's thread. The object does not own the controller: it outlives the
-/// object, and the host ends it with CCollectionDataLogic::Destroy().
+/// Runs on the host's thread. The object does not own the controller, which stays alive after the
+/// object is deleted and until the host calls CCollectionDataLogic::Destroy().
 class CCollectionDataPlugin : public QObject, public IUIPlugin, public INotify
 {
     Q_OBJECT
@@ -26,8 +26,8 @@ public:
     void FitSize(QRect &rect) override;
     bool IsReady() override;
 
-    /// Creates the controller, registers for device events and writes the first report, whether
-    /// or not there is a card. False only if there is no controller.
+    /// Creates the controller, registers for device events and writes the first report, with or
+    /// without a card. Returns false only if there is no controller.
     bool Init() override;
     int GetPluginType() override;
     QString GetCLSID() override;
@@ -40,7 +40,7 @@ public:
     /// Withdraws the registration for device events.
     void OnDestroy() override;
 
-    /// Does nothing: OnDestroy() withdraws.
+    /// Does nothing, since OnDestroy() withdraws the registration.
     void UnSDKRegisterEvent() override;
     int Notify(unsigned int message, unsigned int param1, unsigned int param2) override;
     int QueryInterface(int id, QObject **out) override;

@@ -12,9 +12,9 @@ namespace kestrun {
 
 namespace {
 
-constexpr int kDeepest = 500;
+constexpr int kMaximumDepth = 500;
 
-// Whether each byte '<' is that character, and the other way round.
+// Returns true if the byte '<' always stands for that character, and the character for that byte.
 bool isPlainlyEncoded(const QByteArray &xml)
 {
     static const QRegularExpression otherEncoding(
@@ -25,12 +25,13 @@ bool isPlainlyEncoded(const QByteArray &xml)
     return !xml.contains('\0') && !otherEncoding.match(declaration).hasMatch();
 }
 
-// A first look, many times as fast as a parser: never fewer levels than there are.
-bool mayBeTooDeep(const QByteArray &xml)
+// An upper bound of the depth, many times as fast as a parser. Returns false only for a document
+// that is certainly not too deep.
+bool estimateExceedsDepth(const QByteArray &xml)
 {
     if (!isPlainlyEncoded(xml))
         return true;
-    // End tags count for certain only where nothing else can hold "</".
+    // End tags are counted only if nothing else in the document can contain "</".
     bool tagsOnly = true;
     qsizetype starts = 0;
     qsizetype depth = 0;
@@ -46,10 +47,11 @@ bool mayBeTooDeep(const QByteArray &xml)
         ++starts;
         deepest = std::max(deepest, ++depth);
     }
-    return (tagsOnly ? deepest : starts) > kDeepest;
+    return (tagsOnly ? deepest : starts) > kMaximumDepth;
 }
 
-// The text of an element that has nothing else; a null node for any other element.
+// Returns an element's only child if that is a text and the element has no attributes, and a null
+// node otherwise.
 QDomText onlyText(const QDomElement &element)
 {
     const QDomNode first = element.firstChild();
@@ -64,19 +66,19 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
 {
     const QString historyName = QStringLiteral("HistoryData");
     const QString stateName = QStringLiteral("LatestSimLockState");
-    // Made once: the check of a new element's name takes longer than a copy.
-    QDomElement after = config.createElement(stateName);
-    after.appendChild(config.createTextNode(simLock));
+    // Created once, since checking the name of a new element takes longer than copying one.
+    QDomElement replacement = config.createElement(stateName);
+    replacement.appendChild(config.createTextNode(simLock));
     for (QDomElement history = config.documentElement().firstChildElement(historyName);
          !history.isNull(); history = history.nextSiblingElement(historyName)) {
-        const QDomElement before = history.firstChildElement(stateName);
-        if (before.isNull())
+        const QDomElement state = history.firstChildElement(stateName);
+        if (state.isNull())
             continue;
-        // The same document in the end, for half the time.
-        if (QDomText text = onlyText(before); !text.isNull())
+        // Yields the same document in half the time.
+        if (QDomText text = onlyText(state); !text.isNull())
             text.replaceData(0, text.length(), simLock);
         else
-            history.replaceChild(after.cloneNode(), before);
+            history.replaceChild(replacement.cloneNode(), state);
     }
 }
 
@@ -92,20 +94,20 @@ QByteArray configText(const QDomDocument &config)
 
 bool isTooDeep(const QByteArray &xml)
 {
-    if (!mayBeTooDeep(xml))
+    if (!estimateExceedsDepth(xml))
         return false;
     QXmlStreamReader reader(xml);
-    // As the document reads it: a prefix that is not declared ends nothing.
+    // As QDomDocument reads it: an undeclared prefix is no error.
     reader.setNamespaceProcessing(false);
     int depth = 0;
-    while (!reader.atEnd() && depth <= kDeepest) {
+    while (!reader.atEnd() && depth <= kMaximumDepth) {
         const auto token = reader.readNext();
         if (token == QXmlStreamReader::StartElement)
             ++depth;
         else if (token == QXmlStreamReader::EndElement)
             --depth;
     }
-    return depth > kDeepest;
+    return depth > kMaximumDepth;
 }
 
 } // namespace kestrun

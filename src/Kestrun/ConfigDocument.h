@@ -8,18 +8,18 @@ class QDomDocument;
 
 namespace kestrun {
 
-/// Makes the first `LatestSimLockState` of each `HistoryData` that is a child of the document
-/// element a bare element with the text `simLock`: attributes and children that it had are gone.
-/// Nothing else is touched, and where there is none, none is added.
+/// Replaces the first `LatestSimLockState` in each `HistoryData` that is a child of the document
+/// element by an element with the text `simLock` and without attributes. Changes nothing else, and
+/// adds no element where there is none.
 void setSimLockState(QDomDocument &config, const QString &simLock);
 
-/// The document as text, indented by 4, in the encoding that it declares or else in UTF-8; empty
-/// for an empty one.
+/// Returns the document as text, indented by 4, in the encoding that it declares, or in UTF-8 if
+/// it declares none. Returns an empty text for an empty document.
 QByteArray configText(const QDomDocument &config);
 
-/// Whether a document is nested more than 500 levels deep. QDom takes time that grows with the
-/// square of the depth to read such a document, and overflows the stack when it saves one of some
-/// thousand levels. No dashboard's file comes near. Pure; linear in the size.
+/// Returns true if a document is nested more than 500 levels deep, far deeper than a dashboard's
+/// file. QDom needs time that grows with the square of the depth to read a document, and overflows
+/// the stack when it saves one with some thousand levels. Pure; linear in the size.
 bool isTooDeep(const QByteArray &xml);
 
 } // namespace kestrun

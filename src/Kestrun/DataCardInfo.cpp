@@ -20,27 +20,27 @@ namespace {
 
 constexpr char kPath[] = "../../src/Kestrun/DataCardInfo";
 
-// Looked up in the working directory of the host.
+// A relative path: the host's working directory has the file.
 constexpr char kSysConfig[] = "SysConfig.dat";
 constexpr char kVersionKey[] = "EHIDS_PRODUCT_VERSION/VALUE";
 constexpr char kVolumePathKey[] = "Volumes/path1";
 
-// The plain text that some calls fill, as a record like those of the others.
+// The buffer of the calls that fill a plain text, in the form of a record.
 struct ShortText
 {
     char text[ZEPA_TEXT_SIZE];
 };
 
-// What a text read logs besides its value.
+// The log of a getter that reads one text.
 struct TextRead
 {
     const char *function; // the getter
     const char *field;
-    const char *before; // the lines around the call, with the buffer as it stands at the time
-    const char *after;
+    LineFormat<const char *> calling;        // with the buffer's text before the call
+    LineFormat<const char *, long> returned; // with its text after the call, and the result
 };
 
-// Asks for a record and takes one of its texts. The rest of the record is neither cleared nor read.
+// Queries a record and takes one of its texts. The rest of the record is neither cleared nor read.
 template <typename Record, std::size_t Size>
 void readText(std::string &field, const TextRead &read, std::int32_t (*call)(Record *),
               char (Record::*part)[Size])
@@ -51,10 +51,10 @@ void readText(std::string &field, const TextRead &read, std::int32_t (*call)(Rec
     Record record;
     char(&text)[Size] = record.*part;
     std::memset(text, 0, Size);
-    logLine(source, read.before, textOf(text).c_str());
+    logLine(source, read.calling, textOf(text).c_str());
     const long result = call(&record);
     const std::string answer = textOf(text);
-    logLine(source, read.after, answer.c_str(), result);
+    logLine(source, read.returned, answer.c_str(), result);
     if (result != 0) {
         logFailure(read.field, field);
         return;
@@ -88,13 +88,14 @@ const char *productFamily(std::int32_t productType)
     return "";
 }
 
-// A text of an INI file; empty if file, section or key is missing.
+// Reads a text from an INI file. Returns an empty text if the file, the section or the key is
+// missing.
 QString readSetting(const QString &file, const char *key)
 {
     return QSettings(file, QSettings::IniFormat).value(QLatin1String(key)).toString();
 }
 
-// What the answers to the SMS-trigger query have come to. They may arrive on another thread.
+// The verdict on the answers to the SMS-trigger query, which may arrive on another thread.
 std::string g_strSmsTrigger;
 QBasicMutex s_triggerMutex;
 
@@ -136,7 +137,7 @@ void CDataCardInfo::SetData(std::map<std::string, std::string> &data)
     data["Device_ESN"] = m_info.strESN;
     data["Device_Fver"] = m_info.strFver;
     data["Device_Hver"] = m_info.strHver;
-    // A CDMA card is known by its MEID and ESN, even if it has an IMEI.
+    // A CDMA card is identified by its MEID and ESN, even if it has an IMEI.
     data["Device_IMEI"] = m_info.strProductFamily == "CDMA" ? std::string() : m_info.strIMEI;
     data["Device_MEID"] = m_info.strMEID;
     data["Device_Model"] = m_info.strModel;
@@ -287,7 +288,7 @@ void CDataCardInfo::GetSimlockState(_DEVICE_INFO &rec)
     std::int32_t third = 0;
     if (ZEPA_DevSrv_GetCardLockStatus(&state, &second, &third) != 0)
         warnLine(source, "%s : %s : %s : ZEPA_DevSrv_GetCardLockStatus returned error");
-    // Meant to say "success" after a failure, too: what counts is the state that follows.
+    // The text says "success" after a failure too; the line is there to log the state.
     logLine(source,
             "%s : %s : %s : ZEPA_DevSrv_GetCardLockStatus returned success  card state = %d",
             int{state});
@@ -304,7 +305,7 @@ void CDataCardInfo::GetSmsTrigger(_DEVICE_INFO &rec)
     if (ZEPA_RegDataRevCallBack(m_pfnDataRev) != 0)
         return;
     logLine(source, "%s: %s: %s: Calling GetSmsTrigger():AT command:%s", kTriggerCommand);
-    // The device service has delivered the answer when the second of these calls returns.
+    // The device service has delivered the whole answer when ZEPA_EndExuceATCmd() returns.
     if (ZEPA_ExuceATCmd(kTriggerCommand, kLength) == 0 && ZEPA_EndExuceATCmd() == 0)
         logLine(source, "%s: %s: %s: ZEPA_EndExuceATCmd Successful.");
     if (ZEPA_UnRegDataRevCallBack(m_pfnDataRev) != 0)
@@ -321,7 +322,7 @@ int CDataCardInfo::RecDataFunc(void *data, int)
         setTriggerVerdict(verdict);
         return result;
     } catch (const std::exception &error) {
-        // The device service is C: nothing may be thrown through it.
+        // An exception must not pass through the device service, which is C.
         qWarning("pfnDataRev () Response data is cut short, the SMS trigger stays as it was: %s",
                  error.what());
         return 1;
@@ -342,7 +343,7 @@ void CDataCardInfo::GetDeviceDverCD(_DEVICE_INFO &rec)
     const QString portDetect = systemLocation(
         QStringLiteral("/Library/StartupItems/VLPortDetect/config"));
     QString path = readSetting(portDetect, kVolumePathKey);
-    // The volume's name has no effect; that it is read and put right all the same is meant.
+    // Only corrected: nothing uses the name, and the path alone decides.
     QString name = readSetting(portDetect, "Volumes/name");
     if (name == QLatin1String("Pelican"))
         name = QStringLiteral("Pelican Broadband PX4410");
@@ -354,7 +355,7 @@ void CDataCardInfo::GetDeviceDverCD(_DEVICE_INFO &rec)
     }
     if (path.isEmpty())
         return;
-    // Glued on as it stands: the mount path is expected to end in a slash.
+    // No separator is added: the stored mount path ends in a slash.
     path += QStringLiteral("Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat");
     rec.strDverCD = readSetting(path, kVersionKey).toLatin1().toStdString();
 }

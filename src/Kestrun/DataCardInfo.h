@@ -4,7 +4,7 @@
 #include "devsrv/DeviceService.h"
 #include "plugin/ICollection.h"
 
-/// What the report says of the data card. Every field is text and empty until it has been read.
+/// The report's values about the data card. Every field is a text that is empty until it is read.
 struct _DEVICE_INFO
 {
     std::string strSN;
@@ -26,19 +26,19 @@ struct _DEVICE_INFO
 
 /// Collects identity and state of the data card from the device service.
 ///
-/// A getter writes its one field, blocks for as long as the device service takes, never throws and
-/// turns a failure into an empty field (GetSimlockState() excepted). Nothing is cached: two getters
-/// that need the same record each ask for it. One thread at a time, see ICollection.
+/// Each getter writes one field, blocks until the device service has answered and never throws.
+/// After a failure the field is empty, except for GetSimlockState(). Nothing is cached: two getters
+/// that need the same record query it twice. For one thread at a time, see ICollection.
 class CDataCardInfo : public ICollection
 {
 public:
     CDataCardInfo() = default;
 
-    /// Calls all getters, then publishes the fifteen "Device_" entries. The IMEI of a CDMA card is
-    /// published empty.
+    /// Calls all getters, then publishes the fifteen "Device_" entries. For a CDMA card the IMEI is
+    /// published as an empty text.
     void SetData(std::map<std::string, std::string> &data) override;
 
-    /// Always empty: values go into the map given to SetData().
+    /// Always returns an empty map: the values go into the map that SetData() is given.
     std::map<std::string, std::string> GetData() override;
 
     virtual ~CDataCardInfo() = default;
@@ -57,23 +57,23 @@ public:
     /// The number of the first usable entry of the SIM's own-number phonebook.
     void GetMSISDN(_DEVICE_INFO &rec);
 
-    /// Publishes "0" when the device service cannot tell.
+    /// The field is "0" if the device service does not know the state.
     void GetSimlockState(_DEVICE_INFO &rec);
 
-    /// Asks the card over the AT channel; one exchange at a time in the process. Keeps the field
-    /// as it was when the channel cannot be had.
+    /// Queries the card over the AT channel, with one exchange at a time in the process. Leaves the
+    /// field as it was if the channel is not available.
     void GetSmsTrigger(_DEVICE_INFO &rec);
 
     /// From "SysConfig.dat" in the host's working directory.
     void GetDeviceDverPC(_DEVICE_INFO &rec);
 
-    /// From the CD volume whose mount path the port-detect startup item has stored, or else the
+    /// From the CD volume. Its mount path is stored by the port-detect startup item or else by the
     /// dashboard's autorun configuration.
     void GetDeviceDverCD(_DEVICE_INFO &rec);
 
-    /// Takes one piece of the answer to GetSmsTrigger()'s command, on any thread. `data` is text
-    /// up to its NUL, or null; `length` is not looked at. Returns 0 if the piece settles the query
-    /// negatively, else 1. Never throws.
+    /// Receives one piece of the answer to GetSmsTrigger()'s command, on any thread. `data` is a
+    /// text that ends in a NUL, or null; `length` is ignored. Returns 0 if the piece ends the query
+    /// with a negative result, else 1. Never throws.
     static int RecDataFunc(void *data, int length);
 
 private:

@@ -14,8 +14,8 @@ constexpr char kPath[] = "../../src/Kestrun/HostPcInfo";
 
 const char *macVersionText(int macintoshVersion)
 {
-    // Meant to be irregular: 1 to 3 come out one release high and 4, which is release 10.2, has no
-    // text. Readers of the report have always seen it so.
+    // Irregular for the first releases: 2 and 3 name the release after their own, and 4, which is
+    // 10.2, has no text. The report has always had these values, and its readers expect them.
     static constexpr const char *kTexts[] = {"",     "10.0", "10.1", "10.2", "",
                                              "10.3", "10.4", "10.5", "10.6"};
     constexpr int kCount = std::size(kTexts);
@@ -69,7 +69,7 @@ void CHostPcInfo::GetSystemOsPlatform(_HOST_PC &rec)
 
 void CHostPcInfo::GetSystemOsName(_HOST_PC &rec)
 {
-    // Name and version are both there or both empty. The trailing blank is part of the name.
+    // Empty exactly if the version is empty. The trailing blank is part of the name.
     const bool known = *macVersionText(macintoshVersion()) != '\0';
     rec.strOsName = known ? "Mac OS X " : "";
 }

@@ -3,7 +3,7 @@
 
 #include "plugin/ICollection.h"
 
-/// What the report says of the computer. Every field is text and empty until it has been set.
+/// The report's values about the computer. Every field is a text that is empty until it is set.
 struct _HOST_PC
 {
     std::string strOemId;
@@ -20,13 +20,13 @@ struct _HOST_PC
     std::string strEmailVersion;
 };
 
-/// The version text of a Mac OS release by its number in Qt 4's enumeration; empty for the numbers
-/// that are not in the table.
+/// Returns the version text of a Mac OS release, given its number in Qt 4's enumeration, or an
+/// empty text for a number that is not in the table.
 const char *macVersionText(int macintoshVersion);
 
-/// Collects name and version of the operating system; all else stays empty in this build.
+/// Collects name, version and platform of the operating system. All other fields stay empty.
 ///
-/// Nothing here can fail. One thread at a time, see ICollection.
+/// The getters cannot fail. For one thread at a time, see ICollection.
 class CHostPcInfo : public ICollection
 {
 public:
@@ -35,7 +35,7 @@ public:
     /// Calls all getters, then publishes the twelve "System_" entries.
     void SetData(std::map<std::string, std::string> &data) override;
 
-    /// Always empty: values go into the map given to SetData().
+    /// Always returns an empty map: the values go into the map that SetData() is given.
     std::map<std::string, std::string> GetData() override;
 
     virtual ~CHostPcInfo() = default;
@@ -52,7 +52,7 @@ public:
     void GetSystemBrowserVersion(_HOST_PC &rec);
     void GetSystemBrowserName(_HOST_PC &rec);
 
-    /// Always false: readers of the report know one platform only.
+    /// Always returns false: readers of the report know only the 32-bit platform.
     bool Is64BitSystem();
 
 private:

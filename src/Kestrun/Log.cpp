@@ -9,8 +9,8 @@ namespace kestrun {
 
 std::array<char, 16> timeStamp()
 {
-    // Not QTime: it looks at the time zone's file for each of a report's eighty lines, and formats
-    // through locale and calendar.
+    // QTime would check the time zone's file for each of a report's eighty lines, and format
+    // through the locale and the calendar.
     using namespace std::chrono;
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));

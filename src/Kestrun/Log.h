@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "LineFormat.h"
+
 #include <QLoggingCategory>
 
 #include <array>
 #include <string>
+#include <type_traits>
 
 namespace kestrun {
 
@@ -18,41 +21,44 @@ struct Source
 /// The current time as "hh:mm:ss:zzz".
 std::array<char, 16> timeStamp();
 
-/// Whether anybody takes the log: a host may have switched it off, and a line costs more than most
-/// of what it tells of.
+/// Whether the host has the log switched on. Formatting a line takes longer than most of the calls
+/// that it reports.
 inline bool logEnabled()
 {
     return QLoggingCategory::defaultCategory()->isDebugEnabled();
 }
 
-/// Logs a line whose first three "%s" are time, path and function; the further arguments follow.
-/// Numbers for "%li" and "%ld" are to be passed as `long`.
+/// Logs a line that begins with time, path and function.
 template <typename... Arguments>
-void logLine(const Source &source, const char *format, Arguments... arguments)
+void logLine(const Source &source, std::type_identity_t<LineFormat<Arguments...>> format,
+             Arguments... arguments)
 {
     if (logEnabled())
-        qDebug(format, timeStamp().data(), source.path, source.function, arguments...);
+        qDebug(format.text(), timeStamp().data(), source.path, source.function, arguments...);
 }
 
+/// Logs the same as a warning.
 template <typename... Arguments>
-void warnLine(const Source &source, const char *format, Arguments... arguments)
+void warnLine(const Source &source, std::type_identity_t<LineFormat<Arguments...>> format,
+              Arguments... arguments)
 {
-    qWarning(format, timeStamp().data(), source.path, source.function, arguments...);
+    qWarning(format.text(), timeStamp().data(), source.path, source.function, arguments...);
 }
 
-/// The line that most functions begin with.
+/// Logs the first line of most functions.
 inline void logCalled(const Source &source)
 {
     logLine(source, "%s: %s: %s: called");
 }
 
-/// The line that a collected value ends with: "=========strIMEI===========4901...".
+/// Logs a collected value: "=========strIMEI===========4901...".
 inline void logValue(const char *field, const std::string &value)
 {
     if (logEnabled())
         qDebug("=========%s===========%s", field, value.c_str());
 }
 
+/// Logs that a value could not be collected.
 inline void logFailure(const char *field, const std::string &value)
 {
     qDebug("=========%s_FAILED===========%s", field, value.c_str());

@@ -14,15 +14,15 @@ namespace {
 constexpr char kPath[] = "../../src/Kestrun/NetworkInfo";
 constexpr std::int32_t kReportLocation = 2;
 
-// One of the two registrations of a card: its functions, and the lines around their calls.
+// One of a card's two registrations: its functions, and the log lines around the two queries.
 struct Domain
 {
     std::int32_t (*getState)(RegStateRecord *);
     std::int32_t (*setReport)(std::int32_t);
-    const char *beforeFirst;
-    const char *afterFirst;
-    const char *beforeSecond;
-    const char *afterSecond;
+    LineFormat<int> firstCalling; // with the report mode
+    LineFormat<int, long> firstReturned;
+    LineFormat<const char *> secondCalling; // with the text that is read
+    LineFormat<const char *, long> secondReturned;
 };
 
 constexpr Domain kCircuitSwitched{
@@ -34,7 +34,8 @@ constexpr Domain kCircuitSwitched{
     "<======= %s: %s: %s: ZEPA_NetSrv_GetCSRegState(%s) returned %li:",
 };
 
-// The line before the second query names the report function: it is meant so.
+// The line before the second query names the report function, although it announces a query. Logs
+// have always had this text.
 constexpr Domain kPacketSwitched{
     ZEPA_NetSrv_GetPSRegState,
     ZEPA_NetSrv_SetPSRegReport,
@@ -46,7 +47,7 @@ constexpr Domain kPacketSwitched{
 
 enum class WhenReporting { AskAgain, Stop };
 
-// Asks for the registration, switches location reports on, asks again and takes one text.
+// Queries the registration, switches location reports on, queries again and takes one text.
 template <std::size_t Size>
 void readRegistration(std::string &field, const Source &source, const char *fieldName,
                       const Domain &domain, char (RegStateRecord::*part)[Size],
@@ -58,9 +59,9 @@ void readRegistration(std::string &field, const Source &source, const char *fiel
     char(&text)[Size] = record.*part;
     text[0] = '\0';
     record.reportMode = 0;
-    logLine(source, domain.beforeFirst, record.reportMode);
+    logLine(source, domain.firstCalling, record.reportMode);
     long result = domain.getState(&record);
-    logLine(source, domain.afterFirst, record.reportMode, result);
+    logLine(source, domain.firstReturned, record.reportMode, result);
     if (result != 0)
         return;
 
@@ -68,14 +69,14 @@ void readRegistration(std::string &field, const Source &source, const char *fiel
         domain.setReport(kReportLocation);
     else if (whenReporting == WhenReporting::Stop)
         return;
-    logLine(source, domain.beforeSecond, textOf(text).c_str());
+    logLine(source, domain.secondCalling, textOf(text).c_str());
     result = domain.getState(&record);
     if (result != 0) {
         logFailure(fieldName, field);
         return;
     }
     field = textOf(text);
-    logLine(source, domain.afterSecond, field.c_str(), result);
+    logLine(source, domain.secondReturned, field.c_str(), result);
     logValue(fieldName, field);
 }
 
@@ -85,7 +86,7 @@ struct AccessTechnology
     const char *name;
 };
 
-// The odd spellings are meant: readers of the report compare them.
+// Readers of the report compare these names, so that the irregular spellings must stay.
 constexpr AccessTechnology kAccessTechnologies[] = {
     {1, "GSM"},
     {2, "GPRS"},
@@ -119,7 +120,7 @@ constexpr AccessTechnology kAccessTechnologies[] = {
 
 const char *accessTechnology(std::int32_t subMode, std::int32_t systemMode)
 {
-    // These two sub-modes leave the name to the system mode.
+    // For these two sub-modes the system mode decides.
     if (subMode == 5 || subMode == 6)
         return systemMode == 5 ? "WIMAX" : systemMode == 6 ? "LTE" : "";
     for (const AccessTechnology &technology : kAccessTechnologies) {
@@ -137,9 +138,9 @@ std::string reportedAddress(const QList<InterfaceState> &interfaces,
         [](const InterfaceState &interface) { return interface.up && interface.running; });
     if (!online || addresses.isEmpty())
         return {};
-    // The last entry decides, whatever stands before it.
+    // Only the last entry is considered.
     const QString address = addresses.last().toString();
-    // A search, not a comparison: 127.0.0.10 is taken for loopback, too.
+    // A search and not a comparison: 127.0.0.10 also counts as loopback.
     if (address.contains(QLatin1String("127.0.0.1")) || address.contains(QLatin1Char(':')))
         return {};
     return address.toStdString();
@@ -216,7 +217,8 @@ void CNetworkInfo::GetLTELac(_NETWORK_INFO &rec)
 
 void CNetworkInfo::GetLTECellID(_NETWORK_INFO &rec)
 {
-    // Alone among the four in stopping at report mode 2: it is meant so.
+    // The only one of the four getters that stops if the report mode is already 2. Readers of the
+    // report have always seen an empty cell identity then.
     readRegistration(rec.strCellID, {kPath, __func__}, "strCellID", kPacketSwitched,
                      &RegStateRecord::cellId, WhenReporting::Stop);
 }

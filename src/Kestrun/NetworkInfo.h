@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// What the report says of the network. Every field is text and empty until it has been read.
+/// The report's values about the network. Every field is a text that is empty until it is read.
 struct _NETWORK_INFO
 {
     std::string strAct;    ///< access technology, e.g. "LTE", "HSPA-PLU"
@@ -20,30 +20,31 @@ struct _NETWORK_INFO
     std::string strLatitude;
 };
 
-/// The name of an access technology by the device service's numbers; empty for those without one.
+/// Returns the name of an access technology, given the device service's numbers, or an empty text
+/// if they have none.
 const char *accessTechnology(std::int32_t subMode, std::int32_t systemMode);
 
-/// The address that the report carries: the last one of the host-wide list if that is IPv4 and not
-/// loopback and any interface is up and running, else nothing.
+/// Returns the address for the report: the last one of the host's list, if it is IPv4 and not
+/// loopback and at least one interface is up and running. Returns an empty text otherwise.
 std::string reportedAddress(const QList<kestrun::InterfaceState> &interfaces,
                             const QList<QHostAddress> &addresses);
 
 /// Collects registration, operator and access technology from the device service, and the host's
 /// address from the system.
 ///
-/// A getter writes its one field, blocks for as long as the device service takes, never throws and
-/// turns a failure into an empty field. The registration getters leave the card's report mode at 2.
-/// One thread at a time, see ICollection.
+/// Each getter writes one field, blocks until the device service has answered and never throws.
+/// After a failure the field is empty. The registration getters leave the card's report mode at 2.
+/// For one thread at a time, see ICollection.
 class CNetworkInfo : public ICollection
 {
 public:
     CNetworkInfo() = default;
 
-    /// Calls the getters, on LTE the packet-switched pair for cell and area, else the
-    /// circuit-switched one; then publishes the nine "Network_" entries.
+    /// Calls the getters, then publishes the nine "Network_" entries. Cell and area come from the
+    /// packet-switched registration on LTE, and otherwise from the circuit-switched one.
     void SetData(std::map<std::string, std::string> &data) override;
 
-    /// Always empty: values go into the map given to SetData().
+    /// Always returns an empty map: the values go into the map that SetData() is given.
     std::map<std::string, std::string> GetData() override;
 
     virtual ~CNetworkInfo() = default;
@@ -53,7 +54,7 @@ public:
     void GetCellID(_NETWORK_INFO &rec);
     void GetLTELac(_NETWORK_INFO &rec);
 
-    /// Stays empty when the card's report mode is 2 already.
+    /// The field stays empty if the card's report mode is already 2.
     void GetLTECellID(_NETWORK_INFO &rec);
 
     void GetPLMN(_NETWORK_INFO &rec);

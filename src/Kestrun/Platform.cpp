@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform.h"
 
-#include "plugin/PluginEntry.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QNetworkInterface>
 #include <QOperatingSystemVersion>
@@ -16,7 +16,7 @@ QString &systemRoot()
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT void KestrunSetSystemRoot(const char *directory)
+void KestrunSetSystemRoot(const char *directory)
 {
     QString root = QString::fromUtf8(directory);
     while (root.endsWith(QLatin1Char('/')))
@@ -44,8 +44,8 @@ int macintoshVersion()
 
 HostNetwork hostNetwork()
 {
-    // The addresses are those of QNetworkInterface::allAddresses(), which would ask the system for
-    // everything a second time.
+    // The addresses equal those of QNetworkInterface::allAddresses(), which would query the system
+    // a second time.
     HostNetwork network;
     for (const QNetworkInterface &interface : QNetworkInterface::allInterfaces()) {
         const bool up = interface.flags().testFlag(QNetworkInterface::IsUp);

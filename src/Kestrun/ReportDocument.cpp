@@ -16,8 +16,8 @@ struct Element
     const char *key = nullptr; // of the value
 };
 
-// The children of `Client`, in order. The nesting is what readers of the report go by: the
-// identities stand directly below `Client`, everything else below `Command`.
+// The children of `Client`, in order. Readers of the report rely on the nesting: the identities
+// are directly below `Client`, and all other values below `Command`.
 constexpr Element kElements[] = {
     {Item::Empty, "Time"},
     {Item::Value, "IMEI", "Device_IMEI"},
@@ -55,7 +55,7 @@ constexpr Element kElements[] = {
     {Item::End},
 };
 
-// Latin-1 in, text that XML 1.0 allows out.
+// Converts Latin-1 to a text that XML 1.0 permits.
 QString xmlText(const std::string &bytes)
 {
     QString text = QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
@@ -74,7 +74,7 @@ void writeElement(QXmlStreamWriter &xml, const Element &element,
     switch (element.item) {
     case Item::Begin:
         xml.writeStartElement(QLatin1String(element.name));
-        // The one attribute below the root, always empty.
+        // The only attribute below the root. It is always empty.
         if (qstrcmp(element.name, "Command") == 0)
             xml.writeAttribute(QStringLiteral("Type"), QString());
         return;

@@ -8,9 +8,10 @@
 
 namespace kestrun {
 
-/// "UpdateRule.dat" as UTF-8 XML, of the values in `data`, whose bytes are Latin-1. Every element
-/// is there, an empty one as a start tag directly followed by its end tag. A key that is missing in
-/// `data` reads as empty and is added. Bytes that no XML document can hold become U+FFFD.
+/// Returns the content of "UpdateRule.dat": UTF-8 XML with the values in `data`, which are Latin-1.
+/// The document always has all elements; an empty one is a start tag directly followed by its end
+/// tag. A key that is missing in `data` is added with an empty value. Characters that XML does not
+/// permit become U+FFFD.
 QByteArray reportDocument(std::map<std::string, std::string> &data);
 
 } // namespace kestrun

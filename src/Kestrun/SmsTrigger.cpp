@@ -14,8 +14,8 @@ TriggerAnswer judgeTriggerResponse(const std::string &response, const std::strin
         return {"255", 0};
     if (!has(response, "^RSTRIGGER"))
         return {verdict, 1};
-    // Counted from the beginning of the response, wherever the tag stands in it: meant so. A
-    // leading line break leaves some of the tag in the tail, which does no harm.
+    // Counted from the beginning of the response, wherever the tag is. After a leading line break
+    // the tail begins inside the tag, which has no digits and so does not change the verdict.
     constexpr std::size_t kTail = 11;
     const std::string tail = response.substr(kTail);
     if (has(tail, '0'))

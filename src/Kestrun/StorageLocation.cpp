@@ -17,18 +17,19 @@ namespace {
 
 constexpr std::string_view kEscapeSet = "!@~`#$%^&()+=,'[];";
 
-// What ParseEscapeChar() leaves as it is although the shell, or chmod, would act on it.
+// Returns false for characters that the shell or chmod would interpret and that ParseEscapeChar()
+// does not escape.
 bool isPlainWord(const QString &path)
 {
-    const auto acts = [](QChar character) {
+    const auto isInterpreted = [](QChar character) {
         return character < u' ' || character == QChar(0x7f) || character > QChar(0xff)
             || QStringLiteral("|<>\"\\*?{}").contains(character);
     };
     return !path.isEmpty() && !path.startsWith(u'-')
-        && std::none_of(path.begin(), path.end(), acts);
+        && std::none_of(path.begin(), path.end(), isInterpreted);
 }
 
-// The path's own bytes: the report writer passes UTF-8 as Latin-1.
+// Returns the bytes of the path, which the report writer passes as UTF-8 read as Latin-1.
 std::string fileName(const QString &path)
 {
     const QByteArray bytes = path.toLatin1();
@@ -37,7 +38,7 @@ std::string fileName(const QString &path)
 
 void runShell(const QString &command)
 {
-    // The result is of no use to anybody: the file may well belong to somebody else.
+    // A failure is ignored, since the file may belong to another user.
     [[maybe_unused]] const int status = std::system(command.toLatin1().constData());
 }
 
@@ -67,7 +68,7 @@ bool setFilePermissions(QString path)
         return true;
     }
     ParseEscapeChar(path);
-    // A quoted stretch for each blank keeps the path one word.
+    // Each blank is quoted, so that the shell reads the path as one word.
     path.replace(QStringLiteral(" "), QStringLiteral("\" \""));
     runShell(QStringLiteral("chmod u+wrx ") + path);
     runShell(QStringLiteral("chmod o+wrx ") + path);

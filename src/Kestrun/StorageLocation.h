@@ -7,24 +7,24 @@
 
 namespace kestrun {
 
-/// The directory that report and "Config.xml" live in, for the install path that "SysConfig.dat"
-/// names: blanks become "_", an empty one becomes "Brisk_Lane", nothing else is checked. Ends in
-/// "/".
+/// Returns the directory of the report and of "Config.xml", given the install path from
+/// "SysConfig.dat". Blanks in the path become "_", and an empty path becomes "Brisk_Lane"; the path
+/// is not checked in any other way. The result ends in "/".
 QString dataDirectory(const QString &installPath);
 
 } // namespace kestrun
 
-/// Adds read, write and execute for owner, others and group to the file at `path`, by three
-/// commands of the shell. A path that the shell would not take as one plain word gets the same
-/// bits directly, with a warning. Always returns true; a file that is missing or that may not be
-/// changed is left as it is.
+/// Adds the rights to read, write and execute for owner, others and group to the file at `path`,
+/// with three shell commands. If the shell would not read the path as one plain word, the rights
+/// are added directly, and a warning is logged. Always returns true, even if the file is missing or
+/// may not be changed.
 bool setFilePermissions(QString path);
 
 /// Puts a backslash before each of !@~`#$%^&()+=,'[]; in `text`.
 void ParseEscapeChar(QString &text);
 
-/// Text in the locale's 8-bit encoding, up to its first NUL, as UTF-8.
+/// Converts a text from the locale's 8-bit encoding to UTF-8, up to its first NUL.
 std::string AnsiToUtf8(const std::string &text);
 
-/// Wide text in the locale's 8-bit encoding, up to the first NUL of the result.
+/// Converts a wide text to the locale's 8-bit encoding, up to the first NUL of the result.
 std::string UnicodeToAnsi(const std::wstring &text);

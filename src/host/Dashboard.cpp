@@ -39,9 +39,9 @@ Dashboard::Dashboard(const HostOptions &options)
     if (!QDir::setCurrent(m_options.root))
         failRun(
             QStringLiteral("%1 cannot be entered; grant the right to do so").arg(m_options.root));
-    // The plug-in knows its directory from the settings that now stand in the working directory.
-    if (first)
-        root.prepareDataDirectory(m_plugin.dataDirectory());
+    // The plug-in reads its directory from the settings that are now in the working directory.
+    if (first && m_plugin.table())
+        root.prepareDataDirectory(dataFile({}));
 }
 
 Dashboard::~Dashboard()
@@ -65,7 +65,8 @@ void Dashboard::shutDown()
         m_interfaces.base->OnDestroy();
         delete m_object.data();
     }
-    m_plugin.destroyController();
+    if (m_plugin.table())
+        m_plugin.table()->destroy();
     m_deviceService.stop();
 }
 
@@ -75,12 +76,8 @@ int Dashboard::notify(unsigned int message, unsigned int param1, unsigned int pa
     return m_interfaces.notify->Notify(message, param1, param2);
 }
 
-bool Dashboard::sendSms(const std::string &number, const std::string &text)
+QString Dashboard::dataFile(const QString &name) const
 {
-    return m_plugin.sendSms(number, text);
-}
-
-bool Dashboard::setReceipts(bool enable)
-{
-    return m_plugin.setReceipts(enable);
+    return m_plugin.table() ? QString::fromUtf8(m_plugin.table()->dataDirectory()) + name
+                            : QString();
 }

@@ -18,44 +18,41 @@ struct HostOptions
     bool log = false;
 };
 
-/// A dashboard, as far as the plug-in can tell: brings the device service up, loads the plug-in,
-/// initialises it, and ends all that in the right order.
+/// Behaves towards the plug-in as a dashboard: starts the device service, loads and initialises the
+/// plug-in, and shuts both down in the right order.
 ///
-/// On the main thread.
+/// For the main thread.
 class Dashboard
 {
 public:
     /// Loads device service and plug-in and prepares the root. Throws Failure.
     explicit Dashboard(const HostOptions &options);
 
-    /// Shuts down if that has not been done.
+    /// Shuts down unless shutDown() was called.
     ~Dashboard();
 
     /// Creates the plug-in's object and initialises it: the first report is written. Throws
     /// Failure.
     void init();
 
-    /// `OnDestroy()`, deletes the object, `Destroy()`, stops the device service, in this order.
+    /// Calls `OnDestroy()`, deletes the object, deletes the controller and stops the device
+    /// service, in this order. The controller of a plug-in without a table stays until the program
+    /// ends.
     void shutDown();
 
-    /// Sends the plug-in a message.
+    /// Sends the plug-in a message and returns its answer.
     int notify(unsigned int message, unsigned int param1, unsigned int param2);
-
-    /// Both texts are Latin-1. Returns whether the device service took the message.
-    bool sendSms(const std::string &number, const std::string &text);
-
-    /// Returns whether the device service took the setting.
-    bool setReceipts(bool enable);
 
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }
-    QString reportFile() const
-    {
-        return m_plugin.dataDirectory() + QStringLiteral("UpdateRule.dat");
-    }
-    QString configFile() const { return m_plugin.dataDirectory() + QStringLiteral("Config.xml"); }
+
+    /// Returns the path of the file, or an empty text if the plug-in has no table, which tells it.
+    QString reportFile() const { return dataFile(QStringLiteral("UpdateRule.dat")); }
+    QString configFile() const { return dataFile(QStringLiteral("Config.xml")); }
 
 private:
+    QString dataFile(const QString &name) const;
+
     const HostOptions m_options;
     PluginLibrary m_plugin;
     DeviceServiceLibrary m_deviceService;

@@ -9,30 +9,10 @@
 #include <QFileInfo>
 #include <QJsonObject>
 
-namespace {
-
-// The controller's functions by their names in the file: the Itanium C++ ABI, which GCC and Clang
-// share, passes the object as a first argument like any other.
-constexpr char kGetInstance[] = "_ZN20CCollectionDataLogic11GetInstanceEv";
-constexpr char kDestroy[] = "_ZN20CCollectionDataLogic7DestroyEv";
-constexpr char
-    kGetPath[] = "_ZN20CCollectionDataLogic7GetPathERNSt7__cxx1112basic_stringIwSt11char_"
-                 "traitsIwESaIwEEE";
-constexpr char kSendSms[] = "_ZN20CCollectionDataLogic7SendSMSENSt7__cxx1112basic_stringIcSt11char_"
-                            "traitsIcESaIcEEES5_";
-constexpr char kSmsReportSetting[] = "_ZN20CCollectionDataLogic16SmsReportSettingEb";
-
-} // namespace
-
 template <typename Function>
 Function PluginLibrary::resolve(const char *symbol) const
 {
-    const auto function = reinterpret_cast<Function>(m_library.resolve(symbol));
-    if (!function) {
-        failRun(QStringLiteral("%1 does not export %2: it is not a plug-in for this dashboard")
-                    .arg(m_file, QLatin1String(symbol)));
-    }
-    return function;
+    return reinterpret_cast<Function>(m_library.resolve(symbol));
 }
 
 PluginLibrary::PluginLibrary(const QString &file) : m_file(file), m_library(file)
@@ -60,6 +40,11 @@ void PluginLibrary::load()
 
     const auto verification = resolve<PluginVerificationFunction>(
         "qt_plugin_query_verification_data");
+    if (!verification) {
+        failRun(QStringLiteral("%1 does not export qt_plugin_query_verification_data: it is not a "
+                               "plug-in for this dashboard")
+                    .arg(m_file));
+    }
     const QByteArray text = verification();
     if (text != kPluginVerificationText) {
         failRun(
@@ -68,14 +53,11 @@ void PluginLibrary::load()
                 .arg(m_file, QString::fromLatin1(text).replace(u'\n', u' '),
                      QString::fromLatin1(kPluginVerificationText).replace(u'\n', u' ')));
     }
-    m_controller = {
-        resolve<decltype(m_controller.getInstance)>(kGetInstance),
-        resolve<decltype(m_controller.destroy)>(kDestroy),
-        resolve<decltype(m_controller.getPath)>(kGetPath),
-        resolve<decltype(m_controller.sendSms)>(kSendSms),
-        resolve<decltype(m_controller.setReceipts)>(kSmsReportSetting),
-        resolve<decltype(m_controller.setSystemRoot)>("KestrunSetSystemRoot"),
-    };
+    m_setSystemRoot = resolve<KestrunSetSystemRootFunction>("KestrunSetSystemRoot");
+    const auto getTable = resolve<KestrunGetHostTableFunction>("KestrunGetHostTable");
+    const KestrunHostTable *const table = getTable ? getTable() : nullptr;
+    if (table && table->version == KESTRUN_HOST_TABLE_VERSION && table->size >= sizeof *table)
+        m_table = table;
 }
 
 PluginLibrary::Object PluginLibrary::instance()
@@ -91,36 +73,25 @@ PluginLibrary::Object PluginLibrary::instance()
     return found;
 }
 
-QObject *PluginLibrary::controller() const
+const KestrunHostTable &PluginLibrary::requireTable(const QString &purpose) const
 {
-    return m_controller.getInstance();
-}
-
-void PluginLibrary::destroyController() const
-{
-    m_controller.destroy();
-}
-
-QString PluginLibrary::dataDirectory() const
-{
-    std::wstring path;
-    m_controller.getPath(controller(), path);
-    return QString::fromStdWString(path);
-}
-
-bool PluginLibrary::sendSms(const std::string &number, const std::string &text) const
-{
-    return m_controller.sendSms(controller(), number, text);
-}
-
-bool PluginLibrary::setReceipts(bool enable) const
-{
-    return m_controller.setReceipts(controller(), enable);
+    if (!m_table) {
+        failRun(QStringLiteral("%1 cannot %2: it has no KestrunGetHostTable of version %3; use a "
+                               "newer plug-in")
+                    .arg(m_file, purpose)
+                    .arg(KESTRUN_HOST_TABLE_VERSION));
+    }
+    return *m_table;
 }
 
 void PluginLibrary::setSystemRoot(const QString &directory) const
 {
-    m_controller.setSystemRoot(directory.toUtf8().constData());
+    if (!m_setSystemRoot) {
+        failRun(QStringLiteral("%1 cannot be moved to %2: it has no KestrunSetSystemRoot; use a "
+                               "newer plug-in, or leave --root out")
+                    .arg(m_file, directory));
+    }
+    m_setSystemRoot(directory.toUtf8().constData());
 }
 
 QString PluginLibrary::defaultFile()

@@ -1,30 +1,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "kestrun/KestrunHostTable.h"
 #include "plugin/INotify.h"
 #include "plugin/IUIPlugin.h"
 
 #include <QLibrary>
 #include <QPluginLoader>
 
-#include <string>
-
-/// The plug-in's file: loaded, checked as a dashboard checks it, and asked for its object.
+/// Loads the plug-in's file, checks it as a dashboard does, and gives access to its object and its
+/// functions.
 ///
-/// The host does not link to the library, so that a missing or wrong file is a message and not a
-/// program that does not start. On the main thread.
+/// The host does not link to the library, so that the program starts and prints a message if the
+/// file is missing or wrong. For the main thread.
 class PluginLibrary
 {
 public:
-    /// Checks what can be checked before any of the file's code runs: that it is there, and has
-    /// Qt metadata of the right identifier. Throws Failure.
+    /// Checks, without running the file's code, that it exists and has Qt metadata with the right
+    /// identifier. Throws Failure.
     explicit PluginLibrary(const QString &file);
 
-    /// Loads the file, compares its verification text and finds the controller's functions; none
-    /// of those below fails after that. Throws Failure.
+    /// Loads the file and compares its verification text. Throws Failure.
     void load();
 
-    /// The plug-in's object with its three interfaces, all of them there. Throws Failure.
+    /// The plug-in's object with its three interfaces.
     struct Object
     {
         QObject *object;
@@ -32,37 +31,29 @@ public:
         IUIPlugin *window;
         INotify *notify;
     };
+    /// Returns the object with all three interfaces. Throws Failure.
     Object instance();
 
-    /// The controller, once the plug-in has been initialised.
-    QObject *controller() const;
+    /// Returns the plug-in's table, or null if the plug-in is an older one, which has none.
+    const KestrunHostTable *table() const { return m_table; }
 
-    void destroyController() const;
-    QString dataDirectory() const;
-    bool sendSms(const std::string &number, const std::string &text) const;
-    bool setReceipts(bool enable) const;
+    /// Returns the plug-in's table. `purpose` completes the sentence "the plug-in cannot ..." for
+    /// the Failure that is thrown if there is none.
+    const KestrunHostTable &requireTable(const QString &purpose) const;
+
+    /// Moves the plug-in's fixed locations. Throws Failure if the plug-in cannot do that.
     void setSystemRoot(const QString &directory) const;
 
-    /// The plug-in file of this installation or build.
+    /// Returns the plug-in file of this installation or build.
     static QString defaultFile();
 
 private:
     template <typename Function>
     Function resolve(const char *symbol) const;
 
-    // CCollectionDataLogic's functions; the object is passed as a first argument.
-    struct Controller
-    {
-        QObject *(*getInstance)();
-        void (*destroy)();
-        void (*getPath)(QObject *, std::wstring &);
-        bool (*sendSms)(QObject *, std::string, std::string);
-        bool (*setReceipts)(QObject *, bool);
-        void (*setSystemRoot)(const char *);
-    };
-
     QString m_file;
-    Controller m_controller{};
+    const KestrunHostTable *m_table = nullptr;
+    KestrunSetSystemRootFunction m_setSystemRoot = nullptr;
     QPluginLoader m_loader;
     mutable QLibrary m_library;
 };

@@ -26,8 +26,10 @@ QString valueOf(const ReportValues &values, const QString &path)
 } // namespace
 
 Watcher::Watcher(Dashboard &dashboard, Form form)
-    : m_dashboard(dashboard), m_form(form), m_reportFile(dashboard.reportFile()),
-      m_reportState(m_reportFile), m_input(STDIN_FILENO, QSocketNotifier::Read)
+    : m_dashboard(dashboard),
+      m_table(dashboard.plugin().requireTable(QStringLiteral("be watched"))), m_form(form),
+      m_reportFile(dashboard.reportFile()), m_reportState(m_reportFile),
+      m_input(STDIN_FILENO, QSocketNotifier::Read)
 {
     QFile file(m_reportFile);
     if (file.open(QIODevice::ReadOnly))
@@ -45,7 +47,7 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
 
 void Watcher::start()
 {
-    QObject *const controller = m_dashboard.plugin().controller();
+    auto *const controller = static_cast<QObject *>(m_table.controller());
     connect(controller, SIGNAL(DeviceAvailable()), this, SLOT(onAvailable()));
     connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
     checkReport();

@@ -21,6 +21,7 @@ class Watcher : public QObject
 public:
     enum class Form { Text, Json };
 
+    /// Throws Failure for a plug-in without a table.
     Watcher(Dashboard &dashboard, Form form);
 
     /// Connects to the plug-in's signals and tells of the report as it is.
@@ -42,6 +43,7 @@ private:
     void tell(const QString &text, QJsonObject object);
 
     Dashboard &m_dashboard;
+    const KestrunHostTable &m_table;
     const Form m_form;
     const QString m_reportFile;
     FileState m_reportState;

@@ -2,7 +2,7 @@
 #include "TestSupport.h"
 
 #include "TestData.h"
-#include "plugin/PluginEntry.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QDir>
 #include <QMutex>

@@ -38,13 +38,14 @@ private:
 
 void inspectExports(Findings &findings, const LibraryFacts &facts)
 {
-    for (const char *symbol : {"qt_plugin_instance", "qt_plugin_query_metadata_v2",
-                               "qt_plugin_query_verification_data", "KestrunSetSystemRoot"}) {
+    for (const char *symbol :
+         {"qt_plugin_instance", "qt_plugin_query_metadata_v2", "qt_plugin_query_verification_data",
+          "KestrunGetHostTable", "KestrunSetSystemRoot"}) {
         const bool there = facts.exports.contains(QLatin1String(symbol));
         findings.add(QStringLiteral("export"), there,
                      QLatin1String(symbol) + (there ? QString() : QStringLiteral(" is missing")));
     }
-    const qsizetype controller = facts.exports.filter(QStringLiteral("20CCollectionDataLogic"))
+    const qsizetype controller = facts.exports.filter(QStringLiteral("CCollectionDataLogic"))
                                      .size();
     findings.add(QStringLiteral("export"), controller > 0,
                  QStringLiteral("CCollectionDataLogic, %1 symbols").arg(controller));

@@ -43,11 +43,14 @@ ExitStatus runNotify(const QStringList &arguments)
 
     Dashboard dashboard(line.hostOptions());
     dashboard.init();
-    const FileState before(dashboard.reportFile());
+    const QString file = dashboard.reportFile();
+    const FileState snapshot(file);
     const int result = dashboard.notify(numbers.at(0), numbers.at(1), numbers.at(2));
-    const bool rewritten = !(FileState(dashboard.reportFile()) == before);
-    print(QStringLiteral("Result %1; the report was %2.\n")
-              .arg(result)
-              .arg(rewritten ? QStringLiteral("rewritten") : QStringLiteral("not rewritten")));
+    const bool rewritten = !(FileState(file) == snapshot);
+    QString effect = rewritten ? QStringLiteral("the report was rewritten")
+                               : QStringLiteral("the report was not rewritten");
+    if (file.isEmpty())
+        effect = QStringLiteral("this plug-in does not tell where it writes its report");
+    print(QStringLiteral("Result %1; %2.\n").arg(result).arg(effect));
     return ExitStatus::Done;
 }

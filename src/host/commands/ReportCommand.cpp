@@ -47,6 +47,7 @@ ExitStatus runReport(const QStringList &arguments)
     const ConfigState configAfter(dashboard.configFile());
     dashboard.shutDown();
 
+    dashboard.plugin().requireTable(QStringLiteral("tell where it wrote its report"));
     const auto values = reportValues(xml);
     if (!values)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));

@@ -5,10 +5,9 @@
 
 namespace {
 
-// Messages go through the plug-in as bytes of Latin-1.
-std::string latin1(const QString &what, const QString &text)
+// The card gets messages as Latin-1. Throws Failure for a text with other characters.
+void checkIsLatin1(const QString &what, const QString &text)
 {
-    const QByteArray bytes = text.toLatin1();
     for (qsizetype index = 0; index < text.size(); ++index) {
         if (text.at(index).unicode() > 0xff) {
             failUsage(QStringLiteral("the %1 has a character outside Latin-1, \"%2\" at position "
@@ -17,7 +16,6 @@ std::string latin1(const QString &what, const QString &text)
                           .arg(index + 1));
         }
     }
-    return bytes.toStdString();
 }
 
 // What the emulated card keeps of the messages that it was given.
@@ -36,13 +34,17 @@ QString sentMessages(const DeviceServiceLibrary &service)
 
 void send(const CommandLine &line)
 {
-    const std::string number = latin1(QStringLiteral("number"), line.positional().at(1));
-    const std::string text = latin1(QStringLiteral("text"), line.positional().at(2));
+    const QString number = line.positional().at(1);
+    const QString text = line.positional().at(2);
+    checkIsLatin1(QStringLiteral("number"), number);
+    checkIsLatin1(QStringLiteral("text"), text);
     Dashboard dashboard(line.hostOptions());
+    const KestrunHostTable &table = dashboard.plugin().requireTable(
+        QStringLiteral("send messages"));
     dashboard.init();
-    if (line.has(QStringLiteral("receipt")) && !dashboard.setReceipts(true))
+    if (line.has(QStringLiteral("receipt")) && table.setReceipts(1) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused delivery receipts; nothing was sent"));
-    if (!dashboard.sendSms(number, text))
+    if (table.sendSms(number.toUtf8().constData(), text.toUtf8().constData()) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused the message; --log shows its answer"));
     print(QStringLiteral("The device service took the message.\n")
           + sentMessages(dashboard.deviceService()));
@@ -55,8 +57,10 @@ void setReceipts(const CommandLine &line)
     if (!on && choice != QLatin1String("off"))
         failUsage(QStringLiteral("\"%1\" is neither on nor off").arg(choice));
     Dashboard dashboard(line.hostOptions());
+    const KestrunHostTable &table = dashboard.plugin().requireTable(
+        QStringLiteral("switch delivery receipts"));
     dashboard.init();
-    if (!dashboard.setReceipts(on))
+    if (table.setReceipts(on) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused the setting; --log shows its answer"));
     print(
         QStringLiteral("The device service took the setting: delivery receipts %1.\n").arg(choice));

@@ -37,7 +37,7 @@ constexpr Command kCommands[] = {
     {"cards", "list the emulated cards", runCards},
     {"inspect", "tell whether a dashboard would take a plug-in file", runInspect},
     {"help", "show the options of a command, or this list", runHelp},
-    {"--version", "show the version of kestrun and of Qt", runVersion},
+    {"--version", "show the versions of kestrun and Qt, and the backends", runVersion},
 };
 
 QString usage()

@@ -118,8 +118,8 @@ private Q_SLOTS:
 
     void survivesTriggerTagWithoutValue()
     {
-        QVERIFY_EXCEPTION_THROWN(kestrun::judgeTriggerResponse("^RSTRIGGER", ""),
-                                 std::out_of_range);
+        QVERIFY_THROWS_EXCEPTION(std::out_of_range,
+                                 kestrun::judgeTriggerResponse("^RSTRIGGER", ""));
         const LogCapture log;
         char tag[] = "^RSTRIGGER";
         QCOMPARE(CDataCardInfo::RecDataFunc(tag, 10), 1);

@@ -109,6 +109,27 @@ private Q_SLOTS:
         QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, as before"));
     }
 
+    void reportsFullStandardOutput_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        for (const char *arguments :
+             {"report --help", "help", "help report", "--help", "--version", "cards"})
+            QTest::newRow(arguments) << arguments;
+    }
+
+    void reportsFullStandardOutput()
+    {
+        QFETCH(QString, arguments);
+        QProcess process;
+        process.setStandardOutputFile("/dev/full");
+        process.start(HOST, arguments.split(' '));
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 1);
+        const QByteArray error = process.readAllStandardError();
+        QVERIFY2(error.startsWith("kestrun: standard output could not be written"),
+                 error.constData());
+    }
+
     void watchesCardUntilSignal_data()
     {
         QTest::addColumn<int>("signal");

@@ -39,7 +39,7 @@ void Service::replaceBackend(Backend backend)
     const std::shared_ptr<CardBackend> started = backend.card;
     std::unique_ptr<ActiveBackend> replaced;
     if (started)
-        replaced = std::make_unique<ActiveBackend>(std::move(backend));
+        replaced = std::make_unique<ActiveBackend>(ActiveBackend{std::move(backend)});
     {
         std::unique_lock lock(m_mutex);
         m_active.swap(replaced);

@@ -22,7 +22,8 @@ std::string escaped(char16_t unit)
     if (unit >= 0x20 && unit < 0x7f)
         return {static_cast<char>(unit)};
     char form[8];
-    std::snprintf(form, sizeof form, unit < 0x100 ? "\\x%02x" : "\\u%04x", unsigned{unit});
+    // Three octal digits: "\xe9" would take a following "a" in as a further digit.
+    std::snprintf(form, sizeof form, unit < 0x100 ? "\\%03o" : "\\u%04x", unsigned{unit});
     return form;
 }
 

@@ -78,6 +78,7 @@ void CommandLine::showHelp() const
     QString help = m_parser.helpText();
     help.insert(help.indexOf(QStringLiteral("[options]")), m_command + QLatin1Char(' '));
     print(help);
+    requirePrinted();
     std::exit(0);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Output.h"
 
+#include "Failure.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -18,7 +20,7 @@ QString visible(const QString &text)
     QString shown;
     for (const QChar character : text) {
         if (character.category() == QChar::Other_Control)
-            shown += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+            shown += QStringLiteral("\\%1").arg(character.unicode(), 3, 8, QLatin1Char('0'));
         else
             shown += character;
     }
@@ -30,6 +32,14 @@ QString visible(const QString &text)
 void print(const QString &text)
 {
     put(stdout, text);
+}
+
+void requirePrinted()
+{
+    if (std::ferror(stdout)) {
+        failRun(QStringLiteral("standard output could not be written; make room, or choose "
+                               "another place for it"));
+    }
 }
 
 void printError(const QString &line)

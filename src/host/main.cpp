@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QHashSeed>
 
-#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -28,6 +27,8 @@ struct Command
     ExitStatus (*run)(const QStringList &arguments);
 };
 
+ExitStatus runHelp(const QStringList &arguments);
+
 constexpr Command kCommands[] = {
     {"report", "write a report, as a dashboard's start does, and show it", runReport},
     {"watch", "stay, and tell what the plug-in does", runWatch},
@@ -35,6 +36,8 @@ constexpr Command kCommands[] = {
     {"notify", "send the plug-in a message", runNotify},
     {"cards", "list the emulated cards", runCards},
     {"inspect", "tell whether a dashboard would take a plug-in file", runInspect},
+    {"help", "show the options of a command, or this list", runHelp},
+    {"--version", "show the versions of kestrun and Qt, and the backends", runVersion},
 };
 
 QString usage()
@@ -43,9 +46,8 @@ QString usage()
     for (const Command &command : kCommands)
         rows.append(
             {QStringLiteral("  ") + QLatin1String(command.name), QLatin1String(command.summary)});
-    return QStringLiteral(
-               "Usage: kestrun COMMAND [options]\n\n%1\n\"kestrun COMMAND --help\" tells "
-               "more of a command.\n")
+    return QStringLiteral("Usage: kestrun COMMAND [options]\n\n%1\n\"kestrun help COMMAND\" shows "
+                          "the options of a command.\n")
         .arg(table(rows));
 }
 
@@ -54,15 +56,27 @@ ExitStatus runCommand(QStringList arguments)
     if (arguments.size() < 2)
         failUsage(QStringLiteral("no command is given\n\n") + usage());
     const QString name = arguments.takeAt(1);
-    if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
-        print(usage());
-        return ExitStatus::Done;
-    }
+    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
+        return runHelp({arguments.at(0)});
     for (const Command &command : kCommands) {
         if (name == QLatin1String(command.name))
             return command.run(arguments);
     }
     failUsage(QStringLiteral("there is no command \"%1\"\n\n").arg(name) + usage());
+}
+
+// "help COMMAND" is "COMMAND --help".
+ExitStatus runHelp(const QStringList &arguments)
+{
+    const QString topic = arguments.value(1, QStringLiteral("--help"));
+    if (arguments.size() > 2)
+        failUsage(QStringLiteral("help takes one command; \"%1\" is one argument too many")
+                      .arg(arguments.at(2)));
+    if (topic == QLatin1String("--help") || topic == QLatin1String("-h")) {
+        print(usage());
+        return ExitStatus::Done;
+    }
+    return runCommand({arguments.at(0), topic, QStringLiteral("--help")});
 }
 
 } // namespace
@@ -76,9 +90,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("kestrun"));
     try {
         const ExitStatus status = runCommand(QCoreApplication::arguments());
-        if (std::ferror(stdout))
-            failRun(QStringLiteral("standard output could not be written; make room, or choose "
-                                   "another place for it"));
+        requirePrinted();
         return static_cast<int>(status);
     } catch (const Failure &failure) {
         printError(QStringLiteral("kestrun: ") + failure.message);

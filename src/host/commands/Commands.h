@@ -13,3 +13,4 @@ ExitStatus runSms(const QStringList &arguments);
 ExitStatus runNotify(const QStringList &arguments);
 ExitStatus runCards(const QStringList &arguments);
 ExitStatus runInspect(const QStringList &arguments);
+ExitStatus runVersion(const QStringList &arguments);

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Output.h"
+
+#include <QtGlobal>
+
+namespace {
+
+// The backends that the device service was built with, or why they are not known.
+QString builtBackends(const CommandLine &line)
+{
+    try {
+        const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
+        QStringList names;
+        for (const DevSrvBackend &backend : library.backends()) {
+            if (backend.built)
+                names << QString::fromUtf8(backend.name);
+        }
+        return names.join(QStringLiteral(", "));
+    } catch (const Failure &failure) {
+        return QStringLiteral("(%1)").arg(failure.message);
+    }
+}
+
+} // namespace
+
+ExitStatus runVersion(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("--version"),
+                     QStringLiteral("Shows the version of kestrun, the version of Qt that it runs "
+                                    "with, and the backends of the device service."));
+    line.addLibraryOptions();
+    line.read(arguments);
+
+    print(table({{QStringLiteral("kestrun"), QStringLiteral(KESTRUN_VERSION)},
+                 {QStringLiteral("Qt"), QLatin1String(qVersion())},
+                 {QStringLiteral("backends"), builtBackends(line)}}));
+    return ExitStatus::Done;
+}

@@ -153,7 +153,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << QByteArray("lte") << QByteArray("") << accepted
                                << QByteArray("SMS \"1\" \"\" receipt=1");
         QTest::newRow("Latin-1") << QByteArray("lte") << QByteArray("caf\xC3\xA9") << accepted
-                                 << QByteArray("SMS \"1\" \"caf\\xe9\" receipt=1");
+                                 << QByteArray("SMS \"1\" \"caf\\351\" receipt=1");
         QTest::newRow("other character")
             << QByteArray("lte") << QByteArray("\xE2\x82\xAC") << bad << QByteArray();
         QTest::newRow("no UTF-8") << QByteArray("lte") << QByteArray("caf\xE9") << bad

@@ -14,16 +14,18 @@
 #endif
 
 namespace kestrun {
+class ControllerUse;
 struct ControllerState;
-}
+} // namespace kestrun
 
 /// The controller: rewrites the report and emits signals on device events and host messages, and
 /// sends SMS. There is one in a process.
 ///
-/// The library owns it. The host calls GetInstance() and Destroy() on its own thread, GetInstance()
-/// before RegisterWithDevice() and UnRegisterDevice() before Destroy(). Device events arrive on any
-/// thread; signals are emitted on that thread, with no lock held. A lock keeps two reports from
-/// being written at the same time.
+/// The library owns it. All functions are thread-safe. The host calls UnRegisterDevice() before
+/// Destroy(), and does not use the pointer that GetInstance() returned after Destroy(). Device
+/// events arrive on any thread; signals are emitted on that thread. A lock keeps two reports from
+/// being written at the same time; a signal is emitted under that lock only if the device service
+/// raises the event in the middle of a query, on the same thread.
 class KESTRUN_EXPORT CCollectionDataLogic : public QObject
 {
     Q_OBJECT
@@ -33,25 +35,31 @@ public:
     /// call after Destroy().
     static CCollectionDataLogic *GetInstance();
 
-    /// Deletes the controller. Does not withdraw the registrations of RegisterWithDevice().
+    /// Deletes the controller, if there is one, after the calls that other threads have begun have
+    /// returned. From inside such a call, for example from a slot of a signal, it returns at once,
+    /// and the last of these calls deletes the controller. Events that arrive afterwards find no
+    /// controller. Does not withdraw the registrations of RegisterWithDevice().
     static void Destroy();
 
     /// Registers OnDevEvents() with the device service. A failure is logged.
     void RegisterWithDevice();
 
-    /// Withdraws the registrations. After this call no event arrives, except for a call of
-    /// OnDevEvents() that is still running because UnRegisterDevice() was called from inside it.
+    /// Withdraws the registrations. After this call no event arrives. If it is called from inside
+    /// an event, for example from a slot, the events that are being handled still come to their
+    /// end.
     void UnRegisterDevice();
 
     /// The callback for the device service. `data` is not used. Returns 1 if the event was
-    /// handled, and 0 if it is unknown or there is no controller.
+    /// handled, and 0 if it is unknown, there is no controller, or a slot threw an exception, which
+    /// is logged. Throws nothing.
     static int OnDevEvents(int event, void *data);
 
     /// Rewrites the report on the messages 4096 and 2050, and ignores all others. Always returns 0.
     int Notify(int message, unsigned int param1, unsigned int param2);
 
     /// Collects all values, writes "UpdateRule.dat" and updates the lock state in "Config.xml".
-    /// Failures are logged. Blocks until card, shell and disk have answered.
+    /// Failures are logged. Blocks until card, shell and disk have answered. When it returns, a
+    /// report that began after the call is written; calls that wait at the same time share it.
     ///
     /// A device service may raise events in the middle of a query. A call on a thread that is
     /// already writing a report therefore returns at once, and one more report follows the current
@@ -76,6 +84,8 @@ Q_SIGNALS:
     void DeviceUnavailable();
 
 private:
+    friend class kestrun::ControllerUse;
+
     CCollectionDataLogic();
     ~CCollectionDataLogic() override;
 

@@ -45,12 +45,13 @@ typedef struct KestrunHostTable
 
     /*
      * The controller: a QObject * with the signals DeviceAvailable() and DeviceUnavailable(), which
-     * are emitted on the thread of the device event. It is created if there is none. The library
-     * owns it: it is valid until destroy(), and the host must not delete it. Host's thread only.
+     * are emitted on the thread of the device event. It is created if there is none; null if there
+     * is no memory for it. The library owns it: it is valid until destroy(), and the host must not
+     * delete it. Any thread.
      */
     void *(*controller)(void);
 
-    /* The directory of "UpdateRule.dat" and "Config.xml", ending in "/". Host's thread only. */
+    /* The directory of "UpdateRule.dat" and "Config.xml", ending in "/". Any thread. */
     const char *(*dataDirectory)(void);
 
     /*
@@ -74,8 +75,10 @@ typedef struct KestrunHostTable
     int32_t (*setReceipts)(int32_t enable);
 
     /*
-     * Deletes the controller. The host calls it last, on its own thread: first OnDestroy(), which
-     * withdraws the registration for device events, then it deletes the plug-in object.
+     * Deletes the controller after the calls that other threads have begun have returned. The host
+     * calls it last: first OnDestroy(), which withdraws the registration for device events, then it
+     * deletes the plug-in object. From inside a slot of the controller's signals it returns at
+     * once, and the controller is deleted when the signal's emission has ended. Any thread.
      */
     void (*destroy)(void);
 } KestrunHostTable;

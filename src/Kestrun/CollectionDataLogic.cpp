@@ -8,12 +8,20 @@
 #include "NetworkInfo.h"
 #include "ReportDocument.h"
 #include "StorageLocation.h"
+#include "shared/Guard.h"
 
 #include <QDomDocument>
 #include <QFile>
 #include <QMutex>
 #include <QScopeGuard>
 #include <QSettings>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 using namespace kestrun;
 
@@ -59,6 +67,15 @@ struct kestrun::ControllerState
     CNetworkInfo network;
     QMutex mutex;
 
+    std::atomic<std::uint64_t> requestedReports = 0;
+    std::uint64_t writtenReports = 0; // requests that the latest report covers; under the mutex
+
+    // The calls on this controller, by thread, and whether the last of them deletes it. Both are
+    // under the lock of ControllerUse.
+    std::vector<std::thread::id> users;
+    bool destroyed = false;
+
+    void runReport();
     void writeReportAndConfig();
     void writeReport();
     void updateConfig();
@@ -66,21 +83,97 @@ struct kestrun::ControllerState
 
 std::atomic<CCollectionDataLogic *> CCollectionDataLogic::_Instance = nullptr;
 
+// Keeps a controller from being deleted while a call uses it.
+class kestrun::ControllerUse
+{
+public:
+    // Uses the present controller, if there is one.
+    ControllerUse()
+    {
+        const std::lock_guard lock(s_mutex);
+        begin(CCollectionDataLogic::_Instance);
+    }
+
+    explicit ControllerUse(CCollectionDataLogic *controller)
+    {
+        const std::lock_guard lock(s_mutex);
+        begin(controller);
+    }
+
+    ~ControllerUse()
+    {
+        if (!m_controller)
+            return;
+        std::unique_lock lock(s_mutex);
+        ControllerState &state = *m_controller->m_state;
+        state.users.erase(
+            std::find(state.users.begin(), state.users.end(), std::this_thread::get_id()));
+        const bool last = state.destroyed && state.users.empty();
+        s_unused.notify_all();
+        lock.unlock();
+        if (last)
+            delete m_controller;
+    }
+
+    ControllerUse(const ControllerUse &) = delete;
+    ControllerUse &operator=(const ControllerUse &) = delete;
+
+    CCollectionDataLogic *controller() const { return m_controller; }
+
+    static CCollectionDataLogic *instance()
+    {
+        const std::lock_guard lock(s_mutex);
+        if (!CCollectionDataLogic::_Instance)
+            CCollectionDataLogic::_Instance = new CCollectionDataLogic;
+        return CCollectionDataLogic::_Instance;
+    }
+
+    static void destroyInstance()
+    {
+        std::unique_lock lock(s_mutex);
+        CCollectionDataLogic *const controller = CCollectionDataLogic::_Instance.exchange(nullptr);
+        if (!controller)
+            return;
+        ControllerState &state = *controller->m_state;
+        const auto self = std::this_thread::get_id();
+        state.destroyed = std::find(state.users.begin(), state.users.end(), self)
+            != state.users.end();
+        if (state.destroyed)
+            return;
+        s_unused.wait(lock, [&] { return state.users.empty(); });
+        lock.unlock();
+        delete controller;
+    }
+
+private:
+    void begin(CCollectionDataLogic *controller)
+    {
+        if (controller)
+            controller->m_state->users.push_back(std::this_thread::get_id());
+        m_controller = controller;
+    }
+
+    static std::mutex s_mutex;
+    static std::condition_variable s_unused;
+
+    CCollectionDataLogic *m_controller = nullptr;
+};
+
+std::mutex ControllerUse::s_mutex;
+std::condition_variable ControllerUse::s_unused;
+
 CCollectionDataLogic::CCollectionDataLogic() : m_state(std::make_unique<ControllerState>()) {}
 
 CCollectionDataLogic::~CCollectionDataLogic() = default;
 
 CCollectionDataLogic *CCollectionDataLogic::GetInstance()
 {
-    if (!_Instance)
-        _Instance = new CCollectionDataLogic;
-    return _Instance;
+    return ControllerUse::instance();
 }
 
 void CCollectionDataLogic::Destroy()
 {
-    delete _Instance;
-    _Instance = nullptr;
+    ControllerUse::destroyInstance();
 }
 
 void CCollectionDataLogic::RegisterWithDevice()
@@ -113,43 +206,53 @@ void CCollectionDataLogic::UnRegisterDevice()
     logLine(source, "%s: %s: %s: Exited");
 }
 
-int CCollectionDataLogic::OnDevEvents(int event, void *)
+namespace {
+
+// Returns 1 if the event is one of those that the controller acts on, else 0.
+int handleEvent(CCollectionDataLogic &controller, int event, const Source &source)
 {
-    const Source source{kPath, __func__};
-    logLine(source, "%s: %s: %s:  Entered");
-    logLine(source, "%s: %s: %s:  Dev Evenet(%d)", event);
-    CCollectionDataLogic *const instance = _Instance;
-    if (!instance) {
-        logLine(source, "%s: %s: %s: _Instance is NULL ");
-        return 0;
-    }
-    int handled = 1;
     switch (event) {
     case DEVSRV_EVENT_CARD_CHANGED:
     case DEVSRV_EVENT_SIM_CHANGED:
     case DEVSRV_EVENT_NETWORK_CHANGED:
-        instance->WriteDataToFile();
-        break;
+        controller.WriteDataToFile();
+        return 1;
     case ZEPA_EVENT_DEV_DEVICE_INIT_FINISH: {
         logLine(source, "%s: %s: %s: ZEPA_EVENT_DEV_DEVICE_INIT_FINISH ");
         std::int32_t status = 0;
         if (ZEPA_DevSrv_GetDevStatus(&status) == 0 && status == DEVSRV_STATUS_READY)
-            Q_EMIT instance->DeviceAvailable();
-        break;
+            Q_EMIT controller.DeviceAvailable();
+        return 1;
     }
     case DEVSRV_EVENT_DEVICE_ENABLED:
-        Q_EMIT instance->DeviceAvailable();
-        break;
+        Q_EMIT controller.DeviceAvailable();
+        return 1;
     case DEVSRV_EVENT_DEVICE_REMOVED:
     case DEVSRV_EVENT_DEVICE_LOST:
-        Q_EMIT instance->DeviceUnavailable();
-        break;
+        Q_EMIT controller.DeviceUnavailable();
+        return 1;
     default:
-        handled = 0;
-        break;
+        return 0;
     }
-    logLine(source, "%s: %s: %s:  Exit");
-    return handled;
+}
+
+} // namespace
+
+int CCollectionDataLogic::OnDevEvents(int event, void *)
+{
+    return shared::guarded("OnDevEvents", 0, [&, function = __func__] {
+        const Source source{kPath, function};
+        logLine(source, "%s: %s: %s:  Entered");
+        logLine(source, "%s: %s: %s:  Dev Evenet(%d)", event);
+        const ControllerUse use;
+        if (!use.controller()) {
+            logLine(source, "%s: %s: %s: _Instance is NULL ");
+            return 0;
+        }
+        const int handled = handleEvent(*use.controller(), event, source);
+        logLine(source, "%s: %s: %s:  Exit");
+        return handled;
+    });
 }
 
 int CCollectionDataLogic::Notify(int message, unsigned int, unsigned int)
@@ -161,18 +264,30 @@ int CCollectionDataLogic::Notify(int message, unsigned int, unsigned int)
 
 void CCollectionDataLogic::WriteDataToFile()
 {
+    const ControllerUse use(this);
     if (t_reportRun.running) {
         t_reportRun.again = true;
         return;
     }
+    const std::uint64_t request = ++m_state->requestedReports;
     const QMutexLocker lock(&m_state->mutex);
+    // Another thread's report that began after this request serves it, too.
+    if (m_state->writtenReports >= request)
+        return;
     const auto ended = qScopeGuard([] { t_reportRun = {}; });
     t_reportRun = {.running = true};
-    m_state->writeReportAndConfig();
+    m_state->runReport();
     // Only one more, however many were requested: a device service that raises an event in every
     // query would otherwise keep this thread busy forever.
     if (t_reportRun.again)
-        m_state->writeReportAndConfig();
+        m_state->runReport();
+}
+
+void ControllerState::runReport()
+{
+    const std::uint64_t covered = requestedReports;
+    writeReportAndConfig();
+    writtenReports = covered;
 }
 
 void ControllerState::writeReportAndConfig()
@@ -249,6 +364,7 @@ void CCollectionDataLogic::GetPath(std::wstring &path)
 
 bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
 {
+    const ControllerUse use(this);
     const Source source{kPath, __func__};
     void *handle = nullptr;
     const QString numberText = toQString(number);
@@ -273,6 +389,7 @@ bool CCollectionDataLogic::SendSMS(std::string number, std::string text)
 
 bool CCollectionDataLogic::SmsReportSetting(bool enable)
 {
+    const ControllerUse use(this);
     const Source source{kPath, __func__};
     logLine(source, "%s : %s: %s:ZEPA_SMSSrv_SetSMSReceiptNotify() Calling: %d", int{enable});
     const long result = ZEPA_SMSSrv_SetSMSReceiptNotify(enable);

@@ -5,6 +5,8 @@
 #include "plugin/INotify.h"
 #include "plugin/IUIPlugin.h"
 
+#include <QPointer>
+
 /// The plug-in object: forwards the dashboard's calls to the controller. It has no window, and
 /// answers the calls about one with fixed results.
 ///
@@ -49,5 +51,6 @@ public:
 private:
     void Destroy();
 
-    CCollectionDataLogic *m_pDataLogic = nullptr;
+    // Null before Init() and after CCollectionDataLogic::Destroy().
+    QPointer<CCollectionDataLogic> m_pDataLogic;
 };

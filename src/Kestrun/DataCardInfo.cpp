@@ -5,6 +5,7 @@
 #include "Log.h"
 #include "Platform.h"
 #include "SmsTrigger.h"
+#include "shared/Guard.h"
 
 #include <QMutex>
 #include <QSettings>
@@ -12,7 +13,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <stdexcept>
 
 using namespace kestrun;
 
@@ -98,18 +98,6 @@ QString readSetting(const QString &file, const char *key)
 // The verdict on the answers to the SMS-trigger query, which may arrive on another thread.
 std::string g_strSmsTrigger;
 QBasicMutex s_triggerMutex;
-
-std::string triggerVerdict()
-{
-    const QMutexLocker lock(&s_triggerMutex);
-    return g_strSmsTrigger;
-}
-
-void setTriggerVerdict(const std::string &verdict)
-{
-    const QMutexLocker lock(&s_triggerMutex);
-    g_strSmsTrigger = verdict;
-}
 
 } // namespace
 
@@ -298,7 +286,10 @@ void CDataCardInfo::GetSimlockState(_DEVICE_INFO &rec)
 void CDataCardInfo::GetSmsTrigger(_DEVICE_INFO &rec)
 {
     const Source source{kPath, __func__};
-    setTriggerVerdict({});
+    {
+        const QMutexLocker lock(&s_triggerMutex);
+        g_strSmsTrigger.clear();
+    }
     constexpr std::int32_t kLength = sizeof kTriggerCommand - 1;
     logLine(source, "%s: %s: %s: Calling GetSmsTrigger().");
     m_pfnDataRev = RecDataFunc;
@@ -310,23 +301,22 @@ void CDataCardInfo::GetSmsTrigger(_DEVICE_INFO &rec)
         logLine(source, "%s: %s: %s: ZEPA_EndExuceATCmd Successful.");
     if (ZEPA_UnRegDataRevCallBack(m_pfnDataRev) != 0)
         logLine(source, "%s: %s: %s: ZEPA_UnRegDataRevCallBack Failed.");
-    rec.strSmsTrigger = triggerVerdict();
+    const QMutexLocker lock(&s_triggerMutex);
+    rec.strSmsTrigger = g_strSmsTrigger;
 }
 
 int CDataCardInfo::RecDataFunc(void *data, int)
 {
-    const std::string response = data ? static_cast<const char *>(data) : "";
-    qDebug("pfnDataRev () Response data: %s", response.c_str());
-    try {
-        const auto [verdict, result] = judgeTriggerResponse(response, triggerVerdict());
-        setTriggerVerdict(verdict);
+    return shared::guarded("RecDataFunc", 1, [=] {
+        const std::string response = data ? static_cast<const char *>(data) : "";
+        qDebug("pfnDataRev () Response data: %s", response.c_str());
+        // The lock is held from the verdict that is read to the one that is written: the pieces of
+        // an answer may arrive on several threads at the same time.
+        const QMutexLocker lock(&s_triggerMutex);
+        const auto [verdict, result] = judgeTriggerResponse(response, g_strSmsTrigger);
+        g_strSmsTrigger = verdict;
         return result;
-    } catch (const std::exception &error) {
-        // An exception must not pass through the device service, which is C.
-        qWarning("pfnDataRev () Response data is cut short, the SMS trigger stays as it was: %s",
-                 error.what());
-        return 1;
-    }
+    });
 }
 
 void CDataCardInfo::GetDeviceDverPC(_DEVICE_INFO &rec)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "kestrun/CollectionDataLogic.h"
 #include "kestrun/KestrunHostTable.h"
+#include "shared/Guard.h"
 
 #include <QString>
 
@@ -25,35 +26,42 @@ std::int32_t toResult(bool accepted)
 
 void *controller()
 {
-    return static_cast<QObject *>(CCollectionDataLogic::GetInstance());
+    return shared::guarded("controller", static_cast<QObject *>(nullptr),
+                           []() -> QObject * { return CCollectionDataLogic::GetInstance(); });
 }
 
 const char *dataDirectory()
 {
     thread_local QByteArray utf8;
-    std::wstring path;
-    CCollectionDataLogic::GetInstance()->GetPath(path);
-    utf8 = QString::fromStdWString(path).toUtf8();
-    return utf8.constData();
+    return shared::guarded("dataDirectory", "", [] {
+        std::wstring path;
+        CCollectionDataLogic::GetInstance()->GetPath(path);
+        utf8 = QString::fromStdWString(path).toUtf8();
+        return utf8.constData();
+    });
 }
 
 void writeReport()
 {
-    CCollectionDataLogic::GetInstance()->WriteDataToFile();
+    shared::guarded("writeReport", [] { CCollectionDataLogic::GetInstance()->WriteDataToFile(); });
 }
 
 std::int32_t sendSms(const char *number, const char *text)
 {
-    const auto numberBytes = toLatin1(number);
-    const auto textBytes = toLatin1(text);
-    if (!numberBytes || !textBytes)
-        return KESTRUN_BAD_TEXT;
-    return toResult(CCollectionDataLogic::GetInstance()->SendSMS(*numberBytes, *textBytes));
+    return shared::guarded("sendSms", std::int32_t{KESTRUN_REFUSED}, [=]() -> std::int32_t {
+        const auto numberBytes = toLatin1(number);
+        const auto textBytes = toLatin1(text);
+        if (!numberBytes || !textBytes)
+            return KESTRUN_BAD_TEXT;
+        return toResult(CCollectionDataLogic::GetInstance()->SendSMS(*numberBytes, *textBytes));
+    });
 }
 
 std::int32_t setReceipts(std::int32_t enable)
 {
-    return toResult(CCollectionDataLogic::GetInstance()->SmsReportSetting(enable != 0));
+    return shared::guarded("setReceipts", std::int32_t{KESTRUN_REFUSED}, [=] {
+        return toResult(CCollectionDataLogic::GetInstance()->SmsReportSetting(enable != 0));
+    });
 }
 
 constexpr KestrunHostTable kTable{

@@ -2,6 +2,7 @@
 #include "Platform.h"
 
 #include "kestrun/KestrunHostTable.h"
+#include "shared/Guard.h"
 
 #include <QNetworkInterface>
 #include <QOperatingSystemVersion>
@@ -18,10 +19,12 @@ QString &systemRoot()
 
 void KestrunSetSystemRoot(const char *directory)
 {
-    QString root = QString::fromUtf8(directory);
-    while (root.endsWith(QLatin1Char('/')))
-        root.chop(1);
-    systemRoot() = root;
+    shared::guarded("KestrunSetSystemRoot", [=] {
+        QString root = QString::fromUtf8(directory);
+        while (root.endsWith(QLatin1Char('/')))
+            root.chop(1);
+        systemRoot() = root;
+    });
 }
 
 namespace kestrun {

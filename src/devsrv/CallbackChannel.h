@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Guard.h"
+#include "shared/Guard.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -65,7 +65,7 @@ public:
             lock.unlock();
             const CallbackKind outer = t_runningKind;
             t_runningKind = std::max(outer, m_kind);
-            guarded("a callback", [&] { callback(arguments...); });
+            shared::guarded("a callback", [&] { callback(arguments...); });
             t_runningKind = outer;
             lock.lock();
             m_running.erase(std::find(m_running.begin(), m_running.end(), callback));

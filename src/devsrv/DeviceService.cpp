@@ -5,9 +5,9 @@
 
 #include "devsrv/DeviceService.h"
 
-#include "Guard.h"
 #include "Service.h"
 #include "TextForm.h"
+#include "shared/Guard.h"
 
 #include <cstring>
 
@@ -78,7 +78,7 @@ private:
 template <typename Query, typename Write>
 std::int32_t ask(const char *function, const std::string &arguments, Query query, Write write)
 {
-    return guarded(function, kFailure, [&] {
+    return shared::guarded(function, kFailure, [&] {
         const Call call(function, arguments);
         if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
             return call.end(false);
@@ -93,7 +93,7 @@ std::int32_t ask(const char *function, const std::string &arguments, Query query
 template <typename Action>
 std::int32_t act(const char *function, const std::string &arguments, Action action)
 {
-    return guarded(function, kFailure, [&] {
+    return shared::guarded(function, kFailure, [&] {
         const Call call(function, arguments);
         return call.end(call.outcome().result == kSuccess && action(call.card()));
     });
@@ -296,7 +296,7 @@ int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
 
 int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const uint16_t *text)
 {
-    return guarded(__func__, kFailure, [&, function = __func__] {
+    return shared::guarded(__func__, kFailure, [&, function = __func__] {
         auto message = std::make_shared<SmsMessage>();
         message->number = toText(number);
         message->text = toText(text);
@@ -351,7 +351,7 @@ int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
 {
     if (length < 0)
         return kFailure;
-    return guarded(__func__, kFailure, [=, function = __func__] {
+    return shared::guarded(__func__, kFailure, [=, function = __func__] {
         const std::string bytes(command, static_cast<std::size_t>(length));
         const auto deliver = [](std::string piece) {
             Service::instance().dataReceive.call(piece.data(), static_cast<int>(piece.size()));

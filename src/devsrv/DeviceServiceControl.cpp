@@ -2,9 +2,9 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include "FunctionNames.h"
-#include "Guard.h"
 #include "Service.h"
 #include "emulated/EmulatedCard.h"
+#include "shared/Guard.h"
 
 using namespace devsrv;
 
@@ -34,7 +34,7 @@ std::int32_t fail(const QString &what)
 template <typename Action>
 std::int32_t onCard(Action action)
 {
-    return guarded(__func__, kFailure, [&] {
+    return shared::guarded(__func__, kFailure, [&] {
         const auto use = Service::instance().backend();
         auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
         if (!card)
@@ -45,7 +45,7 @@ std::int32_t onCard(Action action)
 
 std::int32_t start(const char *choice)
 {
-    return guarded(__func__, kFailure, [=] {
+    return shared::guarded(__func__, kFailure, [=] {
         std::string error;
         Backend backend = makeBackend(
             choice, [](std::int32_t event) { Service::instance().raise(event); }, error);
@@ -58,7 +58,7 @@ std::int32_t start(const char *choice)
 
 void stop()
 {
-    guarded(__func__, [] { Service::instance().replaceBackend({}); });
+    shared::guarded(__func__, [] { Service::instance().replaceBackend({}); });
 }
 
 const char *lastError()

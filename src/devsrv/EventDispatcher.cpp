@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "EventDispatcher.h"
 
-#include "Guard.h"
+#include "shared/Guard.h"
 
 #include <utility>
 
@@ -58,7 +58,7 @@ void EventQueue::run()
         m_pending.pop_front();
         m_delivering = true;
         lock.unlock();
-        guarded("the delivery of an event", [&] { m_deliver(event); });
+        shared::guarded("the delivery of an event", [&] { m_deliver(event); });
         lock.lock();
         m_delivering = false;
         m_changed.notify_all();

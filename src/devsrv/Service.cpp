@@ -82,7 +82,7 @@ bool Service::drop(void *handle)
 
 void Service::raise(std::int32_t event) noexcept
 {
-    guarded(__func__, [&] {
+    shared::guarded(__func__, [&] {
         if (m_deliversAtOnce)
             deliver(event);
         else

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "FaultInjector.h"
 
-#include "Guard.h"
+#include "shared/Guard.h"
 
 #include <chrono>
 #include <utility>
@@ -79,7 +79,7 @@ void FaultInjector::raiseEvents(const DevSrvFault &fault)
         const std::lock_guard lock(m_mutex);
         m_threads.emplace_back([this, event = fault.event] {
             t_raisingEvent = true;
-            guarded("the event of a fault", [&] { m_raise(event); });
+            shared::guarded("the event of a fault", [&] { m_raise(event); });
         });
     } else if (fault.event != 0) {
         m_raise(fault.event);

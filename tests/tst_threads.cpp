@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+#include "DataCardInfo.h"
+#include "TestData.h"
+#include "TestSupport.h"
+#include "kestrun/CollectionDataLogic.h"
+
+#include <QPointer>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <future>
+#include <mutex>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+const DeviceServiceControl &control = *DevSrv_GetControl();
+
+void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
+
+// Runs `action` on so many threads. Ends the test program if they do not end within two minutes.
+void runOnThreads(int count, const std::function<void(int)> &action)
+{
+    std::vector<std::future<void>> ends;
+    for (int number = 0; number < count; ++number)
+        ends.push_back(std::async(std::launch::async, action, number));
+    for (const auto &end : ends) {
+        if (end.wait_for(std::chrono::minutes(2)) != std::future_status::ready)
+            qFatal("a thread does not end");
+    }
+}
+
+std::int32_t withdraw(ZEPA_DevEventCallback callback)
+{
+    return ZEPA_DevSrv_UnRegisterDevMgrCallback(callback)
+        + ZEPA_DevSrv_UnRegisterDevInitEventCallback(callback);
+}
+
+int withdrawEverything(int, void *);
+
+// Withdraws itself and the other callback, from inside both channels of events.
+int withdrawBoth(int, void *)
+{
+    withdraw(withdrawBoth);
+    withdraw(withdrawEverything);
+    return 1;
+}
+
+int withdrawEverything(int, void *)
+{
+    withdraw(withdrawBoth);
+    ZEPA_UnRegDataRevCallBack(CDataCardInfo::RecDataFunc);
+    withdraw(withdrawEverything);
+    return 1;
+}
+
+int throwNumber(int, void *)
+{
+    throw 42;
+}
+
+std::atomic<int> s_events;
+
+int countEvent(int, void *)
+{
+    ++s_events;
+    return 1;
+}
+
+QString reportedSerialNumber(const TestRoot &root)
+{
+    static const QRegularExpression element("<SN>(\\d+)</SN>.*</Client>",
+                                            QRegularExpression::DotMatchesEverythingOption);
+    return element.match(QString::fromUtf8(readFile(root.report()))).captured(1);
+}
+
+qsizetype reports()
+{
+    return journal().count("ZEPA_DevSrv_GetSN()");
+}
+
+CCollectionDataLogic *registered()
+{
+    auto *const controller = CCollectionDataLogic::GetInstance();
+    controller->RegisterWithDevice();
+    return controller;
+}
+
+} // namespace
+
+class tst_Threads : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        qInstallMessageHandler(discard);
+        startCard();
+        s_events = 0;
+    }
+
+    void cleanup()
+    {
+        control.setEventDelivery(DEVSRV_EVENTS_AT_ONCE);
+        CCollectionDataLogic::GetInstance()->UnRegisterDevice();
+        CCollectionDataLogic::Destroy();
+        qInstallMessageHandler(nullptr);
+    }
+
+    void withdrawalsFromCallbacksDoNotWaitForEachOther()
+    {
+        runOnThreads(8, [](int number) {
+            std::mt19937 random(static_cast<unsigned>(number));
+            for (int step = 0; step < 5'000; ++step) {
+                const bool first = random() % 2;
+                const ZEPA_DevEventCallback callback = first ? withdrawBoth : withdrawEverything;
+                switch (random() % 5) {
+                case 0:
+                    ZEPA_DevSrv_RegisterDevMgrCallback(callback);
+                    break;
+                case 1:
+                    ZEPA_DevSrv_RegisterDevInitEventCallback(callback);
+                    break;
+                case 2:
+                    withdraw(callback);
+                    break;
+                default:
+                    control.raiseEvent(first ? 6014 : 6614);
+                    break;
+                }
+            }
+        });
+        withdraw(withdrawBoth);
+        withdraw(withdrawEverything);
+        QCOMPARE(control.callbackCount(), 0);
+    }
+
+    void keepsTriggerVerdictOfPiecesOnTwoThreads()
+    {
+        control.setAnswerMode(DEVSRV_ANSWER_IN_PIECES | DEVSRV_ANSWER_TWO_THREADS);
+        CDataCardInfo collector;
+        _DEVICE_INFO record;
+        int wrong = 0;
+        for (int exchange = 0; exchange < 100'000; ++exchange) {
+            collector.GetSmsTrigger(record);
+            wrong += record.strSmsTrigger != "1";
+        }
+        QCOMPARE(wrong, 0);
+    }
+
+    void containsExceptionsOfCallbacks()
+    {
+        ZEPA_DevSrv_RegisterDevMgrCallback(throwNumber);
+        ZEPA_DevSrv_RegisterDevMgrCallback(countEvent);
+        const LogCapture log;
+        QCOMPARE(control.raiseEvent(6614), 0);
+        QCOMPARE(log.lines(), QStringList("W a callback was ended by an exception"));
+        QCOMPARE(s_events.load(), 1);
+        QCOMPARE(withdraw(throwNumber) + withdraw(countEvent), -2); // each has one registration
+    }
+
+    void containsExceptionsOfSlots()
+    {
+        const TestRoot root;
+        auto *const controller = registered();
+        connect(controller, &CCollectionDataLogic::DeviceUnavailable,
+                [] { throw std::runtime_error("no window"); });
+        const LogCapture log;
+        control.raiseEvent(DEVSRV_EVENT_DEVICE_REMOVED);
+        QCOMPARE(log.lines().filter("W "),
+                 QStringList("W OnDevEvents was ended by an exception: no window"));
+        connect(controller, &CCollectionDataLogic::DeviceAvailable, [] { ++s_events; });
+        control.raiseEvent(DEVSRV_EVENT_DEVICE_ENABLED);
+        QCOMPARE(s_events.load(), 1);
+        control.raiseEvent(DEVSRV_EVENT_NETWORK_CHANGED);
+        QVERIFY(readFile(root.report()).contains("</Client>"));
+    }
+
+    // The first of several reports is still being collected when the signal arrives.
+    void emitsSignalsDuringReports()
+    {
+        const TestRoot root;
+        std::atomic<qsizetype> begun = 0;
+        connect(registered(), &CCollectionDataLogic::DeviceUnavailable, [&] { begun = reports(); });
+        setFault("ZEPA_DevSrv_GetSN", {0, 500, 0, 0});
+        control.clearJournal();
+        control.setEventDelivery(DEVSRV_EVENTS_ON_THREADS);
+        control.raiseEvent(6614);
+        QTRY_COMPARE(reports(), 1);
+        for (const int event : {6614, 6016, 6002, 6614})
+            control.raiseEvent(event);
+        control.remove();
+        QTRY_COMPARE(begun.load(), 1);
+        // The event before and one for each number that was pending, not for each event.
+        QTRY_COMPARE(reports(), 4);
+        control.stop();
+        QCOMPARE(reports(), 0);
+    }
+
+    void returnsAfterAReportThatBeganLater()
+    {
+        const TestRoot root;
+        auto *const controller = CCollectionDataLogic::GetInstance();
+        std::mutex mutex;
+        int latest = 0;
+        std::atomic<int> stale = 0;
+        control.clearJournal();
+        runOnThreads(8, [&](int) {
+            for (int step = 0; step < 10; ++step) {
+                int own = 0;
+                {
+                    const std::lock_guard lock(mutex);
+                    own = ++latest;
+                    control.setField("SN", QByteArray::number(own).constData());
+                }
+                controller->WriteDataToFile();
+                QString written;
+                // Another thread's report may be in the middle of its file.
+                while ((written = reportedSerialNumber(root)).isEmpty())
+                    std::this_thread::yield();
+                stale += written.toInt() < own;
+            }
+        });
+        QCOMPARE(stale.load(), 0);
+        QVERIFY2(reports() < 80, "no call shared a report");
+    }
+
+    void destroysFromSlotOfOwnSignal()
+    {
+        auto *const controller = registered();
+        const QPointer<QObject> guard(controller);
+        connect(controller, &CCollectionDataLogic::DeviceAvailable, [&] {
+            CCollectionDataLogic::Destroy();
+            CCollectionDataLogic::Destroy();
+            s_events = guard ? 1 : 0;
+        });
+        control.raiseEvent(DEVSRV_EVENT_DEVICE_ENABLED);
+        QCOMPARE(s_events.load(), 1);
+        QVERIFY(!guard);
+    }
+
+    void destroysAfterRunningReport()
+    {
+        const TestRoot root;
+        auto *const controller = CCollectionDataLogic::GetInstance();
+        setFault("ZEPA_DevSrv_GetSN", {0, 100, 0, 0});
+        std::atomic<bool> written = false;
+        std::jthread writer([&] {
+            controller->WriteDataToFile();
+            written = true;
+        });
+        QTRY_COMPARE(reports(), 1);
+        std::jthread([] { CCollectionDataLogic::Destroy(); }).join();
+        QVERIFY(readFile(root.report()).contains("</Client>"));
+        QTRY_VERIFY(written);
+    }
+
+    // Controllers come and go while events arrive.
+    void outlivesEventsOnOtherThreads()
+    {
+        const TestRoot root;
+        registered();
+        runOnThreads(8, [](int number) {
+            for (int step = 0; step < 300; ++step) {
+                if (number < 2)
+                    CCollectionDataLogic::Destroy();
+                else if (number < 4)
+                    CCollectionDataLogic::GetInstance();
+                else
+                    control.raiseEvent(step % 50 == 0 ? 6614 : 6601 + step % 3);
+            }
+        });
+        auto *const controller = CCollectionDataLogic::GetInstance();
+        QCOMPARE(CCollectionDataLogic::GetInstance(), controller);
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_Threads)
+#include "tst_threads.moc"

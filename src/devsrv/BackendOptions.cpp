@@ -1,59 +1,36 @@
 // SPDX-License-Identifier: MIT
 #include "BackendOptions.h"
 
+#include <QStringList>
+#include <QUrlQuery>
+
 #include <charconv>
 
 namespace devsrv {
 
-namespace {
-
-// Takes the text before the next `separator` away from `text`, and the separator with it.
-std::string_view takeUpTo(char separator, std::string_view &text)
-{
-    const std::size_t end = text.find(separator);
-    const std::string_view part = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    return part;
-}
-
-bool isListed(std::string_view key, std::string_view known)
-{
-    while (!known.empty()) {
-        if (takeUpTo(' ', known) == key)
-            return true;
-    }
-    return false;
-}
-
-std::string inList(std::string_view known)
-{
-    std::string list;
-    while (!known.empty())
-        list += (list.empty() ? "" : ", ") + std::string(takeUpTo(' ', known));
-    return list;
-}
-
-} // namespace
-
 std::optional<BackendOptions> BackendOptions::parse(std::string_view text, std::string_view known,
                                                     std::string &error)
 {
+    const auto toQString = [](std::string_view utf8) {
+        return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+    };
+    const QStringList keys = toQString(known).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     BackendOptions options;
-    while (!text.empty()) {
-        std::string_view value = takeUpTo('&', text);
-        const bool hasValue = value.find('=') != std::string_view::npos;
-        const std::string key(takeUpTo('=', value));
-        if (!isListed(key, known)) {
+    const auto items = QUrlQuery(toQString(text)).queryItems(QUrl::FullyDecoded);
+    for (const auto &[name, value] : items) {
+        const std::string key = name.toStdString();
+        if (!keys.contains(name)) {
             error = "there is no option \"" + key + "\"; "
-                + (known.empty() ? "no options can be given here"
-                                 : "the options are " + inList(known));
+                + (keys.isEmpty()
+                       ? "no options can be given here"
+                       : "the options are " + keys.join(QStringLiteral(", ")).toStdString());
             return std::nullopt;
         }
-        if (!hasValue) {
+        if (value.isEmpty()) {
             error = "the option \"" + key + "\" has no value; write " + key + "=VALUE";
             return std::nullopt;
         }
-        if (!options.m_values.emplace(key, value).second) {
+        if (!options.m_values.emplace(key, value.toStdString()).second) {
             error = "the option \"" + key + "\" is given twice; leave one out";
             return std::nullopt;
         }
@@ -77,17 +54,17 @@ std::optional<bool> BackendOptions::flag(const std::string &key, bool standard,
     return std::nullopt;
 }
 
-std::optional<int> BackendOptions::number(const std::string &key, int standard, int least, int most,
-                                          std::string &error) const
+std::optional<int> BackendOptions::number(const std::string &key, int standard, int minimum,
+                                          int maximum, std::string &error) const
 {
     const std::string value = text(key, std::to_string(standard));
     const char *const end = value.data() + value.size();
     int number = 0;
     const auto [stop, failure] = std::from_chars(value.data(), end, number);
-    if (failure == std::errc() && stop == end && number >= least && number <= most)
+    if (failure == std::errc() && stop == end && number >= minimum && number <= maximum)
         return number;
     error = "the option \"" + key + "\" is \"" + value + "\"; write a number from "
-        + std::to_string(least) + " to " + std::to_string(most);
+        + std::to_string(minimum) + " to " + std::to_string(maximum);
     return std::nullopt;
 }
 

@@ -8,17 +8,18 @@
 
 namespace devsrv {
 
-/// The options of a backend, as a user writes them behind a "?": "enable=no&baud=9600".
+/// The options of a backend, as a user writes them behind a "?": "enable=no&baud=9600", in the form
+/// of a URL's query. "%26" stands for "&" in a value.
 ///
-/// A value. Each reader returns the standard value where the option is not given, and nothing with
-/// one sentence in `error` where the given value cannot be read.
+/// A value. Each reader returns the default if the option is not given, and nothing with one
+/// sentence in `error` if its value cannot be read.
 class BackendOptions
 {
 public:
     BackendOptions() = default;
 
-    /// Reads options, of which `known` has the keys, separated by blanks. Returns nothing and one
-    /// sentence in `error` for an unknown key, a key without value, and a key that comes twice.
+    /// Reads options. `known` has the permitted keys, separated by blanks. Returns nothing and one
+    /// sentence in `error` for an unknown key, a key without a value, and a repeated key.
     static std::optional<BackendOptions> parse(std::string_view text, std::string_view known,
                                                std::string &error);
 
@@ -27,8 +28,8 @@ public:
     /// Reads "yes" or "no".
     std::optional<bool> flag(const std::string &key, bool standard, std::string &error) const;
 
-    /// Reads a decimal number from `least` to `most`.
-    std::optional<int> number(const std::string &key, int standard, int least, int most,
+    /// Reads a decimal number from `minimum` to `maximum`.
+    std::optional<int> number(const std::string &key, int standard, int minimum, int maximum,
                               std::string &error) const;
 
 private:

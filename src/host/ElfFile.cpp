@@ -11,7 +11,7 @@
 
 namespace {
 
-// Calls `take` with each entry of a section, as `get` reads it.
+// Reads each entry of a section with `get` and passes it to `take`.
 template <typename Entry, typename Get, typename Take>
 void forEach(Elf_Scn *section, const GElf_Shdr &header, Get get, Take take)
 {

@@ -16,7 +16,7 @@ void show(QtMsgType, const QMessageLogContext &, const QString &message)
     std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
 }
 
-// Without the log: only what the device service says of real modems, once each.
+// Without the log, only the messages of the device service on real modems are shown.
 void drop(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (message.startsWith(QLatin1String("modemmanager: ")))

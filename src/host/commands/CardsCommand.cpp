@@ -37,8 +37,8 @@ ExitStatus runCards(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("cards"),
-        QStringLiteral("Lists what --card takes: the shipped cards, the backends of the "
-                       "device service, and the devices that these find."));
+        QStringLiteral("Lists the values of --card: the shipped cards, the backends of the "
+                       "device service, and the devices that the backends find."));
     line.addLibraryOptions();
     line.addFlag(QStringLiteral("fields"),
                  QStringLiteral("List the fields of a card file instead."));

@@ -16,7 +16,7 @@ unsigned int toNumber(const QString &text)
     const unsigned int number = ok ? text.toUInt(&ok, base) : 0;
     if (!ok) {
         failUsage(
-            QStringLiteral("\"%1\" is no number; write it as 4096 or 0x1000, up to 0xffffffff")
+            QStringLiteral("\"%1\" is not a number; write it as 4096 or 0x1000, up to 0xffffffff")
                 .arg(text));
     }
     return number;
@@ -27,18 +27,18 @@ unsigned int toNumber(const QString &text)
 ExitStatus runNotify(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("notify"),
-                     QStringLiteral("Sends the plug-in a message and tells what it did."));
+                     QStringLiteral("Sends the plug-in a message and shows its effect."));
     line.addHostOptions();
     line.addArgument(QStringLiteral("message"),
-                     QStringLiteral("A number, e.g. 4096 or 0x802: these two rewrite the report."));
-    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("Two numbers that go with it."),
+                     QStringLiteral("A number; 4096 and 0x802 rewrite the report."));
+    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("The two parameters of the message."),
                      QStringLiteral("[p1 p2]"));
     line.read(arguments, 1, 3);
     QList<unsigned int> numbers;
     for (const QString &text : line.positional())
         numbers << toNumber(text);
     if (numbers.size() == 2)
-        failUsage(QStringLiteral("there are two parameters or none"));
+        failUsage(QStringLiteral("give two parameters or none"));
     numbers.resize(3);
 
     Dashboard dashboard(line.hostOptions());
@@ -50,7 +50,7 @@ ExitStatus runNotify(const QStringList &arguments)
     QString effect = rewritten ? QStringLiteral("the report was rewritten")
                                : QStringLiteral("the report was not rewritten");
     if (file.isEmpty())
-        effect = QStringLiteral("this plug-in does not tell where it writes its report");
+        effect = QStringLiteral("the plug-in does not tell where it writes its report");
     print(QStringLiteral("Result %1; %2.\n").arg(result).arg(effect));
     return ExitStatus::Done;
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The backends that the device service was built with, or why they are not known.
+// Returns the backends that are built into the device service, or why they are not known.
 QString builtBackends(const CommandLine &line)
 {
     try {
@@ -28,8 +28,8 @@ QString builtBackends(const CommandLine &line)
 ExitStatus runVersion(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("--version"),
-                     QStringLiteral("Shows the version of kestrun, the version of Qt that it runs "
-                                    "with, and the backends of the device service."));
+                     QStringLiteral("Shows the versions of kestrun and Qt, and the backends of "
+                                    "the device service."));
     line.addLibraryOptions();
     line.read(arguments);
 

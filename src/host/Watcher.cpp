@@ -3,6 +3,7 @@
 
 #include "Output.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -29,7 +30,8 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
     : m_dashboard(dashboard),
       m_table(dashboard.plugin().requireTable(QStringLiteral("be watched"))), m_form(form),
       m_reportFile(dashboard.reportFile()), m_reportState(m_reportFile),
-      m_input(STDIN_FILENO, QSocketNotifier::Read)
+      m_input(STDIN_FILENO, QSocketNotifier::Read),
+      m_readerGone(STDOUT_FILENO, QSocketNotifier::Exception)
 {
     QFile file(m_reportFile);
     if (file.open(QIODevice::ReadOnly))
@@ -43,6 +45,7 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
     connect(&m_files, &QFileSystemWatcher::fileChanged, this, changed);
     connect(&m_files, &QFileSystemWatcher::directoryChanged, this, changed);
     connect(&m_input, &QSocketNotifier::activated, this, &Watcher::readCommands);
+    connect(&m_readerGone, &QSocketNotifier::activated, this, &QCoreApplication::quit);
 }
 
 void Watcher::start()

@@ -51,5 +51,6 @@ private:
     QFileSystemWatcher m_files;
     QTimer m_settle;
     QSocketNotifier m_input;
+    QSocketNotifier m_readerGone; // of standard output
     QByteArray m_inputBuffer;
 };

@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
+
 ExitStatus runWatch(const QStringList &arguments)
 {
     CommandLine line(
@@ -18,6 +20,8 @@ ExitStatus runWatch(const QStringList &arguments)
     line.addFlag(QStringLiteral("json"), QStringLiteral("Print one JSON object on each line."));
     line.read(arguments);
 
+    // The Watcher sees that the reader is gone. Not ignored: the shell commands would inherit that.
+    std::signal(SIGPIPE, [](int) {});
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);

@@ -2,6 +2,7 @@
 #include "Dashboard.h"
 
 #include "Failure.h"
+#include "LoadCheck.h"
 #include "PluginOutput.h"
 #include "TrialRoot.h"
 
@@ -14,16 +15,23 @@ namespace {
 HostOptions resolved(HostOptions options)
 {
     options.plugin = QFileInfo(options.plugin).absoluteFilePath();
+    options.sdk = DeviceServiceLibrary::find(options.sdk, options.plugin);
     if (!options.root.isEmpty())
         options.root = QFileInfo(options.root).absoluteFilePath();
+    return options;
+}
+
+HostOptions checked(HostOptions options)
+{
+    requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 
 } // namespace
 
 Dashboard::Dashboard(const HostOptions &options)
-    : m_options(resolved(options)), m_plugin(m_options.plugin),
-      m_deviceService(m_options.sdk, m_options.plugin)
+    : m_options(checked(resolved(options))), m_plugin(m_options.plugin),
+      m_deviceService(m_options.sdk)
 {
     setPluginLog(m_options.log);
     m_plugin.load();

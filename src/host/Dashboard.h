@@ -12,7 +12,7 @@
 struct HostOptions
 {
     QString plugin; ///< file
-    QString sdk;    ///< file; empty: the one beside the plug-in
+    QString sdk;    ///< file; empty: that of DeviceServiceLibrary::find()
     QString card;   ///< argument of DeviceServiceLibrary::start(); empty: the service's default
     QString root;   ///< directory used in place of "/" and of the working directory; empty: none
     bool log = false;

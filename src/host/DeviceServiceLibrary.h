@@ -4,6 +4,7 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
+#include <QLibrary>
 #include <QList>
 
 #include <utility>
@@ -14,9 +15,14 @@
 class DeviceServiceLibrary
 {
 public:
-    /// Loads `file`. If that is empty, loads the library beside `plugin`, or else the one that the
-    /// system finds. Throws Failure.
-    DeviceServiceLibrary(const QString &file, const QString &plugin);
+    /// Returns `file`. If that is empty, returns the library beside `plugin`, or else the name of
+    /// the library, which the system then finds.
+    static QString find(const QString &file, const QString &plugin);
+
+    /// Loads the library that find() returned. Throws Failure.
+    explicit DeviceServiceLibrary(const QString &file);
+
+    const QString &file() const { return m_file; }
 
     /// Starts a card: a shipped one, a card file, or a backend with its argument. Throws Failure,
     /// also for a maker's library, which has no control interface.
@@ -49,7 +55,10 @@ public:
     static QString fileName();
 
 private:
+    void requireSoname() const;
+    void requireFunctions(QLibrary &library) const;
+
     const QDir m_directory = QDir::current();
-    QString m_file;
+    const QString m_file;
     const DeviceServiceControl *m_control = nullptr;
 };

@@ -55,6 +55,8 @@ std::optional<LibraryFacts> readElf(const QString &fileName)
             forEach<GElf_Dyn>(section, header, gelf_getdyn, [&](const GElf_Dyn &entry) {
                 if (entry.d_tag == DT_NEEDED)
                     facts.needed << name(entry.d_un.d_val);
+                else if (entry.d_tag == DT_SONAME)
+                    facts.soname = name(entry.d_un.d_val);
                 else if (entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH)
                     facts.searched << name(entry.d_un.d_val).split(QLatin1Char(':'));
             });

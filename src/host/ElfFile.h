@@ -8,6 +8,7 @@
 /// The exports and dependencies of a shared library, read from its file without running its code.
 struct LibraryFacts
 {
+    QString soname;       ///< the name by which other libraries need it
     QStringList exports;  ///< names of the defined symbols, not demangled
     QStringList needed;   ///< names of the libraries that it needs
     QStringList searched; ///< its own search path, "$ORIGIN" resolved

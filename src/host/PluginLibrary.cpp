@@ -22,6 +22,8 @@ PluginLibrary::PluginLibrary(const QString &file) : m_file(file), m_library(file
                                "with --plugin FILE")
                     .arg(file));
     }
+    // A function that is missing is told now, and does not end the program when it is called.
+    m_loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     m_loader.setFileName(file);
     const QString identifier = m_loader.metaData().value(QStringLiteral("IID")).toString();
     if (identifier.isEmpty())

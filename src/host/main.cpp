@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "LoadCheck.h"
 #include "Output.h"
 #include "commands/Commands.h"
 
@@ -58,6 +59,8 @@ ExitStatus runCommand(QStringList arguments)
     const QString name = arguments.takeAt(1);
     if (name == QLatin1String("--help") || name == QLatin1String("-h"))
         return runHelp({arguments.at(0)});
+    if (name == QLatin1String(kLoadCheckCommand))
+        runLoadCheck(arguments.mid(1));
     for (const Command &command : kCommands) {
         if (name == QLatin1String(command.name))
             return command.run(arguments);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLine.h"
 #include "Commands.h"
+#include "LoadCheck.h"
 #include "Output.h"
 
 namespace {
@@ -44,7 +45,9 @@ ExitStatus runCards(const QStringList &arguments)
                  QStringLiteral("List the fields of a card file instead."));
     line.read(arguments);
 
-    const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
+    const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+    requireLoadingReturns(file, {});
+    const DeviceServiceLibrary library(file);
     const DeviceServiceControl &control = library.requireControl();
     const bool fields = line.has(QStringLiteral("fields"));
     const auto next = fields ? control.cardField : control.shippedCard;

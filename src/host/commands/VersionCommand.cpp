@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLine.h"
 #include "Commands.h"
+#include "LoadCheck.h"
 #include "Output.h"
 
 #include <QtGlobal>
@@ -11,7 +12,9 @@ namespace {
 QString builtBackends(const CommandLine &line)
 {
     try {
-        const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
+        const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+        requireLoadingReturns(file, {});
+        const DeviceServiceLibrary library(file);
         QStringList names;
         for (const DevSrvBackend &backend : library.backends()) {
             if (backend.built)

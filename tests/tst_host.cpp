@@ -3,6 +3,7 @@
 #include "TestData.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -145,6 +146,21 @@ private Q_SLOTS:
         QVERIFY(host.says({"490154203237518"}));
         count += int(host.said.count(warning));
         QCOMPARE(count, 1);
+    }
+
+    // A report takes 2 s, and the events cause two: one that runs, and one that waits for it.
+    void tellsRemovalBeforePendingRewrites()
+    {
+        writeFile(path("slow.ini"), "[Delays]\nZEPA_DevSrv_GetImeiInfo=2000\n");
+        HostProcess host({"watch", "--card", path("slow.ini"), "--root", path("root")});
+        QVERIFY(host.says({"DataCard"}));
+        for (int event = 0; event < 6; ++event)
+            host.write("event 6614\n");
+        host.write("remove\n");
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(host.says({"DeviceUnavailable"}));
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void reportsFullStandardOutput_data()

@@ -6,6 +6,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 unsigned int toNumber(const QString &text)
@@ -20,6 +22,13 @@ unsigned int toNumber(const QString &text)
                 .arg(text));
     }
     return number;
+}
+
+// The plug-in answers 0 to every message, also if it cannot write.
+bool asksForReport(unsigned int message)
+{
+    constexpr unsigned int kMessages[] = {4096, 2050};
+    return std::find(std::begin(kMessages), std::end(kMessages), message) != std::end(kMessages);
 }
 
 } // namespace
@@ -46,11 +55,16 @@ ExitStatus runNotify(const QStringList &arguments)
     const QString file = dashboard.reportFile();
     const FileState snapshot(file);
     const int result = dashboard.notify(numbers.at(0), numbers.at(1), numbers.at(2));
+    if (file.isEmpty()) {
+        print(QStringLiteral("Result %1; the plug-in does not tell where it writes its report.\n")
+                  .arg(result));
+        return ExitStatus::Done;
+    }
     const bool rewritten = !(FileState(file) == snapshot);
-    QString effect = rewritten ? QStringLiteral("the report was rewritten")
-                               : QStringLiteral("the report was not rewritten");
-    if (file.isEmpty())
-        effect = QStringLiteral("the plug-in does not tell where it writes its report");
-    print(QStringLiteral("Result %1; %2.\n").arg(result).arg(effect));
+    if (!rewritten && asksForReport(numbers.at(0)))
+        failRun(QStringLiteral("the report was not written: ") + whyNotWritten(file));
+    print(QStringLiteral("Result %1; the report was %2.\n")
+              .arg(result)
+              .arg(rewritten ? QStringLiteral("rewritten") : QStringLiteral("not rewritten")));
     return ExitStatus::Done;
 }

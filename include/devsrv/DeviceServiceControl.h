@@ -76,10 +76,10 @@ typedef struct DeviceServiceControl
 
     /*
      * Starts a backend: "NAME" or "NAME:ARGUMENT" with a name from backend(), either with options
-     * behind it where the backend has some ("NAME?KEY=VALUE&KEY=VALUE"), or an argument of the first
-     * one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend, after
-     * the calls that use it have returned; registered callbacks stay. If nobody calls start(), the
-     * first call of any function of the service starts the default backend.
+     * behind it where the backend has some ("NAME?KEY=VALUE&KEY=VALUE"), or an argument of the
+     * first one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend,
+     * after the calls that use it have returned; registered callbacks stay. If nobody calls
+     * start(), the first call of any function of the service starts the default backend.
      */
     int32_t (*start)(const char *backend);
 
@@ -148,6 +148,12 @@ typedef struct DeviceServiceControl
      * says why when null is returned; otherwise it is "" then.
      */
     const char *(*device)(const char *backend, int32_t index, const char **description);
+
+    /*
+     * One line that names the card of the active backend for people: "emulated card lte", "modem
+     * 352099001761481 by ModemManager". Starts the default backend if there is none. "" on failure.
+     */
+    const char *(*activeCard)(void);
 } DeviceServiceControl;
 
 /* The table. Static storage. */

@@ -98,6 +98,9 @@ public:
     /// from then on: a listener that was told earlier would ask the backend before it.
     virtual void begin() {}
 
+    /// One line of UTF-8 that names the card for people: "emulated card lte".
+    virtual std::string description() = 0;
+
     virtual std::optional<std::int32_t> status() = 0;
     virtual std::optional<std::string> imei() = 0;
     virtual std::optional<std::string> imsi() = 0;

@@ -15,6 +15,7 @@ constexpr std::int32_t kFailure = 1;
 
 thread_local std::string t_lastError;
 thread_local std::string t_journal;
+thread_local std::string t_activeCard;
 
 // What the last device() of index 0 found on this thread.
 struct Found
@@ -114,6 +115,13 @@ const char *device(const char *backend, std::int32_t index, const char **descrip
     }
     *description = found->description.c_str();
     return found->argument.c_str();
+}
+
+const char *activeCard()
+{
+    t_activeCard.clear();
+    guarded(__func__, [] { t_activeCard = Service::instance().backend().card().description(); });
+    return t_activeCard.c_str();
 }
 
 const char *shippedCard(std::int32_t index, const char **description)
@@ -245,6 +253,7 @@ constexpr DeviceServiceControl kControl = {
     backend,
     setEventDelivery,
     device,
+    activeCard,
 };
 
 } // namespace

@@ -40,8 +40,9 @@ void CommandLine::addHostOptions()
                         "cards\" lists them."),
          QStringLiteral("CARD")},
         {kRoot,
-         QStringLiteral("A directory in whose place \"/\" and the working directory stand; made "
-                        "ready on first use."),
+         QStringLiteral(
+             "Use DIR in place of \"/\" and of the working directory; DIR is prepared on "
+             "first use."),
          QStringLiteral("DIR")},
         {kLog, QStringLiteral("Show the plug-in's log on standard error.")},
     });
@@ -58,18 +59,18 @@ void CommandLine::addArgument(const QString &name, const QString &description,
     m_parser.addPositionalArgument(name, description, syntax);
 }
 
-void CommandLine::read(const QStringList &arguments, qsizetype least, qsizetype most)
+void CommandLine::read(const QStringList &arguments, qsizetype minimum, qsizetype maximum)
 {
     if (!m_parser.parse(arguments))
         failUsage(m_parser.errorText() + QStringLiteral(" --help lists the options."));
     if (m_parser.isSet(kHelp))
         showHelp();
     const qsizetype count = positional().size();
-    if (count < least)
-        failUsage(QStringLiteral("an argument is missing; --help tells which"));
-    if (count > most) {
-        failUsage(QStringLiteral("\"%1\" is one argument too many; --help lists them")
-                      .arg(positional().at(most)));
+    if (count < minimum)
+        failUsage(QStringLiteral("an argument is missing; --help lists the arguments"));
+    if (count > maximum) {
+        failUsage(QStringLiteral("\"%1\" is one argument too many; --help lists the arguments")
+                      .arg(positional().at(maximum)));
     }
 }
 

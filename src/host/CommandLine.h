@@ -5,7 +5,7 @@
 
 #include <QCommandLineParser>
 
-/// The command line of one command: its options, those that all commands share, and --help.
+/// The command line of one command: its own options, the shared options and --help.
 class CommandLine
 {
 public:
@@ -14,19 +14,20 @@ public:
     /// Adds --plugin and --sdk.
     void addLibraryOptions();
 
-    /// Adds those two, and --card, --root and --log.
+    /// Adds --plugin, --sdk, --card, --root and --log.
     void addHostOptions();
     void addFlag(const QString &name, const QString &description);
     void addArgument(const QString &name, const QString &description, const QString &syntax = {});
 
-    /// Reads the arguments; prints the help and ends the program if that is asked for. The number
-    /// of positional arguments must lie between `least` and `most`. Throws Failure.
-    void read(const QStringList &arguments, qsizetype least = 0, qsizetype most = 0);
+    /// Parses the arguments. With --help, prints the help and ends the program. Throws Failure if
+    /// they are wrong, also if the number of positional arguments is not between `minimum` and
+    /// `maximum`.
+    void read(const QStringList &arguments, qsizetype minimum = 0, qsizetype maximum = 0);
 
-    /// The plug-in that is named, or else this installation's.
+    /// Returns the file of --plugin, or the plug-in of this installation.
     QString pluginFile() const;
 
-    /// The device service that is named; empty if none is.
+    /// Returns the file of --sdk, or an empty text.
     QString sdkFile() const;
 
     HostOptions hostOptions() const;

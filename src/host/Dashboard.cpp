@@ -2,6 +2,7 @@
 #include "Dashboard.h"
 
 #include "Failure.h"
+#include "LoadCheck.h"
 #include "PluginOutput.h"
 #include "TrialRoot.h"
 
@@ -10,20 +11,27 @@
 
 namespace {
 
-// Paths are made absolute before the working directory moves.
+// Makes the paths absolute, because the working directory changes later.
 HostOptions resolved(HostOptions options)
 {
     options.plugin = QFileInfo(options.plugin).absoluteFilePath();
+    options.sdk = DeviceServiceLibrary::find(options.sdk, options.plugin);
     if (!options.root.isEmpty())
         options.root = QFileInfo(options.root).absoluteFilePath();
+    return options;
+}
+
+HostOptions checked(HostOptions options)
+{
+    requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 
 } // namespace
 
 Dashboard::Dashboard(const HostOptions &options)
-    : m_options(resolved(options)), m_plugin(m_options.plugin),
-      m_deviceService(m_options.sdk, m_options.plugin)
+    : m_options(checked(resolved(options))), m_plugin(m_options.plugin),
+      m_deviceService(m_options.sdk)
 {
     setPluginLog(m_options.log);
     m_plugin.load();
@@ -33,14 +41,14 @@ Dashboard::Dashboard(const HostOptions &options)
         return;
     m_plugin.setSystemRoot(m_options.root);
     const TrialRoot root(m_options.root);
-    const bool first = root.isNew();
-    if (first)
+    const bool firstUse = root.isNew();
+    if (firstUse)
         root.prepareSettings();
     if (!QDir::setCurrent(m_options.root))
-        failRun(
-            QStringLiteral("%1 cannot be entered; grant the right to do so").arg(m_options.root));
-    // The plug-in reads its directory from the settings that are now in the working directory.
-    if (first && m_plugin.table())
+        failRun(QStringLiteral("%1 cannot be entered; grant the right to enter it")
+                    .arg(m_options.root));
+    // The plug-in takes the name of its directory from the settings in the working directory.
+    if (firstUse && m_plugin.table())
         root.prepareDataDirectory(dataFile({}));
 }
 
@@ -55,7 +63,7 @@ void Dashboard::init()
     m_interfaces = m_plugin.instance();
     m_object = m_interfaces.object;
     if (!m_interfaces.base->Init())
-        failRun(QStringLiteral("the plug-in could not start; --log shows what it says"));
+        failRun(QStringLiteral("the plug-in could not start; --log shows its reasons"));
 }
 
 void Dashboard::shutDown()

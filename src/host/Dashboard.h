@@ -8,30 +8,30 @@
 
 #include <memory>
 
-/// What the user chose for a run.
+/// The choices of the user for one run.
 struct HostOptions
 {
     QString plugin; ///< file
-    QString sdk;    ///< file; empty: the one beside the plug-in
-    QString card;   ///< as DeviceServiceLibrary::start() takes it; empty: the service's own choice
-    QString root;   ///< directory in whose place "/" and the working directory stand; empty: none
+    QString sdk;    ///< file; empty: that of DeviceServiceLibrary::find()
+    QString card;   ///< argument of DeviceServiceLibrary::start(); empty: the service's default
+    QString root;   ///< directory used in place of "/" and of the working directory; empty: none
     bool log = false;
 };
 
-/// Behaves towards the plug-in as a dashboard: starts the device service, loads and initialises the
+/// Plays the dashboard for the plug-in: starts the device service, loads and initialises the
 /// plug-in, and shuts both down in the right order.
 ///
 /// For the main thread.
 class Dashboard
 {
 public:
-    /// Loads device service and plug-in and prepares the root. Throws Failure.
+    /// Loads the device service and the plug-in, and prepares the root. Throws Failure.
     explicit Dashboard(const HostOptions &options);
 
     /// Shuts down unless shutDown() was called.
     ~Dashboard();
 
-    /// Creates the plug-in's object and initialises it: the first report is written. Throws
+    /// Creates the plug-in's object and initialises it, which writes the first report. Throws
     /// Failure.
     void init();
 
@@ -46,7 +46,7 @@ public:
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }
 
-    /// Returns the path of the file, or an empty text if the plug-in has no table, which tells it.
+    /// Returns the path of the file, or an empty text if the plug-in has no table to ask.
     QString reportFile() const { return dataFile(QStringLiteral("UpdateRule.dat")); }
     QString configFile() const { return dataFile(QStringLiteral("Config.xml")); }
 

@@ -1,27 +1,60 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceServiceLibrary.h"
 
+#include "DeviceServiceFunctions.h"
+#include "ElfFile.h"
 #include "Failure.h"
+#include "Output.h"
 
 #include <QFileInfo>
-#include <QLibrary>
 
-DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, const QString &plugin)
-    : m_file(m_directory.absoluteFilePath(file))
+QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
 {
-    if (file.isEmpty()) {
-        const QString beside = QFileInfo(plugin).absolutePath() + QLatin1Char('/') + fileName();
-        m_file = QFileInfo::exists(beside) ? beside : fileName();
-    }
+    if (!file.isEmpty())
+        return QFileInfo(file).absoluteFilePath();
+    const QString beside = QFileInfo(plugin).absolutePath() + QLatin1Char('/') + fileName();
+    return QFileInfo::exists(beside) ? beside : fileName();
+}
+
+DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
+{
     QLibrary library(m_file);
+    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     if (!library.load()) {
         failRun(QStringLiteral("the device-service library cannot be loaded: %1; put %2 beside the "
                                "plug-in, or name it with --sdk FILE")
                     .arg(library.errorString(), fileName()));
     }
+    requireSoname();
+    requireFunctions(library);
     if (const auto getControl = reinterpret_cast<DevSrvGetControlFunction>(
             library.resolve("DevSrv_GetControl")))
         m_control = getControl();
+}
+
+// The plug-in asks for the device service by its soname: it would load another library, or none.
+void DeviceServiceLibrary::requireSoname() const
+{
+    const auto facts = readElf(m_file);
+    if (!facts || facts->soname == fileName())
+        return;
+    failRun(QStringLiteral("%1 has the soname \"%2\", and the plug-in needs %3; link the library "
+                           "with -Wl,-soname,%3")
+                .arg(m_file, visible(facts->soname), fileName()));
+}
+
+void DeviceServiceLibrary::requireFunctions(QLibrary &library) const
+{
+    QStringList missing;
+    for (const DeviceServiceFunction &function : kDeviceServiceFunctions) {
+        if (!library.resolve(function.name))
+            missing << QLatin1String(function.name);
+    }
+    if (!missing.isEmpty()) {
+        failRun(QStringLiteral("%1 lacks functions that the plug-in needs: %2; \"kestrun inspect "
+                               "--sdk FILE\" shows what each is for")
+                    .arg(m_file, missing.join(QStringLiteral(", "))));
+    }
 }
 
 void DeviceServiceLibrary::start(const QString &card)

@@ -4,51 +4,61 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
+#include <QLibrary>
 #include <QList>
 
 #include <utility>
 
-/// The device-service library, loaded before the plug-in as a dashboard does it.
+/// The device-service library, which is loaded before the plug-in, as in a dashboard.
 ///
-/// One object at a time, on the main thread; the library stays loaded.
+/// There is one object at a time, on the main thread. The library stays loaded when it ends.
 class DeviceServiceLibrary
 {
 public:
-    /// Loads `file`, or if that is empty the library beside `plugin`, or else the one that the
-    /// system finds. Throws Failure.
-    DeviceServiceLibrary(const QString &file, const QString &plugin);
+    /// Returns `file`. If that is empty, returns the library beside `plugin`, or else the name of
+    /// the library, which the system then finds.
+    static QString find(const QString &file, const QString &plugin);
+
+    /// Loads the library that find() returned. Throws Failure.
+    explicit DeviceServiceLibrary(const QString &file);
+
+    const QString &file() const { return m_file; }
 
     /// Starts a card: a shipped one, a card file, or a backend with its argument. Throws Failure,
-    /// also if the library is a maker's and has no control interface.
+    /// also for a maker's library, which has no control interface.
     void start(const QString &card);
 
-    /// The backends that the library knows; none if it is older than 1.1. Throws Failure for a
-    /// maker's library.
+    /// Returns the backends of the library; a library older than 1.1 lists none. Throws Failure
+    /// for a maker's library.
     QList<DevSrvBackend> backends() const;
 
-    /// The devices that a backend can use: what start() takes, and a description. Leaves one
-    /// sentence in `why` if there may be more. Throws Failure for a maker's library.
+    /// Returns the devices that a backend can use: the argument of start() and a description. If
+    /// the list may be incomplete, `why` becomes one sentence with the reason. Throws Failure for
+    /// a maker's library.
     QList<std::pair<QString, QString>> devices(const char *backend, QString &why) const;
 
-    /// Puts another emulated card in: a shipped one, or a card file, whose name counts from the
-    /// directory that the host was started in ("./lte" where it is that of a shipped one). 0, or
-    /// not, with the reason in the control interface's lastError(). Throws Failure for a maker's
-    /// library.
+    /// Loads another emulated card: a shipped one or a card file. A relative path starts at the
+    /// directory in which the host was started; "./lte" is a file even though a shipped card has
+    /// that name. Returns 0 on success; otherwise lastError() of the control interface has the
+    /// reason. Throws Failure for a maker's library.
     std::int32_t loadCard(const QString &card);
 
-    /// Ends the service if it was started.
+    /// Ends the active backend.
     void stop();
 
-    /// Null for a maker's library.
+    /// Returns the control interface, or null for a maker's library.
     const DeviceServiceControl *control() const { return m_control; }
 
-    /// The control interface; throws Failure for a maker's library.
+    /// Returns the control interface. Throws Failure for a maker's library.
     const DeviceServiceControl &requireControl() const;
 
     static QString fileName();
 
 private:
+    void requireSoname() const;
+    void requireFunctions(QLibrary &library) const;
+
     const QDir m_directory = QDir::current();
-    QString m_file;
+    const QString m_file;
     const DeviceServiceControl *m_control = nullptr;
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Calls `take` with each entry of a section, as `get` reads it.
+// Reads each entry of a section with `get` and passes it to `take`.
 template <typename Entry, typename Get, typename Take>
 void forEach(Elf_Scn *section, const GElf_Shdr &header, Get get, Take take)
 {
@@ -55,6 +55,8 @@ std::optional<LibraryFacts> readElf(const QString &fileName)
             forEach<GElf_Dyn>(section, header, gelf_getdyn, [&](const GElf_Dyn &entry) {
                 if (entry.d_tag == DT_NEEDED)
                     facts.needed << name(entry.d_un.d_val);
+                else if (entry.d_tag == DT_SONAME)
+                    facts.soname = name(entry.d_un.d_val);
                 else if (entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH)
                     facts.searched << name(entry.d_un.d_val).split(QLatin1Char(':'));
             });

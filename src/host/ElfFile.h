@@ -5,13 +5,14 @@
 
 #include <optional>
 
-/// What a shared library says of itself, read from the file without running any of it.
+/// The exports and dependencies of a shared library, read from its file without running its code.
 struct LibraryFacts
 {
-    QStringList exports;  ///< defined symbols, as they stand in the file
-    QStringList needed;   ///< names of the libraries it needs
+    QString soname;       ///< the name by which other libraries need it
+    QStringList exports;  ///< names of the defined symbols, not demangled
+    QStringList needed;   ///< names of the libraries that it needs
     QStringList searched; ///< its own search path, "$ORIGIN" resolved
 };
 
-/// Reads an ELF file; nothing if it is none, or this build cannot read any.
+/// Reads an ELF file. Returns nothing if it is not one, or if this build has no libelf.
 std::optional<LibraryFacts> readElf(const QString &file);

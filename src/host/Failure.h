@@ -6,7 +6,7 @@
 /// The host's exit statuses.
 enum class ExitStatus { Done = 0, NotDone = 1, WrongUsage = 2 };
 
-/// What ends a command: one sentence for the user that says what is wrong, where, and what to do.
+/// Ends a command. The message is one sentence for the user: what is wrong, where, and what to do.
 struct Failure
 {
     ExitStatus status;

@@ -4,16 +4,25 @@
 #include "Failure.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 namespace {
 
+// Of the last write that failed; 0: none did.
+int s_error = 0;
+
 void put(FILE *stream, const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
-    std::fflush(stream);
+    const std::size_t size = static_cast<std::size_t>(bytes.size());
+    const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size
+        && std::fflush(stream) == 0;
+    if (!written && stream == stdout)
+        s_error = errno;
 }
+
+} // namespace
 
 QString visible(const QString &text)
 {
@@ -27,8 +36,6 @@ QString visible(const QString &text)
     return shown;
 }
 
-} // namespace
-
 void print(const QString &text)
 {
     put(stdout, text);
@@ -36,9 +43,10 @@ void print(const QString &text)
 
 void requirePrinted()
 {
-    if (std::ferror(stdout)) {
-        failRun(QStringLiteral("standard output could not be written; make room, or choose "
-                               "another place for it"));
+    if (s_error != 0 && s_error != EPIPE) {
+        failRun(QStringLiteral("standard output could not be written: %1; make room, or choose "
+                               "another place for it")
+                    .arg(qt_error_string(s_error)));
     }
 }
 

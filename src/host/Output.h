@@ -6,14 +6,20 @@
 
 #include <utility>
 
-/// Writes UTF-8 to standard output at once.
+/// Writes UTF-8 to standard output, without a buffer.
 void print(const QString &text);
 
-/// Throws Failure if any of the standard output could not be written.
+/// Throws Failure if an earlier print() could not write everything. A reader that closed its end of
+/// a pipe is no failure.
 void requirePrinted();
+
+/// Returns the text with each control character as "\NNN", in octal: a text from outside must not
+/// control the terminal.
+QString visible(const QString &text);
 
 /// Writes one line to standard error.
 void printError(const QString &line);
 
-/// Two aligned columns, a line for each row. Control characters are shown as "\NNN", in octal.
+/// Returns two aligned columns with one line for each row. Control characters of the second column
+/// become "\NNN", in octal.
 QString table(const QList<std::pair<QString, QString>> &rows);

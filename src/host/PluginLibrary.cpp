@@ -22,6 +22,8 @@ PluginLibrary::PluginLibrary(const QString &file) : m_file(file), m_library(file
                                "with --plugin FILE")
                     .arg(file));
     }
+    // A function that is missing is told now, and does not end the program when it is called.
+    m_loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     m_loader.setFileName(file);
     const QString identifier = m_loader.metaData().value(QStringLiteral("IID")).toString();
     if (identifier.isEmpty())
@@ -48,7 +50,7 @@ void PluginLibrary::load()
     const QByteArray text = verification();
     if (text != kPluginVerificationText) {
         failRun(
-            QStringLiteral("%1 was made for another dashboard: its verification text is \"%2\", "
+            QStringLiteral("%1 was built for another dashboard: its verification text is \"%2\", "
                            "not \"%3\"")
                 .arg(m_file, QString::fromLatin1(text).replace(u'\n', u' '),
                      QString::fromLatin1(kPluginVerificationText).replace(u'\n', u' ')));
@@ -66,8 +68,8 @@ PluginLibrary::Object PluginLibrary::instance()
     const Object found{object, qobject_cast<IBasePlugin *>(object),
                        qobject_cast<IUIPlugin *>(object), qobject_cast<INotify *>(object)};
     if (!found.base || !found.window || !found.notify) {
-        failRun(QStringLiteral("the object of %1 does not answer the interfaces IBasePlugin, "
-                               "IUIPlugin and INotify: it was made for another dashboard")
+        failRun(QStringLiteral("the object of %1 does not have the interfaces IBasePlugin, "
+                               "IUIPlugin and INotify: it was built for another dashboard")
                     .arg(m_file));
     }
     return found;
@@ -88,7 +90,7 @@ void PluginLibrary::setSystemRoot(const QString &directory) const
 {
     if (!m_setSystemRoot) {
         failRun(QStringLiteral("%1 cannot be moved to %2: it has no KestrunSetSystemRoot; use a "
-                               "newer plug-in, or leave --root out")
+                               "newer plug-in, or leave out --root")
                     .arg(m_file, directory));
     }
     m_setSystemRoot(directory.toUtf8().constData());

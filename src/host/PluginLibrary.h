@@ -16,8 +16,8 @@
 class PluginLibrary
 {
 public:
-    /// Checks, without running the file's code, that it exists and has Qt metadata with the right
-    /// identifier. Throws Failure.
+    /// Checks, without running the code of the file, that it exists and that its Qt metadata have
+    /// the right identifier. Throws Failure.
     explicit PluginLibrary(const QString &file);
 
     /// Loads the file and compares its verification text. Throws Failure.

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "PluginOutput.h"
 
-#include <QByteArray>
-#include <QString>
+#include "Output.h"
+
+#include <QMutex>
+#include <QRegularExpression>
+#include <QSet>
 #include <QtGlobal>
 
 #include <cstdio>
@@ -11,23 +14,53 @@
 
 namespace {
 
-void show(QtMsgType, const QMessageLogContext &, const QString &message)
+// The plug-in writes this as a warning for each message that it sends, also on success.
+constexpr QLatin1String kSuccess("The Error code returned by the ZEPA_SMSSrv_CreateSMSRecord = 0");
+
+// The user's standard error; PluginOutput redirects the descriptor itself.
+int userError()
 {
-    std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
+    static const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    return descriptor;
 }
 
-// Without the log: only what the device service says of real modems, once each.
-void drop(QtMsgType type, const QMessageLogContext &context, const QString &message)
+// One call of the system, so that lines of two threads do not mix.
+void showLine(const QString &line)
 {
-    if (message.startsWith(QLatin1String("modemmanager: ")))
-        show(type, context, message);
+    const QByteArray bytes = visible(line).toUtf8() + '\n';
+    [[maybe_unused]] const ssize_t written = write(userError(), bytes.constData(),
+                                                   static_cast<std::size_t>(bytes.size()));
+}
+
+void showAll(QtMsgType, const QMessageLogContext &, const QString &message)
+{
+    showLine(message);
+}
+
+// Shows each warning once. Two lines of the log that differ in their time are one warning.
+void showWarnings(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtDebugMsg || type == QtInfoMsg || message == kSuccess)
+        return;
+    static const QRegularExpression time(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d ?: ?"));
+    const QString text = QString(message).remove(time);
+    static QBasicMutex mutex;
+    static QSet<QString> shown;
+    {
+        const QMutexLocker lock(&mutex);
+        if (shown.contains(text))
+            return;
+        shown.insert(text);
+    }
+    showLine(QStringLiteral("kestrun: warning: ") + text);
 }
 
 } // namespace
 
 void setPluginLog(bool shown)
 {
-    qInstallMessageHandler(shown ? show : drop);
+    userError();
+    qInstallMessageHandler(shown ? showAll : showWarnings);
 }
 
 PluginOutput::PluginOutput(bool shown)

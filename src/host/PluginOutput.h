@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Shows the log of plug-in and device service on standard error, or drops it.
+/// Shows the log of the plug-in and the device service on standard error, or drops it.
 void setPluginLog(bool shown);
 
-/// Keeps standard output free of what plug-in and shell commands print, for as long as the object
-/// lives: with the log it goes to standard error, without it nowhere, as does what they write to
-/// standard error.
+/// Keeps the output of the plug-in and of its shell commands away from standard output for as long
+/// as the object lives: it goes to standard error with the log, and is dropped without it.
 class PluginOutput
 {
 public:

@@ -57,8 +57,8 @@ QString whyNotWritten(const QString &file)
     if (above.isDir() && !above.isExecutable())
         return QStringLiteral("there is no right to enter %1; grant it").arg(above.filePath());
     if (!missing.isEmpty()) {
-        return QStringLiteral("the directory %1 is missing; the dashboard's installation makes it, "
-                              "and --root DIR does without")
+        return QStringLiteral("the directory %1 is missing; the dashboard's installation creates "
+                              "it, and --root DIR works without it")
             .arg(missing);
     }
     if (info.isDir())
@@ -68,13 +68,13 @@ QString whyNotWritten(const QString &file)
             .arg(file);
     const QFileInfo directory(info.path());
     if (!info.exists() && !directory.isWritable())
-        return QStringLiteral("there is no right to make files in %1; grant it")
+        return QStringLiteral("there is no right to create files in %1; grant it")
             .arg(directory.filePath());
     constexpr qint64 kSmall = 65'536;
     if (QStorageInfo(info.path()).bytesAvailable() < kSmall)
         return QStringLiteral("the disk that holds %1 is full; make room").arg(info.path());
-    return QStringLiteral("%1 was not written as a whole, for a reason that cannot be seen from "
-                          "here; --log shows what the plug-in says")
+    return QStringLiteral("%1 was not written completely, and no reason is visible; --log shows "
+                          "the messages of the plug-in")
         .arg(file);
 }
 
@@ -92,23 +92,22 @@ ConfigState::ConfigState(const QString &fileName) : file(fileName)
     }
 }
 
-QString configChange(const ConfigState &before, const ConfigState &after)
+QString configChange(const ConfigState &previous, const ConfigState &current)
 {
-    if (!after.file.exists)
-        return QStringLiteral("there is none");
-    if (!after.readable && after.file == before.file)
-        return QStringLiteral("not updated: it has mode 0002, by which its owner cannot open it "
-                              "again (this is meant)");
-    if (!after.readable)
-        return QStringLiteral("rewritten, but it has mode 0002 and cannot be read to tell what "
-                              "changed");
-    if (after.file.size == 0)
-        return QStringLiteral("empty now: it was missing, or was not XML");
-    if (after.simLocks.isEmpty())
+    if (!current.file.exists)
+        return QStringLiteral("it does not exist");
+    if (!current.readable && current.file == previous.file)
+        return QStringLiteral("not updated: it has mode 0002, so that its owner cannot open it "
+                              "again (this is intended)");
+    if (!current.readable)
+        return QStringLiteral("rewritten, but it has mode 0002, so that the change cannot be read");
+    if (current.file.size == 0)
+        return QStringLiteral("empty: it was missing, or was not XML");
+    if (current.simLocks.isEmpty())
         return QStringLiteral("no LatestSimLockState in it");
-    const QString now = after.simLocks.join(QStringLiteral(", "));
-    if (before.simLocks == after.simLocks)
-        return QStringLiteral("LatestSimLockState %1, as before").arg(now);
+    const QString now = current.simLocks.join(QStringLiteral(", "));
+    if (previous.simLocks == current.simLocks)
+        return QStringLiteral("LatestSimLockState %1, unchanged").arg(now);
     return QStringLiteral("LatestSimLockState %1 \u2192 %2")
-        .arg(before.simLocks.join(QStringLiteral(", ")), now);
+        .arg(previous.simLocks.join(QStringLiteral(", ")), now);
 }

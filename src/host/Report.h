@@ -8,13 +8,14 @@
 #include <optional>
 #include <utility>
 
-/// The values of a report by element path ("Client/Command/Network/PLMN"), in the file's order.
+/// The values of a report by element path ("Client/Command/Network/PLMN"), in the order of the
+/// file.
 using ReportValues = QList<std::pair<QString, QString>>;
 
-/// Reads the report's values from XML; nothing if it is not well-formed.
+/// Returns the values of a report, or nothing if the XML is not well-formed.
 std::optional<ReportValues> reportValues(const QByteArray &xml);
 
-/// A file at one moment, to tell later whether it has been written.
+/// The state of a file at one moment. Two of them differ if the file was written in between.
 struct FileState
 {
     explicit FileState(const QString &file);
@@ -24,18 +25,18 @@ struct FileState
     bool operator==(const FileState &) const = default;
 };
 
-/// Why a file in the plug-in's directory could not be written: which directory is missing, which
-/// right is lacking. One sentence with what to do.
+/// Returns one sentence that says why a file in the plug-in's directory could not be written, for
+/// example which directory or which right is missing, and what to do.
 QString whyNotWritten(const QString &file);
 
-/// What "Config.xml" says of the lock, at one moment.
+/// The SIM-lock state in "Config.xml" at one moment.
 struct ConfigState
 {
     explicit ConfigState(const QString &file);
     FileState file;
     bool readable;
-    QStringList simLocks; ///< of each `HistoryData` that has one
+    QStringList simLocks; ///< the state in each `HistoryData` that has one
 };
 
-/// What one run of the plug-in did to "Config.xml", in one line for people.
-QString configChange(const ConfigState &before, const ConfigState &after);
+/// Returns one line for people that says how "Config.xml" changed between two moments.
+QString configChange(const ConfigState &previous, const ConfigState &current);

@@ -8,7 +8,7 @@ StopSignals::StopSignals()
     sigemptyset(&m_signals);
     sigaddset(&m_signals, SIGINT);
     sigaddset(&m_signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &m_signals, &m_blockedBefore);
+    pthread_sigmask(SIG_BLOCK, &m_signals, &m_previousMask);
     m_waiting = std::thread([this] { wait(); });
 }
 
@@ -17,7 +17,7 @@ StopSignals::~StopSignals()
     m_ending = true;
     pthread_kill(m_waiting.native_handle(), SIGINT);
     m_waiting.join();
-    pthread_sigmask(SIG_SETMASK, &m_blockedBefore, nullptr);
+    pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
 }
 
 void StopSignals::wait()

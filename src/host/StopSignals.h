@@ -7,13 +7,13 @@
 #include <csignal>
 #include <thread>
 
-/// Turns SIGINT and SIGTERM into a Qt signal, for as long as the object lives.
+/// Turns SIGINT and SIGTERM into a Qt signal for as long as the object lives.
 ///
-/// One object at a time, made on the main thread before there are others: they take over which
-/// signals are blocked. A thread of its own waits for the two. A handler would miss SIGINT for as
-/// long as the plug-in runs a shell command, since the C library has the whole process ignore it;
-/// a signal that is waited for is lost only if a command begins in the instant in which it comes.
-/// The commands inherit that the two are blocked, and so end what they began.
+/// There is one object at a time. It is created on the main thread before other threads start,
+/// because they inherit the blocked signals. A thread waits for the two signals with sigwait(). A
+/// handler would miss SIGINT while the plug-in runs a shell command: the C library makes the whole
+/// process ignore SIGINT during system(). The commands inherit the blocked signals too, so that
+/// Ctrl-C does not interrupt them.
 class StopSignals : public QObject
 {
     Q_OBJECT
@@ -23,14 +23,14 @@ public:
     ~StopSignals() override;
 
 Q_SIGNALS:
-    /// Emitted on the waiting thread: receivers on others get it through their event loop.
+    /// Emitted on the waiting thread. Receivers on other threads get it through their event loops.
     void stopped();
 
 private:
     void wait();
 
     sigset_t m_signals;
-    sigset_t m_blockedBefore;
+    sigset_t m_previousMask;
     std::atomic<bool> m_ending = false;
     std::thread m_waiting;
 };

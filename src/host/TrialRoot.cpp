@@ -23,8 +23,8 @@ constexpr char kConfig[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 void makeDirectory(const QString &directory)
 {
     if (!QDir().mkpath(directory)) {
-        failRun(QStringLiteral("the directory %1 cannot be made; name a root that you may write "
-                               "with --root DIR")
+        failRun(QStringLiteral("the directory %1 cannot be created; choose a root that you may "
+                               "write with --root DIR")
                     .arg(directory));
     }
 }
@@ -39,8 +39,8 @@ void writeSettings(const QString &file, const QList<std::pair<QString, QString>>
         settings.setValue(key, value);
     settings.sync();
     if (settings.status() != QSettings::NoError) {
-        failRun(QStringLiteral("%1 cannot be written; name a root that you may write with --root "
-                               "DIR")
+        failRun(QStringLiteral("%1 cannot be written; choose a root that you may write with "
+                               "--root DIR")
                     .arg(file));
     }
 }
@@ -80,7 +80,7 @@ void TrialRoot::prepareDataDirectory(const QString &dataDirectory) const
     makeDirectory(dataDirectory);
     QFile config(dataDirectory + QStringLiteral("Config.xml"));
     if (!config.exists() && (!config.open(QIODevice::WriteOnly) || config.write(kConfig) < 0)) {
-        failRun(QStringLiteral("%1 cannot be written: %2; name a root that you may write with "
+        failRun(QStringLiteral("%1 cannot be written: %2; choose a root that you may write with "
                                "--root DIR")
                     .arg(config.fileName(), config.errorString()));
     }

@@ -3,21 +3,21 @@
 
 #include <QString>
 
-/// A directory that stands in for "/" and the working directory, with the few files of a dashboard
-/// that the plug-in looks for.
+/// A directory that is used in place of "/" and of the working directory, with the files of a
+/// dashboard that the plug-in reads.
 class TrialRoot
 {
 public:
     explicit TrialRoot(const QString &directory) : m_directory(directory) {}
 
-    /// Whether nothing has been prepared yet. What is there is never changed.
+    /// Returns whether the directory has not been prepared. Existing files are never changed.
     bool isNew() const;
 
-    /// Writes the settings files: the working directory's, and those that lead to the CD volume.
-    /// Throws Failure.
+    /// Writes the settings file of the working directory and the settings files that lead to the
+    /// CD volume. Throws Failure.
     void prepareSettings() const;
 
-    /// Makes the directory of the plug-in's files, with a "Config.xml". Throws Failure.
+    /// Creates the directory of the plug-in's files with a "Config.xml". Throws Failure.
     void prepareDataDirectory(const QString &dataDirectory) const;
 
 private:

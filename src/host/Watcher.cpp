@@ -3,6 +3,7 @@
 
 #include "Output.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -29,12 +30,13 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
     : m_dashboard(dashboard),
       m_table(dashboard.plugin().requireTable(QStringLiteral("be watched"))), m_form(form),
       m_reportFile(dashboard.reportFile()), m_reportState(m_reportFile),
-      m_input(STDIN_FILENO, QSocketNotifier::Read)
+      m_input(STDIN_FILENO, QSocketNotifier::Read),
+      m_readerGone(STDOUT_FILENO, QSocketNotifier::Exception)
 {
     QFile file(m_reportFile);
     if (file.open(QIODevice::ReadOnly))
         m_reportXml = file.readAll();
-    // A rewrite is several changes of the file in a row.
+    // A rewrite changes the file several times within milliseconds.
     constexpr int kSettleMs = 30;
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMs);
@@ -43,6 +45,7 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
     connect(&m_files, &QFileSystemWatcher::fileChanged, this, changed);
     connect(&m_files, &QFileSystemWatcher::directoryChanged, this, changed);
     connect(&m_input, &QSocketNotifier::activated, this, &Watcher::readCommands);
+    connect(&m_readerGone, &QSocketNotifier::activated, this, &QCoreApplication::quit);
 }
 
 void Watcher::start()
@@ -67,7 +70,7 @@ void Watcher::tellEnd(int callbacks)
 
 void Watcher::onAvailable()
 {
-    // A rewrite before the signal is to be told before it.
+    // Prints a rewrite that preceded the signal first.
     checkReport();
     tell(QStringLiteral("signal DeviceAvailable"),
          {{QStringLiteral("type"), QStringLiteral("signal")},
@@ -91,8 +94,8 @@ void Watcher::readCommands()
     if (count > 0) {
         m_inputBuffer.append(buffer, count);
     } else {
-        // Closed: nothing more will come, and asking again would spin. The last line may have no
-        // end.
+        // The input is closed, and the notifier would fire for ever. The last line may lack its
+        // line feed.
         m_input.setEnabled(false);
         m_inputBuffer.append('\n');
     }
@@ -114,7 +117,7 @@ void Watcher::runCommand(const QString &line)
               {QStringLiteral("message"), message}});
     };
     if (!control)
-        return wrong(QStringLiteral("this device service takes no commands"));
+        return wrong(QStringLiteral("the device service of a card maker takes no commands"));
 
     const QString command = line.section(QLatin1Char(' '), 0, 0);
     const QString rest = line.section(QLatin1Char(' '), 1).trimmed();
@@ -139,7 +142,7 @@ void Watcher::runCommand(const QString &line)
         known = false;
     }
     if (!known)
-        wrong(QStringLiteral("\"%1\" is no command; the commands are: %2")
+        wrong(QStringLiteral("\"%1\" is not a command; the commands are: %2")
                   .arg(line, QLatin1String(kCommands)));
     else if (result != 0)
         wrong(QString::fromUtf8(control->lastError()));
@@ -147,7 +150,7 @@ void Watcher::runCommand(const QString &line)
 
 void Watcher::watchFiles()
 {
-    // A file that was removed and made again has fallen out of the list.
+    // The file watcher drops a file that is removed, also if it is created again.
     for (const QString &path : {m_reportFile, QFileInfo(m_reportFile).path()}) {
         if (QFileInfo::exists(path))
             m_files.addPath(path);
@@ -164,7 +167,7 @@ void Watcher::checkReport()
     const QByteArray xml = file.readAll();
     const auto values = reportValues(xml);
     if (!values) {
-        // In the middle of a rewrite: its next change comes.
+        // A rewrite is under way, and its next change starts the timer again.
         return;
     }
     if (state == m_reportState && xml == m_reportXml)
@@ -175,13 +178,13 @@ void Watcher::checkReport()
          {{QStringLiteral("type"), QStringLiteral("report")},
           {QStringLiteral("file"), m_reportFile}});
     for (const auto &[path, value] : *values) {
-        const QString before = valueOf(m_values, path);
-        if (value == before)
+        const QString previous = valueOf(m_values, path);
+        if (value == previous)
             continue;
-        tell(QStringLiteral("  %1: \"%2\" \u2192 \"%3\"").arg(path, before, value),
+        tell(QStringLiteral("  %1: \"%2\" \u2192 \"%3\"").arg(path, previous, value),
              {{QStringLiteral("type"), QStringLiteral("change")},
               {QStringLiteral("field"), path},
-              {QStringLiteral("old"), before},
+              {QStringLiteral("old"), previous},
               {QStringLiteral("new"), value}});
     }
     m_values = *values;

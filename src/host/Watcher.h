@@ -9,11 +9,10 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
-/// Tells what the plug-in does for as long as it runs: its signals, each rewrite of the report, and
-/// each value that changed since the last one; and hands commands from standard input to the
-/// emulated card.
+/// Prints the plug-in's signals, each rewrite of the report and each value that the rewrite
+/// changed, and passes commands from standard input to the emulated card.
 ///
-/// On the main thread. The plug-in's signals may come from other threads.
+/// Lives on the main thread. The plug-in may emit its signals on other threads.
 class Watcher : public QObject
 {
     Q_OBJECT
@@ -24,14 +23,14 @@ public:
     /// Throws Failure for a plug-in without a table.
     Watcher(Dashboard &dashboard, Form form);
 
-    /// Connects to the plug-in's signals and tells of the report as it is.
+    /// Connects to the plug-in's signals and prints the values of the current report.
     void start();
 
-    /// One line at the end.
+    /// Prints the last line.
     void tellEnd(int callbacks);
 
 private Q_SLOTS:
-    // Slots by name: the plug-in's class is known at run time only.
+    // Connected by name, because the class that emits the signals is known only at run time.
     void onAvailable();
     void onUnavailable();
 
@@ -52,5 +51,6 @@ private:
     QFileSystemWatcher m_files;
     QTimer m_settle;
     QSocketNotifier m_input;
+    QSocketNotifier m_readerGone; // of standard output
     QByteArray m_inputBuffer;
 };

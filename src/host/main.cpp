@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "LoadCheck.h"
 #include "Output.h"
 #include "commands/Commands.h"
 
@@ -10,7 +11,7 @@
 
 namespace {
 
-// A standard stream that is closed would otherwise become the next file that is opened.
+// If a standard stream is closed, the next file that is opened would take its place.
 void openStandardStreams()
 {
     int descriptor = 0;
@@ -30,12 +31,12 @@ struct Command
 ExitStatus runHelp(const QStringList &arguments);
 
 constexpr Command kCommands[] = {
-    {"report", "write a report, as a dashboard's start does, and show it", runReport},
-    {"watch", "stay, and tell what the plug-in does", runWatch},
+    {"report", "write a report as a dashboard does when it starts, and show it", runReport},
+    {"watch", "show signals, rewrites and changed values until Ctrl-C", runWatch},
     {"sms", "send a message, or switch delivery receipts", runSms},
     {"notify", "send the plug-in a message", runNotify},
-    {"cards", "list the emulated cards", runCards},
-    {"inspect", "tell whether a dashboard would take a plug-in file", runInspect},
+    {"cards", "list the cards and backends, or the fields of a card file", runCards},
+    {"inspect", "show whether a dashboard would accept a plug-in file", runInspect},
     {"help", "show the options of a command, or this list", runHelp},
     {"--version", "show the versions of kestrun and Qt, and the backends", runVersion},
 };
@@ -54,10 +55,12 @@ QString usage()
 ExitStatus runCommand(QStringList arguments)
 {
     if (arguments.size() < 2)
-        failUsage(QStringLiteral("no command is given\n\n") + usage());
+        failUsage(QStringLiteral("a command is missing\n\n") + usage());
     const QString name = arguments.takeAt(1);
     if (name == QLatin1String("--help") || name == QLatin1String("-h"))
         return runHelp({arguments.at(0)});
+    if (name == QLatin1String(kLoadCheckCommand))
+        runLoadCheck(arguments.mid(1));
     for (const Command &command : kCommands) {
         if (name == QLatin1String(command.name))
             return command.run(arguments);
@@ -84,7 +87,8 @@ ExitStatus runHelp(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     openStandardStreams();
-    // "Config.xml" goes through a document that writes attributes in hash order: one order, always.
+    // The plug-in writes the attributes of "Config.xml" in hash order; a fixed seed makes that
+    // order the same in each run.
     QHashSeed::setDeterministicGlobalSeed();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kestrun"));

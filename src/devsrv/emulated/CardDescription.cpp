@@ -242,6 +242,7 @@ std::optional<CardDescription> readCard(const QString &nameOrFile, QString &erro
         return fail(QStringLiteral("it describes nothing; see the shipped cards for examples"));
 
     CardDescription card;
+    card.name = nameOrFile.toStdString();
     for (const QString &key : keys) {
         if (const QString wrong = setByKey(card, key, settings.value(key)); !wrong.isEmpty())
             return fail(QStringLiteral("field \"%1\": %2").arg(key, wrong));

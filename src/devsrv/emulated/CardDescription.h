@@ -14,6 +14,7 @@ namespace devsrv {
 /// The answers of an emulated card, as a card file describes them.
 struct CardDescription
 {
+    std::string name; ///< of the shipped card, or the path of the file; UTF-8
     bool present = true;
     std::int32_t status = DEVSRV_STATUS_READY;
     std::string imei;

@@ -127,6 +127,12 @@ std::optional<Value> EmulatedCard::read(Value CardDescription::*field) const
     return m_card.*field;
 }
 
+std::string EmulatedCard::description()
+{
+    const std::lock_guard lock(m_mutex);
+    return "emulated card " + m_card.name;
+}
+
 std::optional<std::int32_t> EmulatedCard::status()
 {
     return read(&CardDescription::status);

@@ -35,6 +35,7 @@ public:
     /// The observer of the C boundary's calls that belongs to this card.
     FaultInjector &faults() { return m_faults; }
 
+    std::string description() override;
     std::optional<std::int32_t> status() override;
     std::optional<std::string> imei() override;
     std::optional<std::string> imsi() override;

@@ -91,6 +91,14 @@ std::optional<std::string> ModemManagerCard::text(QLatin1String interface, QLati
     return modem ? latin1(modem->text(interface, property)) : std::nullopt;
 }
 
+std::string ModemManagerCard::description()
+{
+    const auto modem = m_client.modem();
+    if (!modem)
+        return "no usable modem of ModemManager";
+    return "modem " + modem->imei().value_or(modem->path()).toStdString() + " by ModemManager";
+}
+
 std::optional<std::int32_t> ModemManagerCard::status()
 {
     const auto modem = m_client.modem();

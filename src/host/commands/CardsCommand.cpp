@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLine.h"
 #include "Commands.h"
+#include "LoadCheck.h"
 #include "Output.h"
 
 namespace {
@@ -37,14 +38,16 @@ ExitStatus runCards(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("cards"),
-        QStringLiteral("Lists what --card takes: the shipped cards, the backends of the "
-                       "device service, and the devices that these find."));
+        QStringLiteral("Lists the values of --card: the shipped cards, the backends of the "
+                       "device service, and the devices that the backends find."));
     line.addLibraryOptions();
     line.addFlag(QStringLiteral("fields"),
                  QStringLiteral("List the fields of a card file instead."));
     line.read(arguments);
 
-    const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
+    const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+    requireLoadingReturns(file, {});
+    const DeviceServiceLibrary library(file);
     const DeviceServiceControl &control = library.requireControl();
     const bool fields = line.has(QStringLiteral("fields"));
     const auto next = fields ? control.cardField : control.shippedCard;

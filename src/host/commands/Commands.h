@@ -5,8 +5,8 @@
 
 #include <QStringList>
 
-/// The commands of the host. Each takes the program's arguments, the program's name first and the
-/// command's own name left out, and throws Failure.
+/// The commands of the host. Each takes the name of the program and the arguments behind the name
+/// of the command, and throws Failure.
 ExitStatus runReport(const QStringList &arguments);
 ExitStatus runWatch(const QStringList &arguments);
 ExitStatus runSms(const QStringList &arguments);

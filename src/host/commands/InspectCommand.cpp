@@ -13,7 +13,7 @@
 
 namespace {
 
-// What a look at the file finds, and whether a dashboard would mind.
+// The results of the checks, and whether all of them are good.
 class Findings
 {
 public:
@@ -67,7 +67,7 @@ void inspectMetadata(Findings &findings, const QJsonObject &metadata)
 
 void inspectTexts(Findings &findings, const QByteArray &content)
 {
-    // The text stands in the file as the function returns it, with the NUL at its end.
+    // The file contains the text that the function returns, with its closing NUL.
     const QByteArray pattern = "pattern=QT_PLUGIN_VERIFICATION_DATA";
     const qsizetype begin = content.indexOf(pattern);
     const QByteArray text = begin < 0 ? QByteArray() : QByteArray(content.constData() + begin);
@@ -89,7 +89,7 @@ void inspectDeviceService(Findings &findings, const LibraryFacts &facts)
     const QString name = DeviceServiceLibrary::fileName();
     const bool needed = facts.needed.contains(name);
     findings.add(QStringLiteral("needs"), needed,
-                 needed ? name : name + QStringLiteral(" is not asked for"));
+                 needed ? name : name + QStringLiteral(" is missing"));
     QStringList directories = qEnvironmentVariable("LD_LIBRARY_PATH")
                                   .split(QLatin1Char(':'), Qt::SkipEmptyParts);
     directories << facts.searched << QLibraryInfo::path(QLibraryInfo::LibrariesPath)
@@ -109,11 +109,12 @@ void inspectDeviceService(Findings &findings, const LibraryFacts &facts)
 
 ExitStatus runInspect(const QStringList &arguments)
 {
-    CommandLine line(QStringLiteral("inspect"),
-                     QStringLiteral("Tells whether a dashboard would take a plug-in file, without "
-                                    "running any of it."));
+    CommandLine line(
+        QStringLiteral("inspect"),
+        QStringLiteral("Shows whether a dashboard would accept a plug-in file, without "
+                       "running its code."));
     line.addArgument(QStringLiteral("file"),
-                     QStringLiteral("The plug-in; left out: the one of this installation."),
+                     QStringLiteral("The plug-in; without it, that of this installation."),
                      QStringLiteral("[file]"));
     line.read(arguments, 0, 1);
     const QString fileName = line.positional().isEmpty() ? PluginLibrary::defaultFile()
@@ -121,7 +122,7 @@ ExitStatus runInspect(const QStringList &arguments)
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) {
         failRun(
-            QStringLiteral("%1 is no file that can be read; name a plug-in file").arg(fileName));
+            QStringLiteral("%1 is not a file that can be read; name a plug-in file").arg(fileName));
     }
 
     Findings findings;
@@ -132,11 +133,12 @@ ExitStatus runInspect(const QStringList &arguments)
         inspectDeviceService(findings, *facts);
     } else {
         findings.addUnknown(QStringLiteral("exports"),
-                            QStringLiteral("it is no ELF file, or this build cannot read one"));
+                            QStringLiteral("it is not an ELF file, or this build has no libelf"));
     }
     print(findings.text());
-    print(QStringLiteral("\n%1: a dashboard would %2.\n")
-              .arg(fileName,
-                   findings.good() ? QStringLiteral("take it") : QStringLiteral("not take it")));
+    print(
+        QStringLiteral("\n%1: a dashboard would %2.\n")
+            .arg(fileName,
+                 findings.good() ? QStringLiteral("accept it") : QStringLiteral("not accept it")));
     return findings.good() ? ExitStatus::Done : ExitStatus::NotDone;
 }

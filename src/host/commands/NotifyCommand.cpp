@@ -6,6 +6,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 unsigned int toNumber(const QString &text)
@@ -16,10 +18,17 @@ unsigned int toNumber(const QString &text)
     const unsigned int number = ok ? text.toUInt(&ok, base) : 0;
     if (!ok) {
         failUsage(
-            QStringLiteral("\"%1\" is no number; write it as 4096 or 0x1000, up to 0xffffffff")
+            QStringLiteral("\"%1\" is not a number; write it as 4096 or 0x1000, up to 0xffffffff")
                 .arg(text));
     }
     return number;
+}
+
+// The plug-in answers 0 to every message, also if it cannot write.
+bool asksForReport(unsigned int message)
+{
+    constexpr unsigned int kMessages[] = {4096, 2050};
+    return std::find(std::begin(kMessages), std::end(kMessages), message) != std::end(kMessages);
 }
 
 } // namespace
@@ -27,18 +36,18 @@ unsigned int toNumber(const QString &text)
 ExitStatus runNotify(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("notify"),
-                     QStringLiteral("Sends the plug-in a message and tells what it did."));
+                     QStringLiteral("Sends the plug-in a message and shows its effect."));
     line.addHostOptions();
     line.addArgument(QStringLiteral("message"),
-                     QStringLiteral("A number, e.g. 4096 or 0x802: these two rewrite the report."));
-    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("Two numbers that go with it."),
+                     QStringLiteral("A number; 4096 and 0x802 rewrite the report."));
+    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("The two parameters of the message."),
                      QStringLiteral("[p1 p2]"));
     line.read(arguments, 1, 3);
     QList<unsigned int> numbers;
     for (const QString &text : line.positional())
         numbers << toNumber(text);
     if (numbers.size() == 2)
-        failUsage(QStringLiteral("there are two parameters or none"));
+        failUsage(QStringLiteral("give two parameters or none"));
     numbers.resize(3);
 
     Dashboard dashboard(line.hostOptions());
@@ -46,11 +55,16 @@ ExitStatus runNotify(const QStringList &arguments)
     const QString file = dashboard.reportFile();
     const FileState snapshot(file);
     const int result = dashboard.notify(numbers.at(0), numbers.at(1), numbers.at(2));
+    if (file.isEmpty()) {
+        print(QStringLiteral("Result %1; the plug-in does not tell where it writes its report.\n")
+                  .arg(result));
+        return ExitStatus::Done;
+    }
     const bool rewritten = !(FileState(file) == snapshot);
-    QString effect = rewritten ? QStringLiteral("the report was rewritten")
-                               : QStringLiteral("the report was not rewritten");
-    if (file.isEmpty())
-        effect = QStringLiteral("this plug-in does not tell where it writes its report");
-    print(QStringLiteral("Result %1; %2.\n").arg(result).arg(effect));
+    if (!rewritten && asksForReport(numbers.at(0)))
+        failRun(QStringLiteral("the report was not written: ") + whyNotWritten(file));
+    print(QStringLiteral("Result %1; the report was %2.\n")
+              .arg(result)
+              .arg(rewritten ? QStringLiteral("rewritten") : QStringLiteral("not rewritten")));
     return ExitStatus::Done;
 }

@@ -10,10 +10,10 @@
 
 namespace {
 
-QByteArray readWritten(const QString &file, const FileState &before)
+QByteArray readWritten(const QString &file, const FileState &previous)
 {
     QFile report(file);
-    if (FileState(file) == before || !report.open(QIODevice::ReadOnly))
+    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
         return {};
     return report.readAll();
 }
@@ -32,19 +32,19 @@ ExitStatus runReport(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("report"),
                      QStringLiteral("Starts the plug-in once, as a dashboard does, and shows the "
-                                    "report that it wrote."));
+                                    "report that it writes."));
     line.addHostOptions();
-    line.addFlag(QStringLiteral("xml"), QStringLiteral("Print the file as it is."));
+    line.addFlag(QStringLiteral("xml"), QStringLiteral("Print the file without changes."));
     line.addFlag(QStringLiteral("json"), QStringLiteral("Print the values by element path."));
     line.read(arguments);
 
     Dashboard dashboard(line.hostOptions());
     const QString file = dashboard.reportFile();
-    const FileState before(file);
-    const ConfigState configBefore(dashboard.configFile());
+    const FileState previous(file);
+    const ConfigState previousConfig(dashboard.configFile());
     dashboard.init();
-    const QByteArray xml = readWritten(file, before);
-    const ConfigState configAfter(dashboard.configFile());
+    const QByteArray xml = readWritten(file, previous);
+    const ConfigState currentConfig(dashboard.configFile());
     dashboard.shutDown();
 
     dashboard.plugin().requireTable(QStringLiteral("tell where it wrote its report"));
@@ -58,7 +58,7 @@ ExitStatus runReport(const QStringList &arguments)
     } else {
         print(table(*values));
         print(QStringLiteral("\nReport:     %1\nConfig.xml: %2\n")
-                  .arg(file, configChange(configBefore, configAfter)));
+                  .arg(file, configChange(previousConfig, currentConfig)));
     }
     return ExitStatus::Done;
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The card gets messages as Latin-1. Throws Failure for a text with other characters.
+// Throws Failure for a text with a character that the card cannot take.
 void checkIsLatin1(const QString &what, const QString &text)
 {
     for (qsizetype index = 0; index < text.size(); ++index) {
@@ -18,7 +18,7 @@ void checkIsLatin1(const QString &what, const QString &text)
     }
 }
 
-// What the emulated card keeps of the messages that it was given.
+// Returns the messages in the journal of the emulated card, one a line.
 QString sentMessages(const DeviceServiceLibrary &service)
 {
     QString lines;
@@ -45,8 +45,8 @@ void send(const CommandLine &line)
     if (line.has(QStringLiteral("receipt")) && table.setReceipts(1) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused delivery receipts; nothing was sent"));
     if (table.sendSms(number.toUtf8().constData(), text.toUtf8().constData()) != KESTRUN_ACCEPTED)
-        failRun(QStringLiteral("the device service refused the message; --log shows its answer"));
-    print(QStringLiteral("The device service took the message.\n")
+        failRun(QStringLiteral("the device service refused the message; --log shows the result"));
+    print(QStringLiteral("The device service accepted the message.\n")
           + sentMessages(dashboard.deviceService()));
 }
 
@@ -61,9 +61,9 @@ void setReceipts(const CommandLine &line)
         QStringLiteral("switch delivery receipts"));
     dashboard.init();
     if (table.setReceipts(on) != KESTRUN_ACCEPTED)
-        failRun(QStringLiteral("the device service refused the setting; --log shows its answer"));
-    print(
-        QStringLiteral("The device service took the setting: delivery receipts %1.\n").arg(choice));
+        failRun(QStringLiteral("the device service refused the setting; --log shows the result"));
+    print(QStringLiteral("The device service accepted the setting: delivery receipts %1.\n")
+              .arg(choice));
 }
 
 } // namespace
@@ -71,13 +71,13 @@ void setReceipts(const CommandLine &line)
 ExitStatus runSms(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("sms"),
-                     QStringLiteral("Sends a message through the card, or switches delivery "
-                                    "receipts, through the plug-in as a dashboard does."));
+                     QStringLiteral("Sends a message, or switches delivery receipts, with the "
+                                    "plug-in and the card."));
     line.addHostOptions();
     line.addFlag(QStringLiteral("receipt"),
                  QStringLiteral("Ask for delivery receipts before sending."));
     line.addArgument(QStringLiteral("what"),
-                     QStringLiteral("send NUMBER TEXT, or receipts on|off; put -- before a text "
+                     QStringLiteral("send NUMBER TEXT, or receipts on|off; write -- before a text "
                                     "that begins with a dash."),
                      QStringLiteral("send NUMBER TEXT | receipts on|off"));
     line.read(arguments, 2, 3);
@@ -89,6 +89,6 @@ ExitStatus runSms(const QStringList &arguments)
     else if (what == QLatin1String("receipts") && count == 2)
         setReceipts(line);
     else
-        failUsage(QStringLiteral("say \"sms send NUMBER TEXT\" or \"sms receipts on|off\""));
+        failUsage(QStringLiteral("write \"sms send NUMBER TEXT\" or \"sms receipts on|off\""));
     return ExitStatus::Done;
 }

@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLine.h"
 #include "Commands.h"
+#include "LoadCheck.h"
 #include "Output.h"
 
 #include <QtGlobal>
 
 namespace {
 
-// The backends that the device service was built with, or why they are not known.
+// Returns the backends that are built into the device service, or why they are not known.
 QString builtBackends(const CommandLine &line)
 {
     try {
-        const DeviceServiceLibrary library(line.sdkFile(), line.pluginFile());
+        const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+        requireLoadingReturns(file, {});
+        const DeviceServiceLibrary library(file);
         QStringList names;
         for (const DevSrvBackend &backend : library.backends()) {
             if (backend.built)
@@ -28,8 +31,8 @@ QString builtBackends(const CommandLine &line)
 ExitStatus runVersion(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("--version"),
-                     QStringLiteral("Shows the version of kestrun, the version of Qt that it runs "
-                                    "with, and the backends of the device service."));
+                     QStringLiteral("Shows the versions of kestrun and Qt, and the backends of "
+                                    "the device service."));
     line.addLibraryOptions();
     line.read(arguments);
 

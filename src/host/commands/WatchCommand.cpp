@@ -6,19 +6,22 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
+
 ExitStatus runWatch(const QStringList &arguments)
 {
     CommandLine line(
         QStringLiteral("watch"),
-        QStringLiteral("Starts the plug-in and tells of its signals, of each rewrite of the report "
-                       "and of each "
-                       "value that changed, until Ctrl-C or SIGTERM. Takes commands for the "
-                       "emulated card from "
-                       "standard input: insert [CARD], remove, event NUMBER, set FIELD VALUE."));
+        QStringLiteral("Starts the plug-in and shows its signals, each rewrite of the report and "
+                       "each value that changes, until Ctrl-C or SIGTERM. Reads commands for the "
+                       "emulated card from standard input: insert [CARD], remove, event NUMBER, "
+                       "set FIELD VALUE."));
     line.addHostOptions();
-    line.addFlag(QStringLiteral("json"), QStringLiteral("Print one object a line."));
+    line.addFlag(QStringLiteral("json"), QStringLiteral("Print one JSON object on each line."));
     line.read(arguments);
 
+    // The Watcher sees that the reader is gone. Not ignored: the shell commands would inherit that.
+    std::signal(SIGPIPE, [](int) {});
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);

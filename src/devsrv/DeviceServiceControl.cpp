@@ -120,7 +120,8 @@ const char *device(const char *backend, std::int32_t index, const char **descrip
 const char *activeCard()
 {
     t_activeCard.clear();
-    guarded(__func__, [] { t_activeCard = Service::instance().backend().card().description(); });
+    shared::guarded(__func__,
+                    [] { t_activeCard = Service::instance().backend().card().description(); });
     return t_activeCard.c_str();
 }
 

@@ -64,11 +64,11 @@ enum DevSrvEventDelivery {
      */
     DEVSRV_EVENTS_ON_THREADS = 0,
 
-    /* On the thread that raises the event, before that returns: for tests that count on an order.
-     */
+    /* On the thread that raises the event, before that returns, for tests. */
     DEVSRV_EVENTS_AT_ONCE = 1
 };
 
+/* The functions of the control interface. */
 typedef struct DeviceServiceControl
 {
     /* The size of this table in bytes. New members are only added at the end. */
@@ -78,12 +78,17 @@ typedef struct DeviceServiceControl
      * Starts a backend: "NAME" or "NAME:ARGUMENT" with a name from backend(), either with options
      * behind it where the backend has some ("NAME?KEY=VALUE&KEY=VALUE"), or an argument of the
      * first one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend,
-     * after the calls that use it have returned; registered callbacks stay. If nobody calls
-     * start(), the first call of any function of the service starts the default backend.
+     * after the calls that use it and the event that is being delivered have returned; registered
+     * callbacks stay, and events that the old backend raised and that are not delivered are
+     * dropped. If nobody calls start(), the first call of any function of the service starts the
+     * default backend.
      */
     int32_t (*start)(const char *backend);
 
-    /* Ends the active backend. The next call of the service starts the default one. */
+    /*
+     * Ends the active backend, as start() does. The next call of the service starts the default
+     * one.
+     */
     void (*stop)(void);
 
     /* The reason of the last failure on this thread; "" if there was none. */
@@ -103,8 +108,10 @@ typedef struct DeviceServiceControl
     /* Loads a shipped card by its name, or a card file. Raises no event. */
     int32_t (*loadCard)(const char *nameOrFile);
 
-    /* Inserts the loaded card, or removes it, and raises the events of that. */
+    /* Inserts the loaded card and raises 6002 and 6014. */
     int32_t (*insert)(void);
+
+    /* Removes the card and raises 6601 and 6002. */
     int32_t (*remove)(void);
 
     /*
@@ -128,6 +135,8 @@ typedef struct DeviceServiceControl
      * journal keeps the latest 100,000 lines.
      */
     const char *(*journal)(void);
+
+    /* Empties the journal. */
     void (*clearJournal)(void);
 
     /* The names of the functions of DeviceService.h; null behind the last. */
@@ -158,6 +167,8 @@ typedef struct DeviceServiceControl
 
 /* The table. Static storage. */
 ZEPA_API const DeviceServiceControl *DevSrv_GetControl(void);
+
+/* The type of DevSrv_GetControl(). */
 typedef const DeviceServiceControl *(*DevSrvGetControlFunction)(void);
 
 #ifdef __cplusplus

@@ -191,6 +191,12 @@ private Q_SLOTS:
         CDataCardInfo collector;
         _DEVICE_INFO record;
         int wrong = 0;
+        // As a piece that says nothing and arrives in each moment.
+        const std::jthread other([](const std::stop_token &stop) {
+            char piece[] = "OK\r\n";
+            while (!stop.stop_requested())
+                CDataCardInfo::RecDataFunc(piece, sizeof piece - 1);
+        });
         for (int exchange = 0; exchange < 100'000; ++exchange) {
             collector.GetSmsTrigger(record);
             wrong += record.strSmsTrigger != "1";

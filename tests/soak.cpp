@@ -112,12 +112,14 @@ int countEvent(int, void *)
 
 using Random = std::mt19937;
 
-// The card is removed and inserted at once; the signal of the second event must arrive.
-void changePresence(Random &)
+// The card is removed and inserted, at times while the first event is being delivered; the signal
+// of the second one must arrive.
+void changePresence(Random &random)
 {
     const std::lock_guard lock(s_cardMutex);
     const long before = s_available;
     control.remove();
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 1500));
     control.insert();
     awaitCondition(s_signal, [=] { return s_available > before; });
 }
@@ -187,10 +189,24 @@ long entriesOf(const char *directory)
     return QDir(directory).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
 }
 
-Sample takeSample()
+// Changes a field several times, at times while the event before is being delivered, while nothing
+// else leads to a report: the last one must have the last value.
+void checkLastReport(const QString &report)
+{
+    static int value = 0;
+    for (int change = 0; change < 10; ++change) {
+        control.setField("SN", QByteArray::number(++value).constData());
+        std::this_thread::sleep_for(milliseconds(change));
+    }
+    const QByteArray element = "<SN>" + QByteArray::number(value) + "</SN>";
+    awaitCondition(s_rewrite, [&] { return readFile(report).contains(element); });
+}
+
+Sample takeSample(const QString &report)
 {
     s_sampling = true;
     const std::lock_guard lock(s_stepMutex);
+    checkLastReport(report);
     // The journal grows up to 100,000 lines, which is no leak.
     control.clearJournal();
     malloc_trim(0);
@@ -231,7 +247,7 @@ std::vector<Sample> run(Clock::duration time, const QString &report)
     std::vector<Sample> samples;
     for (const auto end = Clock::now() + time; Clock::now() < end && !s_stop;) {
         std::this_thread::sleep_for(kSampleInterval);
-        samples.push_back(takeSample());
+        samples.push_back(takeSample(report));
     }
     s_stop = true;
     return samples;
@@ -281,6 +297,8 @@ int main(int argc, char **argv)
     auto *const controller = CCollectionDataLogic::GetInstance();
     controller->RegisterWithDevice();
     QObject::connect(controller, &CCollectionDataLogic::DeviceAvailable, [] { ++s_available; });
+    QObject::connect(controller, &CCollectionDataLogic::DeviceUnavailable,
+                     [] { std::this_thread::sleep_for(milliseconds(1)); });
 
     const auto samples = run(std::chrono::duration_cast<Clock::duration>(
                                  std::chrono::duration<double, std::ratio<60>>(minutes)),

@@ -281,6 +281,25 @@ private Q_SLOTS:
         QVERIFY2(reports() < 80, "no call shared a report");
     }
 
+    void waitsForTwoReportsAtMost()
+    {
+        const TestRoot root;
+        auto *const controller = CCollectionDataLogic::GetInstance();
+        setFault("ZEPA_DevSrv_GetSN", {0, 20, 0, 0});
+        const std::jthread other([=](const std::stop_token &stop) {
+            while (!stop.stop_requested())
+                controller->WriteDataToFile();
+        });
+        qsizetype most = 0;
+        for (int request = 0; request < 20; ++request) {
+            const qsizetype before = reports();
+            controller->WriteDataToFile();
+            most = std::max(most, reports() - before);
+        }
+        // The two, and those that began before this thread ran again.
+        QVERIFY2(most <= 4, qPrintable(QString::number(most)));
+    }
+
     void destroysFromSlotOfOwnSignal()
     {
         auto *const controller = registered();

@@ -12,7 +12,6 @@
 
 #include <QDomDocument>
 #include <QFile>
-#include <QMutex>
 #include <QScopeGuard>
 #include <QSettings>
 
@@ -56,9 +55,12 @@ QString dataFile(const QString &name)
     return dataDirectory(settings.value(QStringLiteral("APP_INSTALL_PATH")).toString()) + name;
 }
 
-// Locked while a report is written. One for all controllers: after Destroy(), the one before may
-// still be writing the same files.
-QBasicMutex s_reportMutex;
+// Whether a report is being written. For all controllers: after Destroy(), the one before may still
+// be writing the same files. Not a lock that is held meanwhile, since a thread that writes one
+// report after the other would keep the waiting threads from ever getting it.
+bool s_reportRunning = false;
+std::mutex s_reportMutex;
+std::condition_variable s_reportEnded;
 
 } // namespace
 
@@ -71,7 +73,7 @@ struct kestrun::ControllerState
     CNetworkInfo network;
 
     std::atomic<std::uint64_t> requestedReports = 0;
-    std::uint64_t writtenReports = 0; // requests that the latest report covers; under s_reportMutex
+    std::atomic<std::uint64_t> writtenReports = 0; // requests that the latest report covers
 
     // The calls on this controller, by thread, and whether the last of them deletes it. Both are
     // under the lock of ControllerUse.
@@ -273,12 +275,21 @@ void CCollectionDataLogic::WriteDataToFile()
         return;
     }
     const std::uint64_t request = ++m_state->requestedReports;
-    const QMutexLocker lock(&s_reportMutex);
     // Another thread's report that began after this request serves it, too.
-    if (m_state->writtenReports >= request)
+    const auto isServed = [&] { return m_state->writtenReports >= request; };
+    std::unique_lock lock(s_reportMutex);
+    s_reportEnded.wait(lock, [&] { return isServed() || !s_reportRunning; });
+    if (isServed())
         return;
-    const auto ended = qScopeGuard([] { t_reportRun = {}; });
+    s_reportRunning = true;
+    lock.unlock();
     t_reportRun = {.running = true};
+    const auto ended = qScopeGuard([&] {
+        t_reportRun = {};
+        lock.lock();
+        s_reportRunning = false;
+        s_reportEnded.notify_all();
+    });
     m_state->runReport();
     // Only one more, however many were requested: a device service that raises an event in every
     // query would otherwise keep this thread busy forever.

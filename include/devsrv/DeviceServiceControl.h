@@ -75,7 +75,7 @@ typedef struct DeviceServiceControl
     size_t size;
 
     /*
-     * Starts a backend and replaces the active one, after the calls that use that one have
+     * Starts a backend in place of the active one, which ends after the calls that use it have
      * returned. Registered callbacks stay. `backend` is "NAME" or "NAME:ARGUMENT" with a name from
      * backend(). A backend with options takes them after a "?": "NAME?KEY=VALUE&KEY=VALUE".
      * Any other text is an argument of the default backend: "lte" means "emulated:lte". If nobody

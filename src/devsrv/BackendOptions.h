@@ -8,7 +8,7 @@
 
 namespace devsrv {
 
-/// The options of a backend, as a user writes them behind a "?": "enable=no&baud=9600", in the form
+/// The options of a backend, as a user writes them after a "?": "enable=no&baud=9600", in the form
 /// of a URL's query. "%26" stands for "&" in a value.
 ///
 /// A value. Each reader returns the default if the option is not given, and nothing with one

@@ -38,7 +38,7 @@ std::string builtBackends()
     return list;
 }
 
-// What stands behind the name of a backend.
+// The text after the name of a backend, in its parts.
 struct Rest
 {
     BackendArgument argument;

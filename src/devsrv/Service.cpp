@@ -46,7 +46,7 @@ void Service::replaceBackend(Backend backend)
         m_messages.clear();
         receipts = false;
     }
-    // What the old backend raised says nothing of the new one.
+    // Events of the old backend do not describe the new one.
     m_dispatcher.clear();
     if (started)
         started->begin();

@@ -46,12 +46,12 @@ public:
     /// The active backend. Starts the default backend if there is none.
     BackendUse backend();
 
-    /// Makes `backend` the active one and ends the one before it, after its last user has returned.
-    /// A backend without a card only ends the active one. Not to be called from inside a callback.
+    /// Makes `backend` the active one, waits for the last user of the previous one and ends that. A
+    /// null backend only ends the active one. Must not be called from inside a callback.
     void replaceBackend(Backend backend);
 
-    /// Has the callbacks of the event's channel called: on the dispatcher's threads, or at once on
-    /// this thread if that was chosen. Throws nothing.
+    /// Calls the callbacks of the event's channel: on the dispatcher's threads, or at once on this
+    /// thread if that was chosen. Throws nothing.
     void raise(std::int32_t event) noexcept;
 
     /// Chooses whether events are delivered at once, on the thread that raises them.

@@ -5,7 +5,6 @@
 #include "TextForm.h"
 #include "shared/Guard.h"
 
-#include <chrono>
 #include <utility>
 
 namespace devsrv {

@@ -11,6 +11,14 @@ Service &Service::instance()
     return service;
 }
 
+Service::~Service()
+{
+    // The backend's threads raise events until it has ended: it must end before the dispatcher
+    // does. A callback that ends the program would wait for itself.
+    if (t_runningKind == CallbackKind::None)
+        replaceBackend({});
+}
+
 Service::BackendUse::BackendUse(Service &service, ActiveBackend &active)
     : m_service(service), m_active(active)
 {

@@ -14,7 +14,7 @@
 namespace devsrv {
 
 /// The library's global state: registered callbacks, SMS records, the receipt switch and the active
-/// backend. Thread-safe.
+/// backend. Thread-safe. The destructor ends the active backend.
 class Service
 {
     struct ActiveBackend
@@ -25,6 +25,7 @@ class Service
 
 public:
     static Service &instance();
+    ~Service();
 
     /// Keeps the active backend in use for as long as the object lives.
     class BackendUse

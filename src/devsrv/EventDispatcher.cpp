@@ -26,7 +26,10 @@ EventQueue::~EventQueue()
         m_ending = true;
         m_changed.notify_all();
     }
-    if (m_thread.joinable())
+    // A callback that ends the program runs on this thread, which does not return.
+    if (m_thread.get_id() == std::this_thread::get_id())
+        m_thread.detach();
+    else if (m_thread.joinable())
         m_thread.join();
 }
 

@@ -39,7 +39,8 @@ std::int32_t onCard(Action action)
         const auto use = Service::instance().backend();
         auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
         if (!card)
-            return fail(QStringLiteral("the device service does not run on an emulated card"));
+            return fail(QStringLiteral("the active backend has no emulated card; start one, for "
+                                       "example \"emulated:lte\""));
         return action(*card);
     });
 }

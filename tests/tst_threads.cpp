@@ -20,7 +20,7 @@ const DeviceServiceControl &control = *DevSrv_GetControl();
 
 void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-// Runs `action` on so many threads. Ends the test program if they do not end within two minutes.
+// Runs `action` on `count` threads. Ends the test program if they do not end within two minutes.
 void runOnThreads(int count, const std::function<void(int)> &action)
 {
     std::vector<std::future<void>> ends;

@@ -27,7 +27,9 @@ std::optional<BackendOptions> BackendOptions::parse(std::string_view text, std::
             return std::nullopt;
         }
         if (value.isEmpty()) {
-            error = "the option \"" + key + "\" has no value; write " + key + "=VALUE";
+            error = QStringLiteral("the option \"%1\" has no value; write %1=VALUE")
+                        .arg(name)
+                        .toStdString();
             return std::nullopt;
         }
         if (!options.m_values.emplace(key, value.toStdString()).second) {

@@ -69,7 +69,7 @@ Values reportOf(const char *card, const char *function = "ZEPA_DevSrv_GetSN",
     return values(root);
 }
 
-// Limits the size of files to so many bytes, as a full disk does.
+// Limits the size of files to `bytes`, as a full disk does.
 void limitFiles(rlim_t bytes)
 {
     const rlimit limit{bytes, RLIM_INFINITY};

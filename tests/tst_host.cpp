@@ -149,7 +149,7 @@ private Q_SLOTS:
     }
 
     // A report takes 2 s, and the events cause two: one that runs, and one that waits for it.
-    void tellsRemovalBeforePendingRewrites()
+    void showsRemovalBeforePendingRewrites()
     {
         writeFile(path("slow.ini"), "[Delays]\nZEPA_DevSrv_GetImeiInfo=2000\n");
         HostProcess host({"watch", "--card", path("slow.ini"), "--root", path("root")});

@@ -12,11 +12,12 @@
  *
  * The service calls callbacks on a thread of its choice, which may be the thread of a call that has
  * not yet returned. When a withdrawal returns, the callback does not run and will not run again. A
- * withdrawal from inside a callback does not wait for callbacks that run on other threads: these
- * come to their end afterwards. (An AT-channel callback that is withdrawn from inside an event
- * callback is waited for: it must not wait for event callbacks.) A callback that is registered on a
- * channel several times is called once per event, and one withdrawal removes it. A callback must
- * not throw; an exception ends it, with a warning.
+ * withdrawal from inside a callback does not wait for callbacks that run on other threads, which
+ * may therefore finish later. The one exception: the withdrawal of an AT-channel callback from
+ * inside an event callback waits, so that an AT-channel callback must not wait for event callbacks.
+ * A callback that is registered on a channel several times is called once per event, and one
+ * withdrawal removes it. A callback must not throw; an exception ends it and is logged as a
+ * warning.
  */
 
 #include <assert.h>
@@ -57,7 +58,8 @@ enum { DEVSRV_STATUS_READY = 3 };
 /* `data` belongs to the service. Returns 1 if the event was handled, else 0. */
 typedef int (*ZEPA_DevEventCallback)(int event, void *data);
 
-/* Registers for the device-manager channel: every event but ZEPA_EVENT_DEV_DEVICE_INIT_FINISH. */
+/* Registers for the device-manager channel: every event except ZEPA_EVENT_DEV_DEVICE_INIT_FINISH.
+ */
 ZEPA_API int32_t ZEPA_DevSrv_RegisterDevMgrCallback(ZEPA_DevEventCallback callback);
 
 /* Withdraws from the device-manager channel. Fails if the callback is not registered. */

@@ -4,13 +4,13 @@
 
 /*
  * The control interface of our own device service. A maker's library has none: a host resolves
- * DevSrv_GetControl at run time and does without it where it is missing.
+ * DevSrv_GetControl at run time and works without it if it is missing.
  *
  * Texts are UTF-8 unless a comment says otherwise. The functions may be called from any thread and,
  * except start() and stop(), from inside a callback. Those that return a number return 0 for
  * success and any other value for failure; lastError() then says in one sentence what is wrong,
  * where, and what to do. A returned text stays valid until the same thread calls the same function
- * again.
+ * again; that of lastError() until the next call of any function on the same thread.
  */
 
 #include "DeviceService.h"
@@ -38,10 +38,10 @@ enum DevSrvFaultFlags {
     DEVSRV_FAULT_HIGH_BYTES = 16    /* replace each character of a text by a byte above ASCII */
 };
 
-/* What one function of the service does wrong. All zero: nothing. */
+/* The fault of one function of the service. All members 0: no fault. */
 typedef struct DevSrvFault
 {
-    int32_t result;  /* what the call returns; 0: what the card gives */
+    int32_t result;  /* what the call returns; 0: the card's own result */
     int32_t delayMs; /* how long the call takes, in milliseconds */
     int32_t event;   /* an event that is raised in the middle of the call; 0: none */
     uint32_t flags;  /* DevSrvFaultFlags */
@@ -60,11 +60,12 @@ enum DevSrvAnswerMode {
 enum DevSrvEventDelivery {
     /*
      * On two threads of the service: one for events that tell that a card is ready or gone (6014,
-     * 6601, 6602, 6603), one for all others. Events of one number that are pending are one event.
+     * 6601, 6602, 6603), one for all others. Pending events with the same number are delivered as
+     * one event.
      */
     DEVSRV_EVENTS_ON_THREADS = 0,
 
-    /* On the thread that raises the event, before that returns, for tests. */
+    /* On the thread that raises the event, before raising returns: for tests that need an order. */
     DEVSRV_EVENTS_AT_ONCE = 1
 };
 
@@ -75,13 +76,13 @@ typedef struct DeviceServiceControl
     size_t size;
 
     /*
-     * Starts a backend: "NAME" or "NAME:ARGUMENT" with a name from backend(), either with options
-     * behind it where the backend has some ("NAME?KEY=VALUE&KEY=VALUE"), or an argument of the
-     * first one alone, which is the default: "lte" is "emulated:lte". Replaces the active backend,
-     * after the calls that use it and the event that is being delivered have returned; registered
-     * callbacks stay, and events that the old backend raised and that are not delivered are
-     * dropped. If nobody calls start(), the first call of any function of the service starts the
-     * default backend.
+     * Starts a backend in place of the active one, which ends after the calls that use it and the
+     * event that is being delivered have returned. Registered callbacks stay. Events of the old
+     * backend that are not delivered by then are dropped. `backend` is "NAME" or "NAME:ARGUMENT"
+     * with a name from backend(). A backend with options takes them after a "?":
+     * "NAME?KEY=VALUE&KEY=VALUE". Any other text is an argument of the default backend: "lte" means
+     * "emulated:lte". If nobody calls start(), the first call of any function of the service starts
+     * the default backend.
      */
     int32_t (*start)(const char *backend);
 
@@ -99,10 +100,10 @@ typedef struct DeviceServiceControl
 
     /* ---- The emulated card: these functions fail on another backend ---- */
 
-    /* The shipped cards: name and one line of description; null behind the last. */
+    /* The shipped cards: name and one line of description; null after the last one. */
     const char *(*shippedCard)(int32_t index, const char **description);
 
-    /* The fields of a card description: "Section/Name" and kind; null behind the last. */
+    /* The fields of a card description: "Section/Name" and kind; null after the last one. */
     const char *(*cardField)(int32_t index, const char **kind);
 
     /* Loads a shipped card by its name, or a card file. Raises no event. */
@@ -116,14 +117,14 @@ typedef struct DeviceServiceControl
 
     /*
      * Changes one field of the card and raises the event of the change. The field is
-     * "Section/Name", or its name alone where that is unique.
+     * "Section/Name", or its name alone if that is unique.
      */
     int32_t (*setField)(const char *field, const char *value);
 
     /* Raises any event, on the channel of that event. */
     int32_t (*raiseEvent)(int32_t event);
 
-    /* Sets what a function of DeviceService.h does wrong from now on; null: nothing. */
+    /* Sets the fault of a function of DeviceService.h; null: no fault. */
     int32_t (*setFault)(const char *function, const DevSrvFault *fault);
 
     /* Bits of DevSrvAnswerMode. */
@@ -139,12 +140,12 @@ typedef struct DeviceServiceControl
     /* Empties the journal. */
     void (*clearJournal)(void);
 
-    /* The names of the functions of DeviceService.h; null behind the last. */
+    /* The names of the functions of DeviceService.h; null after the last one. */
     const char *(*functionName)(int32_t index);
 
     /* ---- Since 1.1: check `size` first ---- */
 
-    /* The backends, the default one first; null behind the last. Static storage. */
+    /* The backends, the default one first; null after the last one. Static storage. */
     const DevSrvBackend *(*backend)(int32_t index);
 
     /* Chooses the event delivery, one of DevSrvEventDelivery; at first DEVSRV_EVENTS_ON_THREADS. */
@@ -152,9 +153,9 @@ typedef struct DeviceServiceControl
 
     /*
      * The devices that the backend of that name can use, each as start() takes it, with one line of
-     * description; null behind the last. Index 0 looks for them, in a few seconds at most; the
-     * others are of what the same thread found then. Where the list may lack devices, lastError()
-     * says why when null is returned; otherwise it is "" then.
+     * description; null after the last one. Index 0 searches for devices, for a few seconds at
+     * most. Higher indexes read the result of that search, which each thread has for itself. When
+     * null is returned, lastError() says why devices may be missing; it is "" if none are.
      */
     const char *(*device)(const char *backend, int32_t index, const char **description);
 

@@ -33,7 +33,7 @@ enum { KESTRUN_HOST_TABLE_VERSION = 1 };
 enum KestrunResult {
     KESTRUN_ACCEPTED = 0, /* the device service accepted the message or the setting */
     KESTRUN_REFUSED = 1,  /* the device service refused it; the log has its answer */
-    KESTRUN_BAD_TEXT = 2  /* nothing was sent: a text is null, no UTF-8, or not within Latin-1 */
+    KESTRUN_BAD_TEXT = 2  /* nothing was sent: a text is null, not UTF-8, or not Latin-1 */
 };
 
 /* The functions of the table. */
@@ -53,7 +53,10 @@ typedef struct KestrunHostTable
      */
     void *(*controller)(void);
 
-    /* The directory of "UpdateRule.dat" and "Config.xml", ending in "/". Any thread. */
+    /*
+     * The directory of "UpdateRule.dat" and "Config.xml", ending in "/". Creates the controller if
+     * there is none, as controller() does. Any thread.
+     */
     const char *(*dataDirectory)(void);
 
     /*
@@ -65,14 +68,14 @@ typedef struct KestrunHostTable
 
     /*
      * Sends one message. The card gets both texts as Latin-1: a text with another character is not
-     * sent. Returns a KestrunResult. Blocks until the device service has answered. Any thread, in
-     * the same time as writeReport().
+     * sent. Returns a KestrunResult. Blocks until the device service has answered. Any thread,
+     * within the same period as writeReport().
      */
     int32_t (*sendSms)(const char *number, const char *text);
 
     /*
-     * Switches delivery receipts on (any value but 0) or off (0). Returns a KestrunResult. Any
-     * thread, in the same time as writeReport().
+     * Switches delivery receipts on (any value except 0) or off (0). Returns a KestrunResult. Any
+     * thread, within the same period as writeReport().
      */
     int32_t (*setReceipts)(int32_t enable);
 

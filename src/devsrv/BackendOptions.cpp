@@ -27,7 +27,9 @@ std::optional<BackendOptions> BackendOptions::parse(std::string_view text, std::
             return std::nullopt;
         }
         if (value.isEmpty()) {
-            error = "the option \"" + key + "\" has no value; write " + key + "=VALUE";
+            error = QStringLiteral("the option \"%1\" has no value; write %1=VALUE")
+                        .arg(name)
+                        .toStdString();
             return std::nullopt;
         }
         if (!options.m_values.emplace(key, value.toStdString()).second) {
@@ -38,26 +40,26 @@ std::optional<BackendOptions> BackendOptions::parse(std::string_view text, std::
     return options;
 }
 
-std::string BackendOptions::text(const std::string &key, const std::string &standard) const
+std::string BackendOptions::text(const std::string &key, const std::string &defaultValue) const
 {
     const auto found = m_values.find(key);
-    return found == m_values.end() ? standard : found->second;
+    return found == m_values.end() ? defaultValue : found->second;
 }
 
-std::optional<bool> BackendOptions::flag(const std::string &key, bool standard,
+std::optional<bool> BackendOptions::flag(const std::string &key, bool defaultValue,
                                          std::string &error) const
 {
-    const std::string value = text(key, standard ? "yes" : "no");
+    const std::string value = text(key, defaultValue ? "yes" : "no");
     if (value == "yes" || value == "no")
         return value == "yes";
     error = "the option \"" + key + "\" is \"" + value + "\"; write yes or no";
     return std::nullopt;
 }
 
-std::optional<int> BackendOptions::number(const std::string &key, int standard, int minimum,
+std::optional<int> BackendOptions::number(const std::string &key, int defaultValue, int minimum,
                                           int maximum, std::string &error) const
 {
-    const std::string value = text(key, std::to_string(standard));
+    const std::string value = text(key, std::to_string(defaultValue));
     const char *const end = value.data() + value.size();
     int number = 0;
     const auto [stop, failure] = std::from_chars(value.data(), end, number);

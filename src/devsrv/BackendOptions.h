@@ -8,7 +8,7 @@
 
 namespace devsrv {
 
-/// The options of a backend, as a user writes them behind a "?": "enable=no&baud=9600", in the form
+/// The options of a backend, as a user writes them after a "?": "enable=no&baud=9600", in the form
 /// of a URL's query. "%26" stands for "&" in a value.
 ///
 /// A value. Each reader returns the default if the option is not given, and nothing with one
@@ -23,13 +23,13 @@ public:
     static std::optional<BackendOptions> parse(std::string_view text, std::string_view known,
                                                std::string &error);
 
-    std::string text(const std::string &key, const std::string &standard = {}) const;
+    std::string text(const std::string &key, const std::string &defaultValue = {}) const;
 
     /// Reads "yes" or "no".
-    std::optional<bool> flag(const std::string &key, bool standard, std::string &error) const;
+    std::optional<bool> flag(const std::string &key, bool defaultValue, std::string &error) const;
 
     /// Reads a decimal number from `minimum` to `maximum`.
-    std::optional<int> number(const std::string &key, int standard, int minimum, int maximum,
+    std::optional<int> number(const std::string &key, int defaultValue, int minimum, int maximum,
                               std::string &error) const;
 
 private:

@@ -38,7 +38,7 @@ std::string builtBackends()
     return list;
 }
 
-// What stands behind the name of a backend.
+// The text after the name of a backend, in its parts.
 struct Rest
 {
     BackendArgument argument;
@@ -79,7 +79,8 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
     if (const BackendEntry *const named = findBackend(name)) {
         if (!named->make) {
             error = "the backend \"" + name + "\" is not built in; build with the CMake option "
-                + named->facts.option + ", or choose one of " + builtBackends();
+                + named->facts.option + " and the library that it needs, or choose one of "
+                + builtBackends();
             return {};
         }
         const std::string_view rest = std::string_view(choice).substr(name.size());

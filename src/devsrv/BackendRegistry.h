@@ -16,14 +16,14 @@
 
 namespace devsrv {
 
-/// A backend with the observer that comes with it. Without a card it is no backend.
+/// A backend with its observer. Both are null if the backend could not be made.
 struct Backend
 {
     std::shared_ptr<CardBackend> card;
     std::shared_ptr<CallObserver> observer; ///< may be null
 };
 
-/// The text behind the colon of "NAME:ARGUMENT?OPTIONS"; none for "NAME" and "NAME?OPTIONS".
+/// The text after the colon of "NAME:ARGUMENT?OPTIONS"; none for "NAME" and "NAME?OPTIONS".
 using BackendArgument = std::optional<std::string>;
 
 /// Makes a backend. Returns no backend and one sentence in `error` if it cannot run.
@@ -33,7 +33,7 @@ using BackendFactory = Backend(const BackendArgument &argument, const BackendOpt
 /// A device that a backend can use.
 struct BackendDevice
 {
-    std::string argument;    ///< of the backend, as its factory takes it
+    std::string argument;    ///< as the backend's factory takes it
     std::string description; ///< one line, UTF-8
 };
 
@@ -56,9 +56,9 @@ std::span<const BackendEntry> backendEntries();
 /// The row of that name; null if there is none.
 const BackendEntry *findBackend(std::string_view name);
 
-/// Makes the backend that `choice` names: "NAME", "NAME:ARGUMENT", either with "?OPTIONS" behind
-/// it, or an argument of the default backend alone. Returns no backend and one sentence in `error`
-/// if there is none or it cannot run.
+/// Makes the backend that `choice` names: "NAME" or "NAME:ARGUMENT", followed by "?OPTIONS" or not,
+/// or an argument of the default backend alone. Returns no backend and one sentence in `error` if
+/// there is no such backend or it cannot run.
 Backend makeBackend(const std::string &choice, EventSink raise, std::string &error);
 
 /// Makes the default backend with its default argument, which never fails.

@@ -17,7 +17,7 @@ enum class TextFill {
 struct CallOutcome
 {
     std::int32_t result = 0;   ///< if not 0, the call returns it
-    bool writeOutputs = false; ///< ask the backend and fill the outputs in spite of the result
+    bool writeOutputs = false; ///< ask the backend and fill the outputs even if the call fails
     TextFill fill = TextFill::Proper;
 };
 

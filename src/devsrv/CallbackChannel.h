@@ -21,7 +21,7 @@ inline thread_local CallbackKind t_runningKind = CallbackKind::None;
 /// The callbacks of one channel. A callback that is added several times is called once.
 ///
 /// Thread-safe. No lock is held while a callback runs: it may add and remove callbacks and raise
-/// further events. An exception ends the callback that threw it, with a warning, and nothing else.
+/// further events. An exception ends only the callback that threw it, and is logged as a warning.
 template <typename Callback>
 class CallbackChannel
 {
@@ -88,7 +88,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_ended;
     std::vector<Callback> m_callbacks;
-    std::vector<Callback> m_running; // once for each thread that runs it
+    std::vector<Callback> m_running; // an entry for each thread that runs it
 };
 
 } // namespace devsrv

@@ -94,8 +94,9 @@ class CardBackend
 public:
     virtual ~CardBackend() = default;
 
-    /// Called once, when the boundary's calls reach this backend. The backend raises events only
-    /// from then on: a listener that was told earlier would ask the backend before it.
+    /// Called once, when the boundary's calls reach this backend. The backend raises no event
+    /// earlier: a listener would query the previous backend. Not called for the default backend
+    /// that the first call starts.
     virtual void begin() {}
 
     /// One line of UTF-8 that names the card for people: "emulated card lte".

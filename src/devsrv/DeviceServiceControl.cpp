@@ -17,7 +17,7 @@ thread_local std::string t_lastError;
 thread_local std::string t_journal;
 thread_local std::string t_activeCard;
 
-// What the last device() of index 0 found on this thread.
+// The result of this thread's last search by device().
 struct Found
 {
     std::vector<BackendDevice> devices;
@@ -31,7 +31,7 @@ std::int32_t fail(const QString &what)
     return kFailure;
 }
 
-// Runs `action` on the emulated card; fails where another backend runs.
+// Runs `action` on the emulated card; fails if another backend is active.
 template <typename Action>
 std::int32_t onCard(Action action)
 {
@@ -39,7 +39,8 @@ std::int32_t onCard(Action action)
         const auto use = Service::instance().backend();
         auto *const card = dynamic_cast<EmulatedCard *>(&use.card());
         if (!card)
-            return fail(QStringLiteral("the device service does not run on an emulated card"));
+            return fail(QStringLiteral("the active backend has no emulated card; start one, for "
+                                       "example \"emulated:lte\""));
         return action(*card);
     });
 }
@@ -69,7 +70,7 @@ std::int32_t callbackCount()
     return static_cast<std::int32_t>(Service::instance().callbackCount());
 }
 
-// The element of a list at `index`; null behind its end.
+// The element of a list at `index`; null after its end.
 template <typename List>
 auto *at(const List &list, std::int32_t index)
 {

@@ -47,11 +47,12 @@ private:
     std::thread m_thread;
 };
 
-/// Delivers events so that none of those that tell whether a card is usable waits behind a rewrite
-/// of the report.
+/// Delivers events on two threads, so that an event that tells whether a card is usable does not
+/// wait for a rewrite of the report.
 ///
-/// Thread-safe. These events are delivered on one thread, in their order. All others make a
-/// listener read the card again, which takes time; another thread delivers them.
+/// Thread-safe. One thread delivers the events that tell whether a card is usable, in their order.
+/// The other thread delivers all other events; they make a listener read the card again, which
+/// takes time.
 class EventDispatcher
 {
 public:

@@ -7,7 +7,7 @@
 
 namespace devsrv {
 
-/// Every function of DeviceService.h.
+/// The names of all functions of DeviceService.h.
 inline constexpr std::array<std::string_view, 29> kFunctionNames{
     "ZEPA_DevSrv_RegisterDevMgrCallback",
     "ZEPA_DevSrv_UnRegisterDevMgrCallback",

@@ -5,13 +5,6 @@
 
 namespace devsrv {
 
-namespace {
-
-// How many uses of a backend this thread has.
-thread_local int t_uses = 0;
-
-} // namespace
-
 Service &Service::instance()
 {
     static Service service;
@@ -22,12 +15,10 @@ Service::BackendUse::BackendUse(Service &service, ActiveBackend &active)
     : m_service(service), m_active(active)
 {
     ++m_active.users;
-    ++t_uses;
 }
 
 Service::BackendUse::~BackendUse()
 {
-    --t_uses;
     const std::lock_guard lock(m_service.m_mutex);
     if (--m_active.users == 0)
         m_service.m_backendUnused.notify_all();
@@ -38,10 +29,13 @@ Service::~Service()
     // A delivery may ask the backend, and the backend's threads may raise events until it has
     // ended.
     m_dispatcher.end();
-    if (t_uses == 0)
+    if (t_runningKind == CallbackKind::None) {
         stopBackend();
-    else // A callback ends the process in the middle of a call, which would be waited for forever.
-        static_cast<void>(m_active.release());
+    } else {
+        // A callback that ends the program is inside a call, or on a thread of the backend, that
+        // the end of the backend would wait for. Leak checkers find it here.
+        [[maybe_unused]] static const ActiveBackend *const s_left = m_active.release();
+    }
 }
 
 Service::BackendUse Service::backend()
@@ -78,7 +72,7 @@ void Service::replaceBackend(std::unique_ptr<ActiveBackend> started)
         m_active.swap(replaced);
         m_messages.clear();
         receipts = false;
-        // What the old backend raised says nothing of the new one.
+        // Events of the old backend do not describe the new one.
         m_dispatcher.clear();
     }
     m_dispatcher.waitForDeliveries();

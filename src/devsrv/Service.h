@@ -15,7 +15,7 @@
 namespace devsrv {
 
 /// The library's global state: registered callbacks, SMS records, the receipt switch and the active
-/// backend. Thread-safe.
+/// backend. Thread-safe. The destructor ends the active backend.
 class Service
 {
     // Each backend has an identifier of its own, with which its events arrive.

@@ -6,10 +6,10 @@
 
 namespace devsrv {
 
-/// `bytes` in double quotes, with C escapes for what is not printable ASCII.
+/// Returns `bytes` in double quotes, with C escapes for bytes that are not printable ASCII.
 std::string inQuotes(std::string_view bytes);
 
-/// The same for UTF-16, of which Latin-1 is shown as bytes and the rest as \uXXXX.
+/// Does the same for UTF-16: Latin-1 characters are shown as bytes, all others as \uXXXX.
 std::string inQuotes(std::u16string_view text);
 
 } // namespace devsrv

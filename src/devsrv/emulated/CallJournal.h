@@ -7,14 +7,14 @@
 
 namespace devsrv {
 
-/// The latest 100,000 lines that were written, in order. Thread-safe.
+/// A journal of calls. Keeps the latest 100,000 lines, in order. Thread-safe.
 class CallJournal
 {
 public:
     void write(std::string line);
     void clear();
 
-    /// The lines, each with a line feed.
+    /// Returns the lines, each with a line feed at its end.
     std::string text() const;
 
 private:

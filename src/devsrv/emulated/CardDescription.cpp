@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::int32_t kMinimum = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMaximum = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMaximumDelayMs = 3'600'000;
 
 // The longest text that leaves room for the closing NUL in its buffer.
 constexpr std::int32_t longestIn(std::size_t size)
@@ -138,7 +139,7 @@ QString setFree(CardDescription &card, const QString &section, const QString &na
         return QStringLiteral("the device service has no function of that name");
     if (section == QLatin1String("Results"))
         return toNumber(value, kMinimum, kMaximum, card.results[function]);
-    return toNumber(value, 0, 3'600'000, card.delaysMs[function]);
+    return toNumber(value, 0, kMaximumDelayMs, card.delaysMs[function]);
 }
 
 QString setByKey(CardDescription &card, const QString &key, const QVariant &value)

@@ -5,7 +5,6 @@
 #include "TextForm.h"
 #include "shared/Guard.h"
 
-#include <chrono>
 #include <utility>
 
 namespace devsrv {
@@ -102,7 +101,9 @@ QString EmulatedCard::set(const QString &key, const QString &value)
 {
     const CardField *field = findField(key);
     if (!field)
-        return QStringLiteral("there is no field \"%1\", or more than one of that name").arg(key);
+        return QStringLiteral("there is no field \"%1\", or more than one of that name; \"kestrun "
+                              "cards --fields\" lists them")
+            .arg(key);
     {
         const std::lock_guard lock(m_mutex);
         if (const QString wrong = setField(m_card, *field, value); !wrong.isEmpty())

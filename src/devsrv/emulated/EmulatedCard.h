@@ -12,7 +12,7 @@
 
 namespace devsrv {
 
-/// A card without hardware: it answers what its description says.
+/// A card without hardware, which answers from its description.
 ///
 /// Thread-safe. Events are raised with no lock held. The destructor waits for the threads on which
 /// answers are delivered.

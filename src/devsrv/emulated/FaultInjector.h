@@ -15,15 +15,15 @@
 
 namespace devsrv {
 
-/// Writes every call of the C boundary into a journal, and makes calls fail, take long or raise
-/// events in the middle.
+/// Writes every call of the C boundary to a journal, and makes calls fail, last long or raise
+/// events before they return.
 ///
 /// Thread-safe. Events are raised with no lock held. The journal must outlive the object. The
 /// destructor waits for the threads on which events are raised.
 class FaultInjector : public CallObserver
 {
 public:
-    /// `removeCard` takes the card out, as DEVSRV_FAULT_REMOVE_CARD asks for.
+    /// `removeCard` removes the card for DEVSRV_FAULT_REMOVE_CARD.
     FaultInjector(CallJournal &journal, EventSink raise, std::function<void()> removeCard);
     ~FaultInjector() override;
 

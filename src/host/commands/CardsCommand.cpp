@@ -12,7 +12,8 @@ QList<std::pair<QString, QString>> backendRows(const DeviceServiceLibrary &libra
     for (const DevSrvBackend &backend : library.backends()) {
         QString help = QString::fromUtf8(backend.help);
         if (!backend.built) {
-            help += QStringLiteral(" (not built: %1 is off)")
+            // The option may be on and its library missing.
+            help += QStringLiteral(" (not built; %1 and its library are needed)")
                         .arg(QString::fromUtf8(backend.option));
         }
         rows.append({QString::fromUtf8(backend.name) + QString::fromUtf8(backend.argument), help});

@@ -5,6 +5,7 @@
 #include "kestrun/CollectionDataLogic.h"
 
 #include <QPointer>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -67,6 +68,52 @@ int countEvent(int, void *)
 {
     ++s_events;
     return 1;
+}
+
+// Events of this callback never end.
+int raiseAgain(int event, void *)
+{
+    ++s_events;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    control.raiseEvent(event);
+    return 1;
+}
+
+int endProcess(int, void *)
+{
+    std::exit(0);
+}
+
+int raiseForAWhile(void *, int)
+{
+    for (int count = 0; count < 100; ++count) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        control.raiseEvent(count % 2 ? 6601 : 6614);
+    }
+    return 1;
+}
+
+// Ends the process in the middle of the work of other threads.
+void endProcessIn(const QByteArray &situation)
+{
+    if (situation == "event") {
+        control.setEventDelivery(DEVSRV_EVENTS_ON_THREADS);
+        ZEPA_DevSrv_RegisterDevMgrCallback(endProcess);
+        control.raiseEvent(6601);
+        std::this_thread::sleep_for(std::chrono::minutes(1));
+    } else if (situation == "call") {
+        ZEPA_DevSrv_RegisterDevMgrCallback(endProcess);
+        setFault("ZEPA_DevSrv_GetDevStatus", {0, 0, 6601, 0});
+        std::int32_t status = 0;
+        ZEPA_DevSrv_GetDevStatus(&status);
+    } else {
+        control.setEventDelivery(DEVSRV_EVENTS_ON_THREADS);
+        control.setAnswerMode(DEVSRV_ANSWER_OTHER_THREAD);
+        ZEPA_RegDataRevCallBack(raiseForAWhile);
+        ZEPA_DevSrv_RegisterDevMgrCallback(countEvent);
+        ZEPA_ExuceATCmd("AT\r", 3);
+        std::exit(0);
+    }
 }
 
 QString reportedSerialNumber(const TestRoot &root)
@@ -144,6 +191,12 @@ private Q_SLOTS:
         CDataCardInfo collector;
         _DEVICE_INFO record;
         int wrong = 0;
+        // As a piece that says nothing and arrives in each moment.
+        const std::jthread other([](const std::stop_token &stop) {
+            char piece[] = "OK\r\n";
+            while (!stop.stop_requested())
+                CDataCardInfo::RecDataFunc(piece, sizeof piece - 1);
+        });
         for (int exchange = 0; exchange < 100'000; ++exchange) {
             collector.GetSmsTrigger(record);
             wrong += record.strSmsTrigger != "1";
@@ -258,6 +311,72 @@ private Q_SLOTS:
         QTRY_VERIFY(written);
     }
 
+    // The first controller is still writing when the second one is asked to.
+    void writesReportsOfTwoControllersOneAfterTheOther()
+    {
+        const TestRoot root;
+        auto *const first = registered();
+        connect(first, &CCollectionDataLogic::DeviceAvailable, [] {
+            CCollectionDataLogic::Destroy();
+            CCollectionDataLogic::GetInstance()->WriteDataToFile();
+        });
+        first->WriteDataToFile(); // sets the report modes, which the others find
+        setFault("ZEPA_DevSrv_GetSN", {0, 100, 0, 0});
+        control.clearJournal();
+        std::jthread writer([=] { first->WriteDataToFile(); });
+        QTRY_COMPARE(reports(), 1);
+        control.raiseEvent(DEVSRV_EVENT_DEVICE_ENABLED);
+        writer.join();
+        const QStringList calls = journal();
+        QCOMPARE(calls.first(calls.size() / 2), calls.last(calls.size() / 2));
+    }
+
+    void startsBackendsWhileEventsNeverCease()
+    {
+        control.setEventDelivery(DEVSRV_EVENTS_ON_THREADS);
+        ZEPA_DevSrv_RegisterDevMgrCallback(raiseAgain);
+        control.raiseEvent(6614);
+        QTRY_VERIFY(s_events > 0);
+        const auto started = std::async(std::launch::async, [] { control.start("emulated"); });
+        const auto inTime = started.wait_for(std::chrono::seconds(10));
+        ZEPA_DevSrv_UnRegisterDevMgrCallback(raiseAgain);
+        QCOMPARE(inTime, std::future_status::ready);
+    }
+
+    // A call on the old backend, which is still in use, raises an event.
+    void dropsEventsOfReplacedBackends()
+    {
+        ZEPA_DevSrv_RegisterDevMgrCallback(countEvent);
+        setFault("ZEPA_DevSrv_GetSN", {0, 200, 6601, 0});
+        std::jthread caller([] {
+            char serialNumber[ZEPA_TEXT_SIZE];
+            ZEPA_DevSrv_GetSN(serialNumber);
+        });
+        QTRY_COMPARE(reports(), 1);
+        control.start("emulated");
+        caller.join();
+        QCOMPARE(s_events.load(), 0);
+        control.raiseEvent(6601);
+        QCOMPARE(s_events.load(), 1);
+        ZEPA_DevSrv_UnRegisterDevMgrCallback(countEvent);
+    }
+
+    void endsWithProcess_data()
+    {
+        QTest::addColumn<int>("unused");
+        for (const char *situation : {"event", "call", "events of the card's thread"})
+            QTest::newRow(situation) << 0;
+    }
+
+    void endsWithProcess()
+    {
+        QProcess child;
+        child.start("/proc/self/exe", {"--end-in", QTest::currentDataTag()});
+        QVERIFY(child.waitForFinished(15'000));
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+    }
+
     // Controllers come and go while events arrive.
     void outlivesEventsOnOtherThreads()
     {
@@ -278,5 +397,15 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(tst_Threads)
+int main(int argc, char **argv)
+{
+    if (argc == 3 && qstrcmp(argv[1], "--end-in") == 0) {
+        startCard();
+        endProcessIn(argv[2]);
+        return 2;
+    }
+    tst_Threads test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_threads.moc"

@@ -69,21 +69,27 @@ enum DevSrvEventDelivery {
     DEVSRV_EVENTS_AT_ONCE = 1
 };
 
+/* The functions of the control interface. */
 typedef struct DeviceServiceControl
 {
     /* The size of this table in bytes. New members are only added at the end. */
     size_t size;
 
     /*
-     * Starts a backend in place of the active one, which ends after the calls that use it have
-     * returned. Registered callbacks stay. `backend` is "NAME" or "NAME:ARGUMENT" with a name from
-     * backend(). A backend with options takes them after a "?": "NAME?KEY=VALUE&KEY=VALUE".
-     * Any other text is an argument of the default backend: "lte" means "emulated:lte". If nobody
-     * calls start(), the first call of any function of the service starts the default backend.
+     * Starts a backend in place of the active one, which ends after the calls that use it, and the
+     * event that is being delivered, have returned. Registered callbacks stay; events of the old
+     * backend that are not delivered yet are dropped. `backend` is "NAME" or "NAME:ARGUMENT" with a
+     * name from backend(). A backend with options takes them after a "?":
+     * "NAME?KEY=VALUE&KEY=VALUE". Any other text is an argument of the default backend: "lte" means
+     * "emulated:lte". If nobody calls start(), the first call of any function of the service starts
+     * the default backend.
      */
     int32_t (*start)(const char *backend);
 
-    /* Ends the active backend. The next call of the service starts the default one. */
+    /*
+     * Ends the active backend, as start() does. The next call of the service starts the default
+     * one.
+     */
     void (*stop)(void);
 
     /* The reason of the last failure on this thread; "" if there was none. */
@@ -103,8 +109,10 @@ typedef struct DeviceServiceControl
     /* Loads a shipped card by its name, or a card file. Raises no event. */
     int32_t (*loadCard)(const char *nameOrFile);
 
-    /* Inserts the loaded card, or removes it, and raises the events of the change. */
+    /* Inserts the loaded card and raises 6002 and 6014. */
     int32_t (*insert)(void);
+
+    /* Removes the card and raises 6601 and 6002. */
     int32_t (*remove)(void);
 
     /*
@@ -128,6 +136,8 @@ typedef struct DeviceServiceControl
      * journal keeps the latest 100,000 lines.
      */
     const char *(*journal)(void);
+
+    /* Empties the journal. */
     void (*clearJournal)(void);
 
     /* The names of the functions of DeviceService.h; null after the last one. */
@@ -158,6 +168,8 @@ typedef struct DeviceServiceControl
 
 /* The table. Static storage. */
 ZEPA_API const DeviceServiceControl *DevSrv_GetControl(void);
+
+/* The type of DevSrv_GetControl(). */
 typedef const DeviceServiceControl *(*DevSrvGetControlFunction)(void);
 
 #ifdef __cplusplus

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+/// Marks what the library exports.
 #if defined(KESTRUN_BUILD)
 #define KESTRUN_EXPORT Q_DECL_EXPORT
 #else
@@ -38,15 +39,17 @@ public:
     /// Deletes the controller, if there is one, after the calls that other threads have begun have
     /// returned. From inside such a call, for example from a slot of a signal, it returns at once,
     /// and the last of these calls deletes the controller. Events that arrive afterwards find no
-    /// controller. Does not withdraw the registrations of RegisterWithDevice().
+    /// controller. Does not withdraw the registrations of RegisterWithDevice(). No slot may wait
+    /// for the calling thread meanwhile, as one with Qt::BlockingQueuedConnection does.
     static void Destroy();
 
     /// Registers OnDevEvents() with the device service. A failure is logged.
     void RegisterWithDevice();
 
-    /// Withdraws the registrations. After this call no event arrives. If it is called from inside
-    /// an event, for example from a slot, the events that are being handled still come to their
-    /// end.
+    /// Withdraws the registrations, after the events that are being handled. After this call no
+    /// event arrives. If it is called from inside an event, for example from a slot, it waits for
+    /// none, and the events that are being handled still come to their end. Otherwise no slot may
+    /// wait for the calling thread meanwhile. A failure is logged: the registration then remains.
     void UnRegisterDevice();
 
     /// The callback for the device service. `data` is not used. Returns 1 if the event was
@@ -54,7 +57,8 @@ public:
     /// is logged. Throws nothing.
     static int OnDevEvents(int event, void *data);
 
-    /// Rewrites the report on the messages 4096 and 2050, and ignores all others. Always returns 0.
+    /// Rewrites the report on the messages 4096 and 2050, as WriteDataToFile() does, and ignores
+    /// all others. Always returns 0.
     int Notify(int message, unsigned int param1, unsigned int param2);
 
     /// Collects all values, writes "UpdateRule.dat" and updates the lock state in "Config.xml".
@@ -70,6 +74,7 @@ public:
     void GetPath(std::wstring &path);
 
     /// Sends one message. Both texts are Latin-1. Returns true if the device service accepted it.
+    /// Blocks until it has answered, and does not wait for a report.
     bool SendSMS(std::string number, std::string text);
 
     /// Switches delivery receipts on or off. Returns true if the device service accepted the

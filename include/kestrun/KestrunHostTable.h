@@ -15,6 +15,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* Marks what the library exports. */
 #if defined(_WIN32)
 #define KESTRUN_API
 #else
@@ -35,6 +36,7 @@ enum KestrunResult {
     KESTRUN_BAD_TEXT = 2  /* nothing was sent: a text is null, not UTF-8, or not Latin-1 */
 };
 
+/* The functions of the table. */
 typedef struct KestrunHostTable
 {
     /* The size of this table in the library. Members are only ever added at the end. */
@@ -81,13 +83,16 @@ typedef struct KestrunHostTable
      * Deletes the controller after the calls that other threads have begun have returned. The host
      * calls it last: first OnDestroy(), which withdraws the registration for device events, then it
      * deletes the plug-in object. From inside a slot of the controller's signals it returns at
-     * once, and the controller is deleted when the signal's emission has ended. Any thread.
+     * once, and the controller is deleted when the signal's emission has ended. Any thread for
+     * which no slot waits.
      */
     void (*destroy)(void);
 } KestrunHostTable;
 
 /* Returns the one table, which has static storage. Any thread. */
 KESTRUN_API const KestrunHostTable *KestrunGetHostTable(void);
+
+/* The type of KestrunGetHostTable(). */
 typedef const KestrunHostTable *(*KestrunGetHostTableFunction)(void);
 
 /*
@@ -97,6 +102,8 @@ typedef const KestrunHostTable *(*KestrunGetHostTableFunction)(void);
  * files name, do not move. Call it on the host's thread before IBasePlugin::Init().
  */
 KESTRUN_API void KestrunSetSystemRoot(const char *directory);
+
+/* The type of KestrunSetSystemRoot(). */
 typedef void (*KestrunSetSystemRootFunction)(const char *directory);
 
 #ifdef __cplusplus

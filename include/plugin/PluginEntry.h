@@ -18,6 +18,7 @@ using PluginVerificationFunction = const char *(*)();
 /// next call then creates a new one.
 using PluginInstanceFunction = QObject *(*)();
 
+/// As PluginInstanceFunction says.
 extern "C" QObject *qt_plugin_instance();
 
 /// The verification text of a plug-in for these dashboards, byte for byte.

@@ -56,19 +56,22 @@ QString dataFile(const QString &name)
     return dataDirectory(settings.value(QStringLiteral("APP_INSTALL_PATH")).toString()) + name;
 }
 
+// Locked while a report is written. One for all controllers: after Destroy(), the one before may
+// still be writing the same files.
+QBasicMutex s_reportMutex;
+
 } // namespace
 
-// The controller's data. The mutex is locked while a report is written.
+// The controller's data.
 struct kestrun::ControllerState
 {
     std::map<std::string, std::string> data;
     CDataCardInfo dataCard;
     CHostPcInfo hostPc;
     CNetworkInfo network;
-    QMutex mutex;
 
     std::atomic<std::uint64_t> requestedReports = 0;
-    std::uint64_t writtenReports = 0; // requests that the latest report covers; under the mutex
+    std::uint64_t writtenReports = 0; // requests that the latest report covers; under s_reportMutex
 
     // The calls on this controller, by thread, and whether the last of them deletes it. Both are
     // under the lock of ControllerUse.
@@ -270,7 +273,7 @@ void CCollectionDataLogic::WriteDataToFile()
         return;
     }
     const std::uint64_t request = ++m_state->requestedReports;
-    const QMutexLocker lock(&m_state->mutex);
+    const QMutexLocker lock(&s_reportMutex);
     // Another thread's report that began after this request serves it, too.
     if (m_state->writtenReports >= request)
         return;

@@ -55,23 +55,33 @@ public:
             m_outcome = observer->enter(function, arguments);
     }
 
+    // The observer also sees the end of a call that an exception ended.
+    ~Call()
+    {
+        shared::guarded(m_function, [this] {
+            if (CallObserver *const observer = m_use.observer())
+                observer->leave(m_function, m_result);
+        });
+    }
+    Call(const Call &) = delete;
+    Call &operator=(const Call &) = delete;
+
     CardBackend &card() const { return m_use.card(); }
     const CallOutcome &outcome() const { return m_outcome; }
 
     // Returns the result that the caller gets. The observer's comes first.
-    std::int32_t end(bool succeeded) const
+    std::int32_t end(bool succeeded)
     {
         const std::int32_t own = succeeded ? kSuccess : kFailure;
-        const std::int32_t result = m_outcome.result != kSuccess ? m_outcome.result : own;
-        if (CallObserver *const observer = m_use.observer())
-            observer->leave(m_function, result);
-        return result;
+        m_result = m_outcome.result != kSuccess ? m_outcome.result : own;
+        return m_result;
     }
 
 private:
     const char *const m_function;
     const Service::BackendUse m_use;
     CallOutcome m_outcome;
+    std::int32_t m_result = kFailure;
 };
 
 // A call that returns a value: `query` asks the backend, `write` stores the answer.
@@ -79,7 +89,7 @@ template <typename Query, typename Write>
 std::int32_t ask(const char *function, const std::string &arguments, Query query, Write write)
 {
     return shared::guarded(function, kFailure, [&] {
-        const Call call(function, arguments);
+        Call call(function, arguments);
         if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
             return call.end(false);
         const auto value = query(call.card());
@@ -94,7 +104,7 @@ template <typename Action>
 std::int32_t act(const char *function, const std::string &arguments, Action action)
 {
     return shared::guarded(function, kFailure, [&] {
-        const Call call(function, arguments);
+        Call call(function, arguments);
         return call.end(call.outcome().result == kSuccess && action(call.card()));
     });
 }

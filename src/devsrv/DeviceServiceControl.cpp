@@ -49,18 +49,15 @@ std::int32_t start(const char *choice)
 {
     return shared::guarded(__func__, kFailure, [=] {
         std::string error;
-        Backend backend = makeBackend(
-            choice, [](std::int32_t event) { Service::instance().raise(event); }, error);
-        if (!backend.card)
-            return fail(QString::fromStdString(error));
-        Service::instance().replaceBackend(std::move(backend));
-        return kSuccess;
+        const bool started = Service::instance().startBackend(
+            [&](EventSink raise) { return makeBackend(choice, std::move(raise), error); });
+        return started ? kSuccess : fail(QString::fromStdString(error));
     });
 }
 
 void stop()
 {
-    shared::guarded(__func__, [] { Service::instance().replaceBackend({}); });
+    shared::guarded(__func__, [] { Service::instance().stopBackend(); });
 }
 
 const char *lastError()
@@ -107,15 +104,17 @@ Found devicesOf(const std::string &name)
 
 const char *device(const char *backend, std::int32_t index, const char **description)
 {
-    if (index == 0)
-        t_found = devicesOf(backend);
-    const BackendDevice *const found = at(t_found.devices, index);
-    if (!found) {
-        t_lastError = t_found.error;
-        return nullptr;
-    }
-    *description = found->description.c_str();
-    return found->argument.c_str();
+    return shared::guarded(__func__, static_cast<const char *>(nullptr), [=]() -> const char * {
+        if (index == 0)
+            t_found = devicesOf(backend);
+        const BackendDevice *const found = at(t_found.devices, index);
+        if (!found) {
+            t_lastError = t_found.error;
+            return nullptr;
+        }
+        *description = found->description.c_str();
+        return found->argument.c_str();
+    });
 }
 
 const char *activeCard()

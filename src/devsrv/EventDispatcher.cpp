@@ -21,21 +21,14 @@ EventQueue::EventQueue(EventSink deliver) : m_deliver(std::move(deliver)) {}
 
 EventQueue::~EventQueue()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_ending = true;
-        m_changed.notify_all();
-    }
-    // A callback that ends the program runs on this thread, which does not return.
-    if (m_thread.get_id() == std::this_thread::get_id())
-        m_thread.detach();
-    else if (m_thread.joinable())
-        m_thread.join();
+    end();
 }
 
 void EventQueue::post(std::int32_t event)
 {
     const std::lock_guard lock(m_mutex);
+    if (m_ending)
+        return;
     std::erase(m_pending, event);
     m_pending.push_back(event);
     if (!m_thread.joinable())
@@ -45,9 +38,32 @@ void EventQueue::post(std::int32_t event)
 
 void EventQueue::clear()
 {
-    std::unique_lock lock(m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_pending.clear();
-    m_changed.wait(lock, [this] { return !m_delivering; });
+}
+
+void EventQueue::waitForDelivery()
+{
+    std::unique_lock lock(m_mutex);
+    if (m_delivering && !m_ending)
+        m_changed.wait(lock, [this, last = m_delivered] { return m_delivered > last; });
+}
+
+void EventQueue::end()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ending = true;
+        m_pending.clear();
+        m_changed.notify_all();
+    }
+    if (!m_thread.joinable())
+        return;
+    // A callback that ends the process never returns to this thread's loop.
+    if (m_thread.get_id() == std::this_thread::get_id())
+        m_thread.detach();
+    else
+        m_thread.join();
 }
 
 void EventQueue::run()
@@ -64,6 +80,7 @@ void EventQueue::run()
         shared::guarded("the delivery of an event", [&] { m_deliver(event); });
         lock.lock();
         m_delivering = false;
+        ++m_delivered;
         m_changed.notify_all();
     }
 }
@@ -77,6 +94,18 @@ void EventDispatcher::clear()
 {
     m_presence.clear();
     m_changes.clear();
+}
+
+void EventDispatcher::waitForDeliveries()
+{
+    m_presence.waitForDelivery();
+    m_changes.waitForDelivery();
+}
+
+void EventDispatcher::end()
+{
+    m_presence.end();
+    m_changes.end();
 }
 
 } // namespace devsrv

@@ -14,7 +14,7 @@ namespace devsrv {
 ///
 /// Thread-safe. An event that is posted while the same one is pending moves to the end of the
 /// queue: each is pending at most once, and the last one tells the latest state. The destructor
-/// drops the pending events and waits for the present delivery.
+/// calls end().
 class EventQueue
 {
 public:
@@ -23,9 +23,16 @@ public:
 
     void post(std::int32_t event);
 
-    /// Drops the pending events and waits for the present delivery. Must not be called from inside
-    /// a delivery.
+    /// Drops the pending events.
     void clear();
+
+    /// Waits for the present delivery, however many follow it. After end() there is nothing to wait
+    /// for. Must not be called from inside a delivery before that.
+    void waitForDelivery();
+
+    /// Drops the pending events and those that are posted from now on, and waits for the present
+    /// delivery, unless it is called from inside it.
+    void end();
 
 private:
     void run();
@@ -35,6 +42,7 @@ private:
     std::condition_variable m_changed;
     std::deque<std::int32_t> m_pending;
     bool m_delivering = false;
+    std::uint64_t m_delivered = 0;
     bool m_ending = false;
     std::thread m_thread;
 };
@@ -52,8 +60,10 @@ public:
 
     void post(std::int32_t event);
 
-    /// As EventQueue::clear(), for both threads.
+    /// As the functions of EventQueue, for both threads.
     void clear();
+    void waitForDeliveries();
+    void end();
 
 private:
     EventQueue m_presence;

@@ -5,59 +5,85 @@
 
 namespace devsrv {
 
+namespace {
+
+// How many uses of a backend this thread has.
+thread_local int t_uses = 0;
+
+} // namespace
+
 Service &Service::instance()
 {
     static Service service;
     return service;
 }
 
-Service::~Service()
-{
-    // The backend's threads raise events until it has ended: it must end before the dispatcher
-    // does. A callback that ends the program would wait for itself.
-    if (t_runningKind == CallbackKind::None)
-        replaceBackend({});
-}
-
 Service::BackendUse::BackendUse(Service &service, ActiveBackend &active)
     : m_service(service), m_active(active)
 {
     ++m_active.users;
+    ++t_uses;
 }
 
 Service::BackendUse::~BackendUse()
 {
+    --t_uses;
     const std::lock_guard lock(m_service.m_mutex);
     if (--m_active.users == 0)
         m_service.m_backendUnused.notify_all();
 }
 
+Service::~Service()
+{
+    // A delivery may ask the backend, and the backend's threads may raise events until it has
+    // ended.
+    m_dispatcher.end();
+    if (t_uses == 0)
+        stopBackend();
+    else // A callback ends the process in the middle of a call, which would be waited for forever.
+        static_cast<void>(m_active.release());
+}
+
 Service::BackendUse Service::backend()
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_active) {
-        m_active = std::make_unique<ActiveBackend>();
-        m_active->backend = makeDefaultBackend([this](std::int32_t event) { raise(event); });
-    }
+    if (!m_active)
+        m_active = makeActive(makeDefaultBackend);
     return {*this, *m_active};
 }
 
-void Service::replaceBackend(Backend backend)
+bool Service::startBackend(const MakeBackend &make)
 {
-    const std::shared_ptr<CardBackend> started = backend.card;
-    std::unique_ptr<ActiveBackend> replaced;
-    if (started)
-        replaced = std::make_unique<ActiveBackend>(ActiveBackend{std::move(backend)});
+    auto started = makeActive(make);
+    if (!started->backend.card)
+        return false;
+    replaceBackend(std::move(started));
+    return true;
+}
+
+std::unique_ptr<Service::ActiveBackend> Service::makeActive(const MakeBackend &make)
+{
+    const BackendId id = ++m_lastId;
+    Backend backend = make([this, id](std::int32_t event) { raise(event, id); });
+    return std::make_unique<ActiveBackend>(ActiveBackend{std::move(backend), id});
+}
+
+void Service::replaceBackend(std::unique_ptr<ActiveBackend> started)
+{
+    // Another thread may replace it, too.
+    const auto card = started ? started->backend.card : nullptr;
+    std::unique_ptr<ActiveBackend> replaced = std::move(started);
     {
-        std::unique_lock lock(m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_active.swap(replaced);
         m_messages.clear();
         receipts = false;
+        // Events of the old backend do not describe the new one.
+        m_dispatcher.clear();
     }
-    // Events of the old backend do not describe the new one.
-    m_dispatcher.clear();
-    if (started)
-        started->begin();
+    m_dispatcher.waitForDeliveries();
+    if (card)
+        card->begin();
     if (!replaced)
         return;
     std::unique_lock lock(m_mutex);
@@ -88,14 +114,27 @@ bool Service::drop(void *handle)
     return m_messages.erase(handle) > 0;
 }
 
-void Service::raise(std::int32_t event) noexcept
+// Has the callbacks of the event's channel called: on the dispatcher's threads, or at once on this
+// thread if that was chosen. An event of a backend that is not active has no effect.
+void Service::raise(std::int32_t event, BackendId source) noexcept
 {
     shared::guarded(__func__, [&] {
-        if (m_deliversAtOnce)
+        if (post(event, source))
             deliver(event);
-        else
-            m_dispatcher.post(event);
     });
+}
+
+// Posts the event unless it is to be delivered at once. Returns true if it is.
+bool Service::post(std::int32_t event, BackendId source)
+{
+    // Until the lock is released, no other backend becomes active.
+    const std::lock_guard lock(m_mutex);
+    if (!m_active || m_active->id != source)
+        return false;
+    const bool atOnce = m_deliversAtOnce;
+    if (!atOnce)
+        m_dispatcher.post(event);
+    return atOnce;
 }
 
 void Service::deliver(std::int32_t event)

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,12 +15,16 @@
 namespace devsrv {
 
 /// The library's global state: registered callbacks, SMS records, the receipt switch and the active
-/// backend. Thread-safe. The destructor ends the active backend.
+/// backend. Thread-safe.
 class Service
 {
+    // Each backend has an identifier of its own, with which its events arrive.
+    using BackendId = std::uint64_t;
+
     struct ActiveBackend
     {
         Backend backend;
+        BackendId id;
         int users = 0;
     };
 
@@ -47,13 +52,16 @@ public:
     /// The active backend. Starts the default backend if there is none.
     BackendUse backend();
 
-    /// Makes `backend` the active one, waits for the last user of the previous one and ends that. A
-    /// null backend only ends the active one. Must not be called from inside a callback.
-    void replaceBackend(Backend backend);
+    /// Makes a backend that raises its events with the sink that it is given.
+    using MakeBackend = std::function<Backend(EventSink raise)>;
 
-    /// Calls the callbacks of the event's channel: on the dispatcher's threads, or at once on this
-    /// thread if that was chosen. Throws nothing.
-    void raise(std::int32_t event) noexcept;
+    /// Makes a backend the active one and ends the one before it, after its last user and the event
+    /// that is being delivered have returned. Returns false, and changes nothing, if `make` returns
+    /// a backend without a card. Not to be called from inside a callback.
+    bool startBackend(const MakeBackend &make);
+
+    /// Ends the active backend in the same way.
+    void stopBackend() { replaceBackend(nullptr); }
 
     /// Chooses whether events are delivered at once, on the thread that raises them.
     void deliverAtOnce(bool atOnce) { m_deliversAtOnce = atOnce; }
@@ -78,14 +86,18 @@ public:
     std::atomic<bool> receipts = false;
 
 private:
+    std::unique_ptr<ActiveBackend> makeActive(const MakeBackend &make);
+    void replaceBackend(std::unique_ptr<ActiveBackend> started);
+    void raise(std::int32_t event, BackendId source) noexcept;
+    bool post(std::int32_t event, BackendId source);
     void deliver(std::int32_t event);
 
     std::mutex m_mutex;
     std::condition_variable m_backendUnused;
     std::unique_ptr<ActiveBackend> m_active;
+    std::atomic<BackendId> m_lastId = 0;
     std::map<void *, std::shared_ptr<SmsMessage>> m_messages;
     std::atomic<bool> m_deliversAtOnce = false;
-    // Ends before the channels that its threads call.
     EventDispatcher m_dispatcher{[this](std::int32_t event) { deliver(event); }};
 };
 

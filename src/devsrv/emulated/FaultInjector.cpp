@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "FaultInjector.h"
 
-#include "shared/Guard.h"
+#include <QScopeGuard>
 
 #include <chrono>
+#include <thread>
 #include <utility>
 
 namespace devsrv {
@@ -29,11 +30,7 @@ FaultInjector::FaultInjector(CallJournal &journal, EventSink raise,
 {
 }
 
-FaultInjector::~FaultInjector()
-{
-    for (std::thread &thread : m_threads)
-        thread.join();
-}
+FaultInjector::~FaultInjector() = default;
 
 void FaultInjector::reset(const std::map<std::string, std::int32_t> &results,
                           const std::map<std::string, std::int32_t> &delaysMs)
@@ -73,18 +70,21 @@ void FaultInjector::raiseEvents(const DevSrvFault &fault)
     if (t_raisingEvent)
         return;
     t_raisingEvent = true;
+    const auto ended = qScopeGuard([] { t_raisingEvent = false; });
     if (fault.flags & DEVSRV_FAULT_REMOVE_CARD)
         m_removeCard();
     if (fault.event != 0 && (fault.flags & DEVSRV_FAULT_OTHER_THREAD)) {
         const std::lock_guard lock(m_mutex);
-        m_threads.emplace_back([this, event = fault.event] {
-            t_raisingEvent = true;
-            shared::guarded("the event of a fault", [&] { m_raise(event); });
+        std::erase_if(m_threads, [](const std::future<void> &thread) {
+            return thread.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
         });
+        m_threads.push_back(std::async(std::launch::async, [this, event = fault.event] {
+            t_raisingEvent = true;
+            m_raise(event);
+        }));
     } else if (fault.event != 0) {
         m_raise(fault.event);
     }
-    t_raisingEvent = false;
 }
 
 } // namespace devsrv

@@ -8,9 +8,9 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include <functional>
+#include <future>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 namespace devsrv {
@@ -45,7 +45,7 @@ private:
     const std::function<void()> m_removeCard;
     mutable std::mutex m_mutex;
     std::map<std::string, DevSrvFault, std::less<>> m_faults;
-    std::vector<std::thread> m_threads;
+    std::vector<std::future<void>> m_threads;
 };
 
 } // namespace devsrv

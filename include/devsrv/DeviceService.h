@@ -8,7 +8,7 @@
  * Every function returns 0 for success and any other value for failure; the service does not define
  * the other values. The outputs of a failed call are undefined. Memory belongs to the caller. Texts
  * are 8-bit and end in a NUL within the given size. The functions may be called from any thread;
- * they block until the card has answered.
+ * they block until the card has answered, or has been waited for as long as its backend allows.
  *
  * The service calls callbacks on a thread of its choice, which may be the thread of a call that has
  * not yet returned. When a withdrawal returns, the callback does not run and will not run again. A

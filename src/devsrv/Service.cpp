@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Service.h"
 
+#include "EventDelivery.h"
+
 #include <utility>
 
 namespace devsrv {
@@ -100,6 +102,7 @@ void Service::raise(std::int32_t event) noexcept
 
 void Service::deliver(std::int32_t event)
 {
+    ++t_deliveredEvents;
     if (event == ZEPA_EVENT_DEV_DEVICE_INIT_FINISH)
         deviceInit.call(event, nullptr);
     else

@@ -2,7 +2,6 @@
 #include "BusProbe.h"
 
 #include <QtCore/QStringList>
-#include <QtCore/QUrl>
 
 #include <cerrno>
 #include <cstddef>

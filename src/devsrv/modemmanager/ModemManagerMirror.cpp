@@ -272,8 +272,13 @@ void ModemManagerMirror::readAll(const QString &path, const QString &interface)
                 publish();
             }
         },
-        [=, this](const QDBusError &) {
+        [=, this, life = m_life](const QDBusError &error) {
             --m_reading;
+            if (life == m_life && error.type() == QDBusError::NoReply) {
+                m_fetchTimer.start(kSilenceTime);
+                if (path == m_simPath)
+                    m_simPath.clear();
+            }
             publish();
         });
 }

@@ -7,7 +7,7 @@ namespace devsrv {
 
 namespace {
 
-constexpr std::chrono::milliseconds kLongestPause{100};
+constexpr std::chrono::milliseconds kLongestPause{250};
 constexpr std::chrono::milliseconds kLongestTime{1'000};
 
 bool isSame(const char *query, const char *other)

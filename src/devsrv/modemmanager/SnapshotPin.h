@@ -11,7 +11,7 @@ namespace devsrv {
 /// Holds one snapshot for queries of one thread that belong together, so that a report does not mix
 /// two states of a modem.
 ///
-/// The queries belong together as long as each follows within 100 ms of the one before and within
+/// The queries belong together as long as each follows within 250 ms of the one before and within
 /// 1 s of the first, and the first one does not come again after others, as it does in the next
 /// report. An event that is delivered on the thread ends them. The times of AT commands do not
 /// count.

@@ -99,8 +99,9 @@ public:
     QStringList calls;              ///< the methods that were called
     QHash<QString, int> answerTime; ///< of a method, in milliseconds; -1 stands for no answer
     bool isSilent = false;          ///< answers nothing at all
-    int modems = 1;                 ///< which differ by their IMEIs
-    int messages = 0;               ///< that each modem keeps
+    QString errorText = "as the test says";
+    int modems = 1;   ///< which differ by their IMEIs
+    int messages = 0; ///< that each modem keeps
 
     explicit FakeManager(const QDBusConnection &connection) : m_connection(connection)
     {
@@ -190,7 +191,7 @@ private:
                                 {"Create", typed("o:" + kPath + "/SMS/0")}};
         const QVariant answer = m_answers.value(method, usual.value(method));
         if (answer.toString().startsWith(kService + ".Error"))
-            return message.createErrorReply(answer.toString(), "as the test says");
+            return message.createErrorReply(answer.toString(), errorText);
         static const QStringList withoutValue{"Enable", "Setup", "Send", "Delete"};
         if (answer.isValid() || withoutValue.contains(method))
             return message.createReply(answer.isValid() ? QVariantList{answer} : QVariantList());

@@ -187,7 +187,9 @@ private Q_SLOTS:
         ScriptedModem *modem = m_bed.plug("gsm umts");
         QVERIFY(modem);
         Host first({"report", "--json"});
-        QVERIFY(first.says({"Response data: \\015\\012^RSTRIGGER: 1\\015\\012\\015\\012OK\\015\\012"}) && first.ends());
+        QVERIFY(
+            first.says({"Response data: \\015\\012^RSTRIGGER: 1\\015\\012\\015\\012OK\\015\\012"})
+            && first.ends());
         modem->answers["AT^RSTRIGGER?"] = "ERROR";
         Host second({"report", "--json"});
         QVERIFY(second.says({"Response data: \\015\\012ERROR\\015\\012"}) && second.ends());

@@ -361,6 +361,34 @@ private Q_SLOTS:
         QVERIFY(card.report().contains("imei=490154203237518"));
     }
 
+    // The real daemon signals the location, and refuses AT commands once.
+    void asksTheDaemonNothingInAReport()
+    {
+        QVERIFY(m_bed->startDaemon());
+        QVERIFY(m_bed->plug("gsm umts"));
+        Card card;
+        QTRY_VERIFY(card.report().contains("cell=83F7CD plmn=21407"));
+        Child monitor;
+        monitor.start("dbus-monitor",
+                      {"--address", qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"),
+                       "type='method_call',destination='" + kService + "'"});
+        QByteArray seen;
+        const auto sees = [&] {
+            m_bed->witness(0);
+            seen += monitor.readAllStandardOutput();
+            return seen.contains("member=GetManagedObjects");
+        };
+        QTRY_VERIFY(sees());
+        QTest::qWait(300);
+        monitor.readAllStandardOutput();
+        for (int report = 0; report < 2; ++report)
+            QVERIFY(card.report().contains("cell=83F7CD plmn=21407"));
+        QTest::qWait(300);
+        QCOMPARE(monitor.readAllStandardOutput(), "");
+        seen.clear();
+        QTRY_VERIFY(sees());
+    }
+
     void listsModems()
     {
         FakeManager daemon(m_bed->connection);

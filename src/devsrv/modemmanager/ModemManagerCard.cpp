@@ -281,7 +281,7 @@ bool ModemManagerCard::execute(const std::string &command, const AnswerSink &ans
     // The daemon removes the final result from the answer, or turns it into an error.
     if (isError(reply)) {
         // A daemon that passes on no commands at all does not change its mind.
-        if (reply.errorMessage().contains(QLatin1String("debug mode"))) {
+        if (reply.errorMessage().contains(kDebugMode)) {
             const std::lock_guard lock(m_mutex);
             m_noCommands = latest->daemon;
         }

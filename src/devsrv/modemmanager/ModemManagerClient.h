@@ -17,6 +17,9 @@ inline constexpr QLatin1String kObjectManagerInterface("org.freedesktop.DBus.Obj
 inline constexpr QLatin1String kPropertiesInterface("org.freedesktop.DBus.Properties");
 inline constexpr QLatin1String kSmsInterface("org.freedesktop.ModemManager1.Sms");
 
+// What the daemon says of AT commands that it never passes on.
+inline constexpr QLatin1String kDebugMode("debug mode");
+
 // Time-outs of calls.
 using std::chrono::milliseconds;
 inline constexpr milliseconds kBusTimeout{3'000};     // the bus takes the process in

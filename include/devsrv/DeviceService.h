@@ -14,8 +14,8 @@
  * not yet returned. When a withdrawal returns, the callback does not run and will not run again. A
  * withdrawal from inside a callback does not wait for callbacks that run on other threads, which
  * may therefore finish later. The one exception: the withdrawal of an AT-channel callback from
- * inside an event callback waits, so that an AT-channel callback must not wait for event callbacks.
- * A callback that is registered on a channel several times is called once per event, and one
+ * inside an event callback waits; the AT-channel callback must not wait for event callbacks. A
+ * callback that is registered on a channel several times is called once per event, and one
  * withdrawal removes it. A callback must not throw; an exception ends it and is logged as a
  * warning.
  */

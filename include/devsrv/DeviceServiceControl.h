@@ -76,10 +76,10 @@ typedef struct DeviceServiceControl
     size_t size;
 
     /*
-     * Starts a backend in place of the active one, which ends after the calls that use it and the
-     * event that is being delivered have returned. Registered callbacks stay. Events of the old
-     * backend that are not delivered by then are dropped. `backend` is "NAME" or "NAME:ARGUMENT"
-     * with a name from backend(). A backend with options takes them after a "?":
+     * Starts a backend in place of the active one, which ends after the calls that use it, and the
+     * event that is being delivered, have returned. Registered callbacks stay; events of the old
+     * backend that are not delivered yet are dropped. `backend` is "NAME" or "NAME:ARGUMENT" with a
+     * name from backend(). A backend with options takes them after a "?":
      * "NAME?KEY=VALUE&KEY=VALUE". Any other text is an argument of the default backend: "lte" means
      * "emulated:lte". If nobody calls start(), the first call of any function of the service starts
      * the default backend.

@@ -22,9 +22,9 @@ BackendEntry entry(const char *name, const char *argument, const char *help, con
 const BackendEntry kEntries[] = {
     entry("emulated", "[:CARD]", "an emulated card: a shipped one or a card file", "",
           kEmulatedCardFactory),
-    entry("modemmanager", "[:IMEI]",
-          "a modem of the ModemManager daemon: the first, or by its IMEI", "KESTRUN_MODEMMANAGER",
-          kModemManagerCardFactory),
+    entry("modemmanager", "[:IMEI|NUMBER|PATH|any][?enable=no&at-timeout=SECONDS]",
+          "a modem of the ModemManager daemon: the first, or the one named", "KESTRUN_MODEMMANAGER",
+          kModemManagerCardFactory, "enable at-timeout", kModemManagerCardList),
 };
 
 std::string builtBackends()

@@ -86,9 +86,10 @@ using AnswerSink = std::function<void(const std::string &piece)>;
 /// One way to reach a card: the queries and actions of the C boundary as C++ functions.
 ///
 /// The boundary owns the backend, calls it from any thread, also from several at a time, and holds
-/// no lock meanwhile. Texts are 8-bit (Latin-1); the boundary cuts them to the caller's buffer. A
-/// query returns nothing if the card cannot answer it, never an invented value. Every function
-/// returns in bounded time. The destructor returns when the last thread of the backend has ended.
+/// no lock meanwhile. Texts are 8-bit (Latin-1). The boundary cuts names and versions to the
+/// caller's buffer; a longer text that identifies something fails the call. A query returns nothing
+/// if the card cannot answer it, never an invented value. Every function returns in bounded time.
+/// The destructor returns when the last thread of the backend has ended.
 class CardBackend
 {
 public:

@@ -9,7 +9,12 @@
 #include "TextForm.h"
 #include "shared/Guard.h"
 
+#include <QtCore/QtGlobal>
+
 #include <cstring>
+#include <mutex>
+#include <set>
+#include <string>
 
 using namespace devsrv;
 
@@ -18,15 +23,36 @@ namespace {
 constexpr std::int32_t kSuccess = 0;
 constexpr std::int32_t kFailure = -1;
 
-// Copies text into the caller's buffer.
+// What becomes of a text that is longer than the caller's buffer. An identity that lacks its end is
+// another identity, so it fails instead.
+enum class Excess { Cut, Fail };
+
+// Warns once of each function whose texts are too long.
+void warnOfExcess(const char *function, std::size_t length, std::size_t room, Excess excess)
+{
+    static std::mutex mutex;
+    static std::set<std::string> warned;
+    const std::lock_guard lock(mutex);
+    if (!warned.insert(function).second)
+        return;
+    qWarning("device service: %s: a text of %zu characters is %s, since %zu fit", function, length,
+             excess == Excess::Cut ? "cut" : "left out", room);
+}
+
+// Copies texts into the caller's buffers.
 class TextWriter
 {
 public:
-    explicit TextWriter(TextFill fill) : m_fill(fill) {}
+    TextWriter(const char *function, TextFill fill) : m_function(function), m_fill(fill) {}
 
-    void operator()(char *buffer, std::size_t size, const std::string &text) const
+    void operator()(char *buffer, std::size_t size, const std::string &text, Excess excess)
     {
-        const std::size_t length = text.copy(buffer, size - 1);
+        const bool fits = text.size() < size;
+        if (!fits)
+            warnOfExcess(m_function, text.size(), size - 1, excess);
+        const bool fails = !fits && excess == Excess::Fail;
+        m_failed = m_failed || fails;
+        const std::size_t length = fails ? 0 : text.copy(buffer, size - 1);
         std::memset(buffer + length, 0, size - length);
         if (m_fill == TextFill::NoTerminator)
             std::memset(buffer + length, 'x', size - length);
@@ -35,13 +61,17 @@ public:
     }
 
     template <std::size_t Size>
-    void operator()(char (&buffer)[Size], const std::string &text) const
+    void operator()(char (&buffer)[Size], const std::string &text, Excess excess)
     {
-        (*this)(buffer, Size, text);
+        (*this)(buffer, Size, text, excess);
     }
 
+    bool failed() const { return m_failed; }
+
 private:
-    TextFill m_fill;
+    const char *const m_function;
+    const TextFill m_fill;
+    bool m_failed = false;
 };
 
 // One call on the active backend, seen by the backend's observer from beginning to end.
@@ -93,9 +123,10 @@ std::int32_t ask(const char *function, const std::string &arguments, Query query
         if (call.outcome().result != kSuccess && !call.outcome().writeOutputs)
             return call.end(false);
         const auto value = query(call.card());
+        TextWriter writer(function, call.outcome().fill);
         if (value)
-            write(*value, TextWriter(call.outcome().fill));
-        return call.end(value.has_value());
+            write(*value, writer);
+        return call.end(value && !writer.failed());
     });
 }
 
@@ -111,10 +142,10 @@ std::int32_t act(const char *function, const std::string &arguments, Action acti
 
 using TextQuery = std::optional<std::string> (CardBackend::*)();
 
-std::int32_t askText(const char *function, TextQuery query, char *buffer)
+std::int32_t askText(const char *function, TextQuery query, char *buffer, Excess excess)
 {
-    return ask(function, {}, std::mem_fn(query), [=](const std::string &text, TextWriter write) {
-        write(buffer, ZEPA_TEXT_SIZE, text);
+    return ask(function, {}, std::mem_fn(query), [=](const std::string &text, TextWriter &write) {
+        write(buffer, ZEPA_TEXT_SIZE, text, excess);
     });
 }
 
@@ -122,18 +153,18 @@ std::int32_t askNumber(const char *function, std::optional<std::int32_t> (CardBa
                        std::int32_t *number)
 {
     return ask(function, {}, std::mem_fn(query),
-               [=](std::int32_t value, TextWriter) { *number = value; });
+               [=](std::int32_t value, TextWriter &) { *number = value; });
 }
 
 std::int32_t askRegistration(const char *function, Domain domain, RegStateRecord *record)
 {
     return ask(
         function, {}, [=](CardBackend &backend) { return backend.registration(domain); },
-        [=](const Registration &registration, TextWriter write) {
+        [=](const Registration &registration, TextWriter &write) {
             record->reportMode = registration.reportMode;
             record->state = registration.state;
-            write(record->lac, registration.lac);
-            write(record->cellId, registration.cellId);
+            write(record->lac, registration.lac, Excess::Fail);
+            write(record->cellId, registration.cellId, Excess::Fail);
         });
 }
 
@@ -196,39 +227,39 @@ int32_t ZEPA_DevSrv_GetDevStatus(int32_t *status)
 
 int32_t ZEPA_DevSrv_GetImeiInfo(char *imei)
 {
-    return askText(__func__, &CardBackend::imei, imei);
+    return askText(__func__, &CardBackend::imei, imei, Excess::Fail);
 }
 
 int32_t ZEPA_DevSrv_GetImsiInfo(char *imsi)
 {
-    return askText(__func__, &CardBackend::imsi, imsi);
+    return askText(__func__, &CardBackend::imsi, imsi, Excess::Fail);
 }
 
 int32_t ZEPA_DevSrv_GetSN(char *serialNumber)
 {
-    return askText(__func__, &CardBackend::serialNumber, serialNumber);
+    return askText(__func__, &CardBackend::serialNumber, serialNumber, Excess::Fail);
 }
 
 int32_t ZEPA_DevSrv_GetDeviceName(char *model)
 {
-    return askText(__func__, &CardBackend::model, model);
+    return askText(__func__, &CardBackend::model, model, Excess::Cut);
 }
 
 int32_t ZEPA_DevSrv_GetESN(EsnRecord *record)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::cdmaIdentity),
-               [=](const CdmaIdentity &identity, TextWriter write) {
-                   write(record->esn, identity.esn);
-                   write(record->meid, identity.meid);
+               [=](const CdmaIdentity &identity, TextWriter &write) {
+                   write(record->esn, identity.esn, Excess::Fail);
+                   write(record->meid, identity.meid, Excess::Fail);
                });
 }
 
 int32_t ZEPA_DevSrv_GetFirmwareVersion(FirmwareVersionRecord *record)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::versions),
-               [=](const Versions &versions, TextWriter write) {
-                   write(record->firmware, versions.firmware);
-                   write(record->hardware, versions.hardware);
+               [=](const Versions &versions, TextWriter &write) {
+                   write(record->firmware, versions.firmware, Excess::Cut);
+                   write(record->hardware, versions.hardware, Excess::Cut);
                });
 }
 
@@ -241,7 +272,7 @@ int32_t ZEPA_DevSrv_GetUserNumMemAbility(int32_t *first, int32_t *index, int32_t
                                          int32_t *fourth, int32_t *fifth)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::numberMemory),
-               [=](const NumberMemory &memory, TextWriter) {
+               [=](const NumberMemory &memory, TextWriter &) {
                    *index = memory.index;
                    *count = memory.count;
                    *first = *fourth = *fifth = 0;
@@ -253,13 +284,15 @@ int32_t ZEPA_DevSrv_ReadUserNumItem(int32_t index, UserNumItem *item)
     return ask(
         __func__, std::to_string(index),
         [=](CardBackend &backend) { return backend.ownNumber(index); },
-        [=](const std::string &number, TextWriter write) { write(item->number, number); });
+        [=](const std::string &number, TextWriter &write) {
+            write(item->number, number, Excess::Fail);
+        });
 }
 
 int32_t ZEPA_DevSrv_GetCardLockStatus(uint8_t *state, uint8_t *second, int32_t *third)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::lockState),
-               [=](std::uint8_t lockState, TextWriter) {
+               [=](std::uint8_t lockState, TextWriter &) {
                    *state = lockState;
                    *second = 0;
                    *third = 0;
@@ -289,16 +322,16 @@ int32_t ZEPA_NetSrv_SetPSRegReport(int32_t reportMode)
 int32_t ZEPA_NetSrv_GetCurPlmn(int32_t *selection, char *plmn)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::plmn),
-               [=](const std::string &text, TextWriter write) {
+               [=](const std::string &text, TextWriter &write) {
                    *selection = 0;
-                   write(plmn, ZEPA_PLMN_SIZE, text);
+                   write(plmn, ZEPA_PLMN_SIZE, text, Excess::Fail);
                });
 }
 
 int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
 {
     return ask(__func__, {}, std::mem_fn(&CardBackend::systemInfo),
-               [=](const SystemInfo &info, TextWriter) {
+               [=](const SystemInfo &info, TextWriter &) {
                    record->sysMode = info.mode;
                    record->subMode = info.subMode;
                });
@@ -313,7 +346,7 @@ int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const
         const std::string arguments = inQuotes(message->number) + ", " + inQuotes(message->text);
         return ask(
             function, arguments, [&](CardBackend &) { return std::optional(message); },
-            [=](const std::shared_ptr<SmsMessage> &created, TextWriter) {
+            [=](const std::shared_ptr<SmsMessage> &created, TextWriter &) {
                 *handle = Service::instance().keep(created);
             });
     });

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Service.h"
 
+#include "EventDelivery.h"
+
 #include <utility>
 
 namespace devsrv {
@@ -133,6 +135,7 @@ bool Service::post(std::int32_t event, BackendId source)
 
 void Service::deliver(std::int32_t event)
 {
+    ++t_deliveredEvents;
     if (event == ZEPA_EVENT_DEV_DEVICE_INIT_FINISH)
         deviceInit.call(event, nullptr);
     else

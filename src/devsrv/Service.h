@@ -15,7 +15,7 @@
 namespace devsrv {
 
 /// The library's global state: registered callbacks, SMS records, the receipt switch and the active
-/// backend. Thread-safe. The destructor ends the active backend.
+/// backend. Thread-safe.
 class Service
 {
     // Each backend has an identifier of its own, with which its events arrive.

@@ -14,8 +14,8 @@
 #include <QLocalSocket>
 #include <QPointer>
 #include <QTemporaryDir>
+#include <QTimer>
 
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -74,51 +74,36 @@ private:
     bool m_takesMessage = false;
 };
 
-/// An object on the message bus that answers each method with one value, or with an error where
-/// it has none.
-class BusObject : public QDBusVirtualObject
-{
-public:
-    int answersLeft = std::numeric_limits<int>::max(); ///< falls silent at 0
-
-    QString introspect(const QString &) const override { return {}; }
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
-    {
-        if (answersLeft == 0)
-            return true;
-        --answersLeft;
-        const QVariant value = answer(message.member());
-        return connection.send(value.isValid()
-                                   ? message.createReply(value)
-                                   : message.createErrorReply(QDBusError::UnknownMethod, "none"));
-    }
-
-private:
-    virtual QVariant answer(const QString &method) = 0;
-};
-
 /// Grants or denies every authorization request, in place of the system's authority.
-class Authority : public BusObject
+class Authority : public QDBusVirtualObject
 {
 public:
     bool grants = true;
 
-private:
-    QVariant answer(const QString &) override
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
     {
         QDBusArgument verdict;
         verdict.beginStructure();
         verdict << grants << false << QMap<QString, QString>();
         verdict.endStructure();
-        return QVariant::fromValue(verdict);
+        return connection.send(message.createReply(QVariant::fromValue(verdict)));
     }
 };
 
-/// A daemon with the modem of fake-modem.txt; it can give answers that the real one never gives.
-class FakeManager : public BusObject
+/// A daemon with the modem of fake-modem.txt; it can give answers that the real one never gives,
+/// give them late, or give none.
+class FakeManager : public QDBusVirtualObject
 {
 public:
-    explicit FakeManager(QDBusConnection &connection) : m_connection(connection)
+    QStringList calls;              ///< the methods that were called
+    QHash<QString, int> answerTime; ///< of a method, in milliseconds; -1 stands for no answer
+    bool isSilent = false;          ///< answers nothing at all
+    QString errorText = "as the test says";
+    int modems = 1;   ///< which differ by their IMEIs
+    int messages = 0; ///< that each modem keeps
+
+    explicit FakeManager(const QDBusConnection &connection) : m_connection(connection)
     {
         qDBusRegisterMetaType<Interfaces>();
         qDBusRegisterMetaType<Objects>();
@@ -136,25 +121,53 @@ public:
     }
 
     /// Sets a property, or the value that a method returns. The value begins with its type, as
-    /// "u:4". A name that ends with a dot removes the interface.
+    /// "u:4"; a text that is the name of one of the daemon's errors makes the method fail. A name
+    /// that ends with a dot removes the interface.
     void set(const QString &name, const QString &value)
     {
-        const QString interface = kService + '.' + name.section('.', 0, -2);
         if (name.endsWith('.'))
-            m_interfaces.remove(interface);
+            m_interfaces.remove(interfaceOf(name));
         else if (name.contains('.'))
-            m_interfaces[interface][name.section('.', -1)] = typed(value);
+            m_interfaces[interfaceOf(name)][name.section('.', -1)] = typed(value);
         else
             m_answers[name] = typed(value);
     }
 
-    /// Signals that a property of the modem has changed.
-    void signalChange()
+    /// Sets a property and signals the new value or, without `isTold`, that there is one.
+    void change(const QString &name, const QString &value, bool isTold = true)
     {
-        auto signal = QDBusMessage::createSignal(
-            kPath + "/Modem/3", "org.freedesktop.DBus.Properties", "PropertiesChanged");
-        signal.setArguments({kService + ".Modem", QVariantMap(), QStringList()});
-        m_connection.send(signal);
+        set(name, value);
+        const QString property = name.section('.', -1);
+        const QVariantMap changed{{property, m_interfaces[interfaceOf(name)][property]}};
+        signal(name.startsWith("Sim.") ? "/SIM/0" : "/Modem/3", "org.freedesktop.DBus.Properties",
+               "PropertiesChanged",
+               {interfaceOf(name), isTold ? changed : QVariantMap(),
+                isTold ? QStringList() : QStringList(property)});
+    }
+
+    /// Removes the modem, or adds it again, and signals that.
+    void plug(bool isPlugged)
+    {
+        modems = isPlugged ? 1 : 0;
+        const auto path = QVariant::fromValue(QDBusObjectPath(kPath + "/Modem/3"));
+        const QString manager = "org.freedesktop.DBus.ObjectManager";
+        if (isPlugged)
+            signal({}, manager, "InterfacesAdded", {path, QVariant::fromValue(m_interfaces)});
+        else
+            signal({}, manager, "InterfacesRemoved", {path, QStringList(m_interfaces.keys())});
+    }
+
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        calls << message.member();
+        const int time = isSilent ? -1 : answerTime.value(message.member());
+        const QDBusMessage answer = answerTo(message);
+        if (time == 0)
+            return connection.send(answer);
+        if (time > 0)
+            QTimer::singleShot(time, this, [=] { connection.send(answer); });
+        return true;
     }
 
 private:
@@ -162,12 +175,51 @@ private:
     using Objects = QMap<QDBusObjectPath, Interfaces>;
     using Location = QMap<uint, QDBusVariant>;
 
-    QVariant answer(const QString &method) override
+    static QString interfaceOf(const QString &name)
     {
-        const Objects objects{{QDBusObjectPath(kPath + "/Modem/3"), m_interfaces}};
-        const QVariantMap usual{{"GetManagedObjects", QVariant::fromValue(objects)},
-                                {"GetAll", m_interfaces.value(kService + ".Sim")}};
-        return m_answers.value(method, usual.value(method));
+        return kService + '.' + name.section('.', 0, -2);
+    }
+
+    QDBusMessage answerTo(const QDBusMessage &message)
+    {
+        const QString method = message.member();
+        const QString interface = message.path().endsWith("/SIM/1")
+            ? kService + ".OtherSim"
+            : message.arguments().value(0).toString();
+        const QVariantMap usual{{"GetManagedObjects", QVariant::fromValue(objects())},
+                                {"GetAll", m_interfaces.value(interface)},
+                                {"Create", typed("o:" + kPath + "/SMS/0")}};
+        const QVariant answer = m_answers.value(method, usual.value(method));
+        if (answer.toString().startsWith(kService + ".Error"))
+            return message.createErrorReply(answer.toString(), errorText);
+        static const QStringList withoutValue{"Enable", "Setup", "Send", "Delete"};
+        if (answer.isValid() || withoutValue.contains(method))
+            return message.createReply(answer.isValid() ? QVariantList{answer} : QVariantList());
+        return message.createErrorReply(QDBusError::UnknownMethod, "none");
+    }
+
+    Objects objects() const
+    {
+        Interfaces modem = m_interfaces;
+        QList<QDBusObjectPath> paths;
+        for (int number = 0; number < messages; ++number)
+            paths << QDBusObjectPath(kPath + "/SMS/" + QString::number(number));
+        modem[kService + ".Modem.Messaging"]["Messages"] = QVariant::fromValue(paths);
+        Objects objects;
+        for (int number = 0; number < modems; ++number) {
+            objects[QDBusObjectPath(kPath + "/Modem/" + QString::number(3 + number))] = modem;
+            modem[kService + ".Modem"]["EquipmentIdentifier"] = QString::number(100'000'000'000'001
+                                                                                + number);
+        }
+        return objects;
+    }
+
+    void signal(const QString &object, const QString &interface, const QString &name,
+                const QVariantList &arguments)
+    {
+        auto signal = QDBusMessage::createSignal(kPath + object, interface, name);
+        signal.setArguments(arguments);
+        m_connection.send(signal);
     }
 
     static QVariant typed(const QString &text)
@@ -176,6 +228,8 @@ private:
         const QString value = text.section(':', 1);
         if (type == "o")
             return QVariant::fromValue(QDBusObjectPath(value));
+        if (type == "as")
+            return value.split(',');
         if (type == "objects")
             return QVariant::fromValue(Objects());
         if (type == "nowhere")
@@ -202,13 +256,20 @@ public:
     QDBusConnection connection{"none"};
     Authority authority;
 
-    TestBed()
+    TestBed() { startBus(); }
+
+    /// Starts the bus, and the authority on it. Each bus of a process has the same address: D-Bus
+    /// reads it once.
+    void startBus()
     {
-        bus.start(
-            DBUS_DAEMON,
-            {"--config-file=" BUS_CONFIGURATION, "--nofork", "--nopidfile", "--print-address=1"});
+        static const QTemporaryDir folder;
+        const QString address = "unix:path=" + folder.filePath("bus");
+        QDBusConnection::disconnectFromBus("test-bed");
+        bus.start(DBUS_DAEMON,
+                  {"--config-file=" BUS_CONFIGURATION, "--nofork", "--nopidfile",
+                   "--print-address=1", "--address=" + address});
         bus.waitForReadyRead(kPatienceMs);
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.readLine().trimmed());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
         connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, "test-bed");
         qDBusRegisterMetaType<QMap<QString, QString>>();
         if (!connection.registerVirtualObject("/org/freedesktop/PolicyKit1/Authority", &authority)

@@ -9,7 +9,7 @@ using namespace devsrv;
 namespace {
 
 // Returns a registered modem, changed by words of the form NAME=VALUE.
-EventState snapshot(const QString &words)
+ModemSnapshot snapshot(const QString &words)
 {
     const QString usual = "daemon=:1.1 modem=/Modem/0 state=8 sim=/SIM/0 unlock=1 technology=16384 "
                           "registration=1 operator=21407 location=214,07,0,102F304,1A2B ";
@@ -17,12 +17,21 @@ EventState snapshot(const QString &words)
     for (const QString &word : (usual + words).split(' ', Qt::SkipEmptyParts))
         values[word.section('=', 0, 0)] = word.section('=', 1);
     const auto number = [&](const char *name) { return values[name].toUInt(); };
-    EventState state{values["daemon"], std::nullopt};
-    if (!values["modem"].isEmpty())
-        state.modem = {values["modem"],        values["state"].toInt(), values["sim"],
-                       number("unlock"),       number("locks"),         number("technology"),
-                       number("registration"), values["operator"],      values["location"]};
-    return state;
+    ModemSnapshot snapshot{values["daemon"], std::nullopt};
+    if (values["modem"].isEmpty())
+        return snapshot;
+    ModemValues &modem = snapshot.modem.emplace();
+    modem.path = values["modem"];
+    modem.state = values["state"].toInt();
+    modem.sim = values["sim"];
+    modem.imsi = values["imsi"].toStdString();
+    modem.unlockRequired = number("unlock");
+    modem.facilityLocks = number("locks");
+    modem.accessTechnologies = number("technology");
+    modem.registrationState = number("registration");
+    modem.plmn = values["operator"].toStdString();
+    modem.location = values["location"];
+    return snapshot;
 }
 
 QString registration(const QString &location, Domain domain)
@@ -37,15 +46,16 @@ QString registration(const QString &location, Domain domain)
         : "wrong mode or state";
 }
 
-QString chosenModem(const QString &imei)
+QString chosenModem(const QString &choice)
 {
-    const auto modem = [](const QString &number) {
-        return Interfaces{{kModemInterface, {{"EquipmentIdentifier", number}}}};
+    const auto modem = [](const QString &number, const QString &device) {
+        return Interfaces{{kModemInterface, {{"EquipmentIdentifier", number}, {"Device", device}}}};
     };
     OnceWarnings warnings;
-    const auto found = chooseModem({{QDBusObjectPath("/Modem/10"), modem("490154203237518")},
-                                    {QDBusObjectPath("/Modem/9"), modem("356938035643809")}},
-                                   imei, warnings);
+    const auto found = chooseModem(
+        {{QDBusObjectPath("/Modem/10"), modem("490154203237518", "/sys/a")},
+         {QDBusObjectPath("/Modem/9"), modem("356938035643809", "/sys/b")}},
+        choice.isEmpty() ? ModemChoice() : ModemChoice(choice), warnings);
     return found ? found->path() : "-";
 }
 

@@ -2,58 +2,54 @@
 #include "ModemManagerCard.h"
 
 #include "BackendFactories.h"
+#include "EventDelivery.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusError>
+
+#include <atomic>
 
 namespace devsrv {
 
 namespace {
 
-constexpr QLatin1String kSimInterface("org.freedesktop.ModemManager1.Sim");
-constexpr QLatin1String kSmsInterface("org.freedesktop.ModemManager1.Sms");
-
 // The errors that come from the modem itself. Others are the daemon's.
 constexpr QLatin1String kModemErrors("org.freedesktop.ModemManager1.Error.MobileEquipment.");
 
-// The daemon's time-out for the modem's answer. It is shorter than that of the call, so that the
-// daemon reports a modem that does not answer.
-constexpr uint kCommandSeconds = 3;
+// The daemon's time-out for the modem's answer is shorter by this than that of the call, so that
+// the daemon reports a modem that does not answer.
+constexpr milliseconds kDaemonTime{5'000};
+
+// How long an answer with the location counts.
+constexpr milliseconds kLocationTime{1'000};
 
 constexpr std::int32_t kStatusNotReady = 2;
 
 // The bound of start-up: the radio is switched on, and the modem registers.
 constexpr auto kStartTimeout = kEnableTimeout + milliseconds(10'000);
 
-std::string latin1(const QString &text)
-{
-    return text.toLatin1().toStdString();
-}
-
-std::optional<std::string> latin1(const std::optional<QString> &text)
-{
-    return text ? std::optional(latin1(*text)) : std::nullopt;
-}
-
-std::optional<QStringList> ownNumbers(const ModemObject &modem)
-{
-    return modem.property<QStringList>(kModemInterface, QLatin1String("OwnNumbers"));
-}
-
 bool isError(const QDBusMessage &reply)
 {
     return reply.type() == QDBusMessage::ErrorMessage;
 }
 
+QString unreachable(const QString &why)
+{
+    return QStringLiteral("the system message bus cannot be reached: %1; start it, or choose an "
+                          "emulated card")
+        .arg(why);
+}
+
 } // namespace
 
-ModemManagerCard::ModemManagerCard(const QString &imei, EventSink raise) : m_client(imei)
+ModemManagerCard::ModemManagerCard(const Settings &settings, EventSink raise)
+    : m_settings(settings), m_number([] {
+          static std::atomic<std::uint64_t> count = 0;
+          return ++count;
+      }())
 {
-    if (!m_client.connection().isConnected()) {
-        m_startError = QStringLiteral("the system message bus cannot be reached: ")
-            + m_client.connection().lastError().message()
-            + QStringLiteral("; start it, or choose an emulated card");
+    if (const QString why = m_client.open(); !why.isEmpty()) {
+        m_startError = unreachable(why);
         return;
     }
     if (!QCoreApplication::instance()) {
@@ -61,73 +57,81 @@ ModemManagerCard::ModemManagerCard(const QString &imei, EventSink raise) : m_cli
             "modems need a QCoreApplication, which the host has not made");
         return;
     }
-    m_watcher = std::make_unique<ModemManagerWatcher>(m_client, std::move(raise));
-    m_watcher->moveToThread(&m_thread);
+    m_mirror = std::make_unique<ModemManagerMirror>(m_client, settings.mirror, std::move(raise));
+    m_mirror->moveToThread(&m_thread);
     m_thread.setObjectName(QStringLiteral("modemmanager"));
     m_thread.start();
-    auto started = m_watcher->started();
-    QMetaObject::invokeMethod(m_watcher.get(), &ModemManagerWatcher::open, Qt::QueuedConnection);
+    auto started = m_mirror->started();
+    QMetaObject::invokeMethod(m_mirror.get(), &ModemManagerMirror::open, Qt::QueuedConnection);
     started.wait_for(kStartTimeout);
 }
 
 ModemManagerCard::~ModemManagerCard()
 {
-    if (!m_watcher)
+    if (!m_mirror)
         return;
-    // The watcher's timers and pending calls must end on the thread that they belong to.
-    QObject::connect(&m_thread, &QThread::finished, m_watcher.release(), &QObject::deleteLater);
+    // The mirror's timers and pending calls must end on the thread that they belong to.
+    QObject::connect(&m_thread, &QThread::finished, m_mirror.release(), &QObject::deleteLater);
     m_thread.quit();
     m_thread.wait();
 }
 
 void ModemManagerCard::begin()
 {
-    QMetaObject::invokeMethod(m_watcher.get(), &ModemManagerWatcher::begin, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(m_mirror.get(), &ModemManagerMirror::begin, Qt::QueuedConnection);
 }
 
-std::optional<std::string> ModemManagerCard::text(QLatin1String interface, QLatin1String property)
+SnapshotPin &ModemManagerCard::pin()
 {
-    const auto modem = m_client.modem();
-    return modem ? latin1(modem->text(interface, property)) : std::nullopt;
+    struct OwnedPin
+    {
+        std::uint64_t owner = 0;
+        SnapshotPin pin;
+    };
+    thread_local OwnedPin owned;
+    if (owned.owner != m_number)
+        owned = {m_number, SnapshotPin()};
+    return owned.pin;
+}
+
+SnapshotPin::Snapshot ModemManagerCard::snapshot(const char *query)
+{
+    return pin().hold(query, m_mirror->snapshot(), t_deliveredEvents, SnapshotPin::Clock::now());
+}
+
+template <typename Value>
+std::optional<Value> ModemManagerCard::read(const char *query,
+                                            std::optional<Value> ModemValues::*value)
+{
+    const auto held = snapshot(query);
+    return held->modem ? (*held->modem).*value : std::nullopt;
 }
 
 std::string ModemManagerCard::description()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
+    const auto latest = m_mirror->snapshot();
+    if (!latest->modem)
         return "no usable modem of ModemManager";
-    return "modem " + modem->imei().value_or(modem->path()).toStdString() + " by ModemManager";
+    return "modem " + latest->modem->imei.value_or(latest->modem->path.toStdString())
+        + " by ModemManager";
 }
 
 std::optional<std::int32_t> ModemManagerCard::status()
 {
-    const auto modem = m_client.modem();
-    const auto state = modem ? modem->property<int>(kModemInterface, QLatin1String("State"))
-                             : std::nullopt;
-    if (!state)
+    const auto latest = m_mirror->snapshot();
+    if (!latest->modem || !latest->modem->state)
         return std::nullopt;
-    return *state >= MM_MODEM_STATE_ENABLED ? DEVSRV_STATUS_READY : kStatusNotReady;
+    return latest->modem->isAtLeast(MM_MODEM_STATE_ENABLED) ? DEVSRV_STATUS_READY : kStatusNotReady;
 }
 
 std::optional<std::string> ModemManagerCard::imei()
 {
-    const auto modem = m_client.modem();
-    return modem ? latin1(modem->imei()) : std::nullopt;
+    return read(__func__, &ModemValues::imei);
 }
 
 std::optional<std::string> ModemManagerCard::imsi()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
-        return std::nullopt;
-    const auto sim = modem->property<QDBusObjectPath>(kModemInterface, QLatin1String("Sim"));
-    if (!sim || sim->path() == QLatin1String("/"))
-        return std::nullopt;
-    const auto properties = m_client.properties(sim->path(), kSimInterface);
-    if (!properties)
-        return std::nullopt;
-    const ModemObject object(sim->path(), {{kSimInterface, *properties}}, m_client.warnings());
-    return latin1(object.text(kSimInterface, QLatin1String("Imsi")));
+    return read(__func__, &ModemValues::imsi);
 }
 
 std::optional<std::string> ModemManagerCard::serialNumber()
@@ -138,47 +142,28 @@ std::optional<std::string> ModemManagerCard::serialNumber()
 
 std::optional<std::string> ModemManagerCard::model()
 {
-    return text(kModemInterface, QLatin1String("Model"));
+    return read(__func__, &ModemValues::model);
 }
 
 std::optional<CdmaIdentity> ModemManagerCard::cdmaIdentity()
 {
-    const auto modem = m_client.modem();
-    if (!modem || !modem->has(kCdmaInterface))
-        return std::nullopt;
-    return CdmaIdentity{
-        latin1(modem->text(kCdmaInterface, QLatin1String("Esn")).value_or(QString())),
-        latin1(modem->text(kCdmaInterface, QLatin1String("Meid")).value_or(QString()))};
+    return read(__func__, &ModemValues::cdma);
 }
 
 std::optional<Versions> ModemManagerCard::versions()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
-        return std::nullopt;
-    const auto firmware = modem->text(kModemInterface, QLatin1String("Revision"));
-    const auto hardware = modem->text(kModemInterface, QLatin1String("HardwareRevision"));
-    if (!firmware && !hardware)
-        return std::nullopt;
-    // AT modems have the firmware version only. A failure would lose it with the other one.
-    return Versions{latin1(firmware.value_or(QString())), latin1(hardware.value_or(QString()))};
+    return read(__func__, &ModemValues::versions);
 }
 
 std::optional<std::int32_t> ModemManagerCard::productType()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
-        return std::nullopt;
-    const auto capabilities = modem->property<uint>(kModemInterface,
-                                                    QLatin1String("CurrentCapabilities"));
-    return capabilities ? productTypeOf(*capabilities) : std::nullopt;
+    return read(__func__, &ModemValues::productType);
 }
 
 // The daemon lists the numbers without their indexes in the phonebook: they count from 1.
 std::optional<NumberMemory> ModemManagerCard::numberMemory()
 {
-    const auto modem = m_client.modem();
-    const auto numbers = modem ? ownNumbers(*modem) : std::nullopt;
+    const auto numbers = read(__func__, &ModemValues::ownNumbers);
     if (!numbers)
         return std::nullopt;
     return NumberMemory{1, static_cast<std::int32_t>(numbers->size())};
@@ -186,51 +171,56 @@ std::optional<NumberMemory> ModemManagerCard::numberMemory()
 
 std::optional<std::string> ModemManagerCard::ownNumber(std::int32_t index)
 {
-    const auto modem = m_client.modem();
-    const auto numbers = modem ? ownNumbers(*modem) : std::nullopt;
-    if (!numbers || index < 1 || index > numbers->size())
+    const auto numbers = read(__func__, &ModemValues::ownNumbers);
+    if (!numbers || index < 1 || static_cast<std::size_t>(index) > numbers->size())
         return std::nullopt;
-    return latin1(numbers->at(index - 1));
+    return numbers->at(static_cast<std::size_t>(index) - 1);
 }
 
 std::optional<std::uint8_t> ModemManagerCard::lockState()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
+    const auto held = snapshot(__func__);
+    if (!held->modem)
         return std::nullopt;
-    const auto required = modem->property<uint>(kModemInterface, QLatin1String("UnlockRequired"))
-                              .value_or(0);
-    const auto enabled = modem
-                             ->property<uint>(k3gppInterface, QLatin1String("EnabledFacilityLocks"))
-                             .value_or(0);
-    return lockStateOf(required, enabled);
+    return lockStateOf(held->modem->unlockRequired, held->modem->facilityLocks);
 }
 
 std::optional<Registration> ModemManagerCard::registration(Domain domain)
 {
-    const auto modem = m_client.modem();
-    if (!modem)
+    const auto held = snapshot(__func__);
+    if (!held->modem || !held->modem->registrationState)
         return std::nullopt;
-    const auto state = modem->property<uint>(k3gppInterface, QLatin1String("RegistrationState"));
-    if (!state)
-        return std::nullopt;
-    const QDBusMessage reply = m_client.call(modem->path(), kLocationInterface,
-                                             QLatin1String("GetLocation"), {}, kQueryTimeout);
-    if (isError(reply))
-        return std::nullopt;
-    if (reply.signature() != QLatin1String("a{uv}")) {
-        m_client.warnings().warn(
-            QStringLiteral("the location is of type %1").arg(reply.signature()));
-        return std::nullopt;
-    }
-    const QString text = locationText(reply.arguments().constFirst());
+    const QString text = held->modem->isLocationSignalled() ? held->modem->location
+                                                            : askedLocation(held);
     if (text.isEmpty())
         return std::nullopt;
     const auto location = parseLocation(text);
-    if (!location)
+    if (!location) {
         m_client.warnings().warn(QStringLiteral("the location \"%1\" is malformed").arg(text));
-    return location ? registrationOf(*location, domain, static_cast<std::int32_t>(*state))
-                    : std::nullopt;
+        return std::nullopt;
+    }
+    return registrationOf(*location, domain,
+                          static_cast<std::int32_t>(*held->modem->registrationState));
+}
+
+QString ModemManagerCard::askedLocation(const SnapshotPin::Snapshot &snapshot)
+{
+    // Held during the call, so that threads that ask at the same time share one answer.
+    const std::lock_guard lock(m_mutex);
+    const auto now = SnapshotPin::Clock::now();
+    if (m_location.snapshot == snapshot && now - m_location.time < kLocationTime)
+        return m_location.text;
+    const QDBusMessage reply = m_client.call(snapshot->modem->path, kLocationInterface,
+                                             QLatin1String("GetLocation"), {}, kQueryTimeout);
+    QString text;
+    if (reply.signature() == QLatin1String("a{uv}")) {
+        text = locationText(reply.arguments().constFirst());
+    } else if (!isError(reply)) {
+        m_client.warnings().warn(
+            QStringLiteral("the location is of type %1").arg(reply.signature()));
+    }
+    m_location = {snapshot, SnapshotPin::Clock::now(), text};
+    return text;
 }
 
 bool ModemManagerCard::setReportMode(Domain, std::int32_t)
@@ -241,57 +231,66 @@ bool ModemManagerCard::setReportMode(Domain, std::int32_t)
 
 std::optional<std::string> ModemManagerCard::plmn()
 {
-    return text(k3gppInterface, QLatin1String("OperatorCode"));
+    return read(__func__, &ModemValues::plmn);
 }
 
 std::optional<SystemInfo> ModemManagerCard::systemInfo()
 {
-    const auto modem = m_client.modem();
-    if (!modem)
-        return std::nullopt;
-    return systemInfoOf(
-        modem->property<uint>(kModemInterface, QLatin1String("AccessTechnologies")).value_or(0));
+    const auto held = snapshot(__func__);
+    return held->modem ? systemInfoOf(held->modem->accessTechnologies) : std::nullopt;
 }
 
 bool ModemManagerCard::sendSms(const SmsMessage &message)
 {
-    const auto modem = m_client.modem();
-    if (!modem)
+    const auto latest = m_mirror->snapshot();
+    if (!latest->modem)
         return false;
+    const QString &modem = latest->modem->path;
     const QVariantMap properties{
         {QStringLiteral("number"), QString::fromStdU16String(message.number)},
         {QStringLiteral("text"), QString::fromStdU16String(message.text)},
         {QStringLiteral("delivery-report-request"), message.receipt}};
-    const QDBusMessage created = m_client.call(
-        modem->path(), kMessagingInterface, QLatin1String("Create"), {properties}, kQueryTimeout);
+    const QDBusMessage created = m_client.call(modem, kMessagingInterface, QLatin1String("Create"),
+                                               {properties}, kQueryTimeout);
     if (created.signature() != QLatin1String("o"))
         return false;
     const auto path = created.arguments().constFirst().value<QDBusObjectPath>();
     const QDBusMessage sent = m_client.call(path.path(), kSmsInterface, QLatin1String("Send"), {},
                                             kSendTimeout);
     // The daemon keeps messages until they are deleted, sent or not.
-    m_client.call(modem->path(), kMessagingInterface, QLatin1String("Delete"),
-                  {QVariant::fromValue(path)}, kQueryTimeout);
+    m_client.call(modem, kMessagingInterface, QLatin1String("Delete"), {QVariant::fromValue(path)},
+                  kQueryTimeout);
     return !isError(sent);
 }
 
 bool ModemManagerCard::execute(const std::string &command, const AnswerSink &answer)
 {
-    const auto modem = m_client.modem();
-    if (!modem)
-        return false;
+    const auto latest = m_mirror->snapshot();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!latest->modem || m_noCommands == latest->daemon)
+            return false;
+    }
+    const auto began = SnapshotPin::Clock::now();
     const QString line = QString::fromLatin1(command).trimmed();
-    const QDBusMessage reply = m_client.call(modem->path(), kModemInterface,
-                                             QLatin1String("Command"), {line, kCommandSeconds},
-                                             kCommandTimeout);
+    const QDBusMessage reply = m_client.call(
+        latest->modem->path, kModemInterface, QLatin1String("Command"),
+        {line, static_cast<uint>(m_settings.commandTime.count())},
+        m_settings.commandTime + kDaemonTime);
+    pin().skip(SnapshotPin::Clock::now() - began);
     // The daemon removes the final result from the answer, or turns it into an error.
     if (isError(reply)) {
+        // A daemon that passes on no commands at all does not change its mind.
+        if (reply.errorMessage().contains(kDebugMode)) {
+            const std::lock_guard lock(m_mutex);
+            m_noCommands = latest->daemon;
+        }
         const bool answered = reply.errorName().startsWith(kModemErrors);
         if (answered)
             answer("\r\nERROR\r\n");
         return answered;
     }
-    const std::string text = latin1(reply.arguments().value(0).toString());
+    const std::string text = reply.arguments().value(0).toString().toLatin1().toStdString();
     answer((text.empty() ? std::string() : "\r\n" + text + "\r\n") + "\r\nOK\r\n");
     return true;
 }
@@ -302,7 +301,7 @@ bool ModemManagerCard::endCommand()
     return true;
 }
 
-Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptions &,
+Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptions &options,
                              EventSink raise, std::string &error)
 {
     if (argument == "") {
@@ -310,12 +309,41 @@ Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptio
                 "modemmanager for the first modem";
         return {};
     }
+    const auto enable = options.flag("enable", true, error);
+    const auto commandTime = enable
+        ? options.number("at-timeout", ModemManagerCard::kCommandTime.count(), 1, 600, error)
+        : std::nullopt;
+    if (!commandTime)
+        return {};
+    const ModemChoice choice(QString::fromStdString(argument.value_or("any")));
     auto card = std::make_shared<ModemManagerCard>(
-        QString::fromStdString(argument.value_or(std::string())), std::move(raise));
+        ModemManagerCard::Settings{{choice, *enable}, std::chrono::seconds(*commandTime)},
+        std::move(raise));
     if (card->startError().isEmpty())
         return {std::move(card), nullptr};
     error = card->startError().toStdString();
     return {};
+}
+
+std::vector<BackendDevice> listModemManagerCards(std::string &error)
+{
+    ModemManagerClient client;
+    if (const QString why = client.open(); !why.isEmpty()) {
+        error = "modems are not listed: " + unreachable(why).toStdString();
+        return {};
+    }
+    const QDBusMessage reply = client.call(kManagerPath, kObjectManagerInterface,
+                                           QLatin1String("GetManagedObjects"), {}, kQueryTimeout);
+    const auto objects = isError(reply) ? std::nullopt : objectsIn(reply, client.warnings());
+    if (!objects) {
+        error = "modems are not listed: the daemon ModemManager does not run, or does not answer; "
+                "start it, or choose an emulated card";
+        return {};
+    }
+    std::vector<BackendDevice> devices;
+    for (const ModemLine &line : linesOf(*objects, client.warnings()))
+        devices.push_back({line.choice.toStdString(), line.description.toStdString()});
+    return devices;
 }
 
 } // namespace devsrv

@@ -1,39 +1,52 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerClient.h"
 
+#include "BusProbe.h"
+
 #include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMetaType>
+
+#include <atomic>
 
 namespace devsrv {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// How long calls fail at once after a time-out.
-constexpr std::chrono::seconds kBackOff{10};
-
-// The shared connection to the system bus belongs to the host, and delivers signals only while the
-// host's event loop runs.
-QDBusConnection openConnection()
+// The rights that the daemon asks the system's authority for, by the interfaces that take them.
+struct Right
 {
-    static std::atomic<int> count = 0;
-    const QString name = QStringLiteral("kestrun-modemmanager-%1").arg(++count);
-    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
-}
+    QLatin1String interface;
+    const char *action;
+};
 
-bool isAbsence(const QDBusMessage &reply)
+constexpr Right kRights[] = {
+    {kModemInterface, "org.freedesktop.ModemManager1.Device.Control"},
+    {kLocationInterface, "org.freedesktop.ModemManager1.Location"},
+    {kMessagingInterface, "org.freedesktop.ModemManager1.Messaging"},
+    {kSmsInterface, "org.freedesktop.ModemManager1.Messaging"},
+};
+
+constexpr QLatin1String kUnauthorized("org.freedesktop.ModemManager1.Error.Core.Unauthorized");
+
+QString adviceFor(const QDBusMessage &call, const QDBusError &error)
 {
-    const QDBusError error(reply);
-    return error.type() == QDBusError::ServiceUnknown
-        || reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+    // A daemon that was not started for AT commands refuses them with the same error.
+    if (error.message().contains(kDebugMode))
+        return {};
+    const bool isRefused = error.name() == kUnauthorized
+        || error.message().contains(QLatin1String("PolicyKit"));
+    for (const Right &right : kRights) {
+        if (isRefused && call.interface() == right.interface) {
+            return QStringLiteral("; use an active local session, or a polkit rule that grants %1")
+                .arg(QLatin1String(right.action));
+        }
+    }
+    return {};
 }
 
 } // namespace
 
-ModemManagerClient::ModemManagerClient(QString imei)
-    : m_imei(std::move(imei)), m_connection(openConnection())
+ModemManagerClient::ModemManagerClient() : m_connection(QString())
 {
     qDBusRegisterMetaType<Interfaces>();
     qDBusRegisterMetaType<Objects>();
@@ -45,82 +58,72 @@ ModemManagerClient::~ModemManagerClient()
     QDBusConnection::disconnectFromBus(m_connection.name());
 }
 
-bool ModemManagerClient::isBackingOff() const
+QString ModemManagerClient::open()
 {
-    return Clock::now() < m_backOffUntil.load();
+    if (QString why = whyNoBus(kBusTimeout); !why.isEmpty())
+        return why;
+    // The shared connection to the system bus belongs to the host, and delivers signals only while
+    // the host's event loop runs.
+    static std::atomic<int> count = 0;
+    const QString name = QStringLiteral("kestrun-modemmanager-%1").arg(++count);
+    QDBusConnection connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+    const QString why = connection.isConnected() ? QString() : connection.lastError().message();
+    {
+        const std::lock_guard lock(m_mutex);
+        std::swap(m_connection, connection);
+    }
+    QDBusConnection::disconnectFromBus(connection.name());
+    return why;
 }
 
-QDBusMessage ModemManagerClient::send(QDBusMessage message, milliseconds timeout)
+QDBusConnection ModemManagerClient::connection() const
 {
-    QDBusMessage reply = m_connection.call(message, QDBus::Block,
-                                           static_cast<int>(timeout.count()));
-    if (reply.type() != QDBusMessage::ErrorMessage) {
-        m_backOffUntil = Clock::time_point();
-        return reply;
-    }
-    if (QDBusError(reply).type() == QDBusError::NoReply)
-        m_backOffUntil = Clock::now() + kBackOff;
-    if (isAbsence(reply)) {
-        m_warnings.warn(QStringLiteral("the daemon does not run"));
-        return reply;
-    }
-    m_warnings.warn(QStringLiteral("%1 failed: %2: %3")
-                        .arg(message.member(), reply.errorName(), reply.errorMessage()));
-    return reply;
+    const std::lock_guard lock(m_mutex);
+    return m_connection;
+}
+
+QDBusMessage ModemManagerClient::message(const QString &path, QLatin1String interface,
+                                         QLatin1String method, const QVariantList &arguments)
+{
+    auto message = QDBusMessage::createMethodCall(kManagerService, path, interface, method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
 }
 
 QDBusMessage ModemManagerClient::call(const QString &path, QLatin1String interface,
                                       QLatin1String method, const QVariantList &arguments,
                                       milliseconds timeout)
 {
-    auto message = QDBusMessage::createMethodCall(kManagerService, path, interface, method);
-    if (isBackingOff())
-        return message.createErrorReply(QDBusError::NoReply,
-                                        QStringLiteral("the daemon did not answer a call before"));
-    message.setArguments(arguments);
-    message.setAutoStartService(false);
-    return send(message, timeout);
-}
-
-std::optional<ModemObject> ModemManagerClient::modem()
-{
-    if (isBackingOff())
-        return std::nullopt;
-    return fetchSnapshot().modem;
-}
-
-ModemManagerClient::Snapshot ModemManagerClient::fetchSnapshot(bool startDaemon)
-{
-    auto message = QDBusMessage::createMethodCall(kManagerService, kManagerPath,
-                                                  kObjectManagerInterface,
-                                                  QStringLiteral("GetManagedObjects"));
-    message.setAutoStartService(startDaemon);
-    const QDBusMessage reply = send(message, kQueryTimeout);
+    const QDBusMessage call = message(path, interface, method, arguments);
+    QDBusMessage reply = connection().call(call, QDBus::Block, static_cast<int>(timeout.count()));
     if (reply.type() == QDBusMessage::ErrorMessage)
-        return {{}, std::nullopt, !isAbsence(reply)};
-    if (reply.signature() != QLatin1String("a{oa{sa{sv}}}")) {
-        m_warnings.warn(QStringLiteral("the list of modems is of type %1").arg(reply.signature()));
-        return {reply.service(), std::nullopt, false};
-    }
-    const auto objects = qdbus_cast<Objects>(reply.arguments().constFirst());
-    auto chosen = chooseModem(objects, m_imei, m_warnings);
-    // chooseModem() has warned of objects that are no modems.
-    if (!chosen && (objects.isEmpty() || !m_imei.isEmpty())) {
-        m_warnings.warn(m_imei.isEmpty()
-                            ? QStringLiteral("the daemon knows no modem")
-                            : QStringLiteral("the daemon knows no modem of IMEI %1").arg(m_imei));
-    }
-    return {reply.service(), std::move(chosen), false};
+        warn(call, QDBusError(reply));
+    return reply;
 }
 
-std::optional<QVariantMap> ModemManagerClient::properties(const QString &path,
-                                                          QLatin1String interface)
+void ModemManagerClient::warn(const QDBusMessage &call, const QDBusError &error)
 {
-    const QDBusMessage reply = call(path, kPropertiesInterface, QLatin1String("GetAll"),
-                                    {QString(interface)}, kQueryTimeout);
-    if (reply.signature() != QLatin1String("a{sv}"))
-        return std::nullopt;
-    return qdbus_cast<QVariantMap>(reply.arguments().constFirst());
+    if (isAbsence(error)) {
+        m_warnings.warn(QStringLiteral("the daemon does not run"));
+        return;
+    }
+    m_warnings.warn(QStringLiteral("%1 failed: %2: %3%4")
+                        .arg(call.member(), error.name(), error.message(), adviceFor(call, error)));
+}
+
+bool isAbsence(const QDBusError &error)
+{
+    return error.type() == QDBusError::ServiceUnknown
+        || error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+}
+
+std::optional<Objects> objectsIn(const QDBusMessage &reply, OnceWarnings &warnings)
+{
+    if (reply.signature() == QLatin1String("a{oa{sa{sv}}}"))
+        return qdbus_cast<Objects>(reply.arguments().constFirst());
+    warnings.warn(QStringLiteral("the list of modems is of type %1").arg(reply.signature()));
+    return std::nullopt;
 }
 
 } // namespace devsrv

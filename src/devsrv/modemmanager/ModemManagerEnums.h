@@ -17,6 +17,9 @@ enum MMModemState : int {
     MM_MODEM_STATE_ENABLED = 6,
     MM_MODEM_STATE_SEARCHING = 7,
     MM_MODEM_STATE_REGISTERED = 8,
+    MM_MODEM_STATE_DISCONNECTING = 9,
+    MM_MODEM_STATE_CONNECTING = 10,
+    MM_MODEM_STATE_CONNECTED = 11,
 };
 
 /// Flags of the property `AccessTechnologies` of a modem.
@@ -35,6 +38,7 @@ enum MMModemAccessTechnology : unsigned {
     MM_MODEM_ACCESS_TECHNOLOGY_EVDOA = 1U << 12,
     MM_MODEM_ACCESS_TECHNOLOGY_EVDOB = 1U << 13,
     MM_MODEM_ACCESS_TECHNOLOGY_LTE = 1U << 14,
+    MM_MODEM_ACCESS_TECHNOLOGY_5GNR = 1U << 15,
     MM_MODEM_ACCESS_TECHNOLOGY_LTE_CAT_M = 1U << 16,
     MM_MODEM_ACCESS_TECHNOLOGY_LTE_NB_IOT = 1U << 17,
 };
@@ -71,6 +75,13 @@ enum MMModemCapability : unsigned {
     MM_MODEM_CAPABILITY_CDMA_EVDO = 1U << 1,
     MM_MODEM_CAPABILITY_GSM_UMTS = 1U << 2,
     MM_MODEM_CAPABILITY_LTE = 1U << 3,
+    MM_MODEM_CAPABILITY_5GNR = 1U << 6,
+    MM_MODEM_CAPABILITY_TDS = 1U << 7,
+};
+
+/// Property `EsimStatus` of a SIM.
+enum MMSimEsimStatus : unsigned {
+    MM_SIM_ESIM_STATUS_NO_PROFILES = 1,
 };
 
 /// Flags of the property `Enabled` of a modem's location interface.

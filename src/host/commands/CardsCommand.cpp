@@ -28,7 +28,7 @@ QList<std::pair<QString, QString>> deviceRows(const DeviceServiceLibrary &librar
         QString why;
         rows += library.devices(backend.name, why);
         if (!why.isEmpty())
-            printError(QStringLiteral("kestrun: ") + why);
+            rows.append({QString::fromUtf8(backend.name), why});
     }
     return rows;
 }

@@ -3,6 +3,7 @@
 
 #include "Failure.h"
 #include "LoadCheck.h"
+#include "Output.h"
 #include "PluginOutput.h"
 #include "TrialRoot.h"
 
@@ -59,11 +60,13 @@ Dashboard::~Dashboard()
 
 void Dashboard::init()
 {
-    const PluginOutput quiet(m_options.log);
+    std::optional<PluginOutput> redirected(m_options.log);
     m_interfaces = m_plugin.instance();
     m_object = m_interfaces.object;
     if (!m_interfaces.base->Init())
         failRun(QStringLiteral("the plug-in could not start; --log shows its reasons"));
+    redirected.reset();
+    printNote(QStringLiteral("kestrun: source: ") + m_deviceService.source());
 }
 
 void Dashboard::shutDown()

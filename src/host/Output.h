@@ -6,6 +6,19 @@
 
 #include <utility>
 
+/// Has print() write to a file instead of standard output. Throws Failure if it cannot be written.
+void setOutputFile(const QString &file);
+
+/// With true, printNote() shows nothing.
+void setQuiet(bool quiet);
+bool isQuiet();
+
+enum class Color { Red = 31, Green = 32, Yellow = 33, Cyan = 36 };
+
+/// Returns the text in a colour, or without one unless print() writes to a terminal. The variable
+/// NO_COLOR switches colours off.
+QString colored(const QString &text, Color color);
+
 /// Writes UTF-8 to standard output, without a buffer.
 void print(const QString &text);
 
@@ -16,6 +29,9 @@ void requirePrinted();
 /// Returns the text with each control character as "\NNN", in octal: a text from outside must not
 /// control the terminal.
 QString visible(const QString &text);
+
+/// Writes a line that is not an error to standard error.
+void printNote(const QString &line);
 
 /// Writes one line to standard error.
 void printError(const QString &line);

@@ -47,6 +47,16 @@ FileState::FileState(const QString &file)
     size = info.size();
 }
 
+std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous)
+{
+    QFile report(file);
+    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray xml = report.readAll();
+    const auto values = reportValues(xml);
+    return values ? std::optional(WrittenReport{xml, *values}) : std::nullopt;
+}
+
 QString whyNotWritten(const QString &file)
 {
     const QFileInfo info(file);

@@ -45,9 +45,10 @@ Dashboard::Dashboard(const HostOptions &options)
     const bool firstUse = root.isNew();
     if (firstUse)
         root.prepareSettings();
-    if (!QDir::setCurrent(m_options.root))
-        failRun(QStringLiteral("%1 cannot be entered; grant the right to enter it")
-                    .arg(m_options.root));
+    if (!QDir::setCurrent(m_options.root)) {
+        failRun(QStringLiteral("%1 cannot be entered: %2; grant the right to enter it")
+                    .arg(m_options.root, qt_error_string()));
+    }
     // The plug-in takes the name of its directory from the settings in the working directory.
     if (firstUse && m_plugin.table())
         root.prepareDataDirectory(dataFile({}));

@@ -91,9 +91,12 @@ void printNote(const QString &line)
         printError(line);
 }
 
-void printError(const QString &line)
+void printError(const QString &text)
 {
-    put(stderr, line + QLatin1Char('\n'));
+    QStringList lines = text.split(QLatin1Char('\n'));
+    for (QString &line : lines)
+        line = visible(line);
+    put(stderr, lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
 }
 
 QString table(const QList<std::pair<QString, QString>> &rows)

@@ -33,8 +33,8 @@ QString visible(const QString &text);
 /// Writes a line that is not an error to standard error.
 void printNote(const QString &line);
 
-/// Writes one line to standard error.
-void printError(const QString &line);
+/// Writes one or more lines to standard error, with control characters as visible() shows them.
+void printError(const QString &text);
 
 /// Returns two aligned columns with one line for each row. Control characters of the second column
 /// become "\NNN", in octal.

@@ -2,7 +2,7 @@
 #include "Suggestion.h"
 
 #include <algorithm>
-#include <limits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -16,7 +16,7 @@ int distance(const QString &from, const QString &to)
     for (int column = 0; column <= to.size(); ++column)
         row.push_back(column);
     for (qsizetype line = 1; line <= from.size(); ++line) {
-        twoAbove = std::exchange(above, std::exchange(row, {int(line)}));
+        twoAbove = std::exchange(above, std::exchange(row, {static_cast<int>(line)}));
         for (qsizetype column = 1; column <= to.size(); ++column) {
             const auto at = static_cast<std::size_t>(column);
             const bool same = from.at(line - 1) == to.at(column - 1);
@@ -35,11 +35,9 @@ int distance(const QString &from, const QString &to)
 
 QString suggestion(const QString &word, const QStringList &known)
 {
-    // A path that names another end of the same tree is close, too.
-    int least = std::max(2, int(word.size() / 3)) + 1;
-    // A word of two letters is close to many.
-    if (word.size() < 3)
-        least = 2;
+    // More letters leave room for more slips. With two slips, a word of two letters would become
+    // any other one.
+    int least = word.size() < 3 ? 2 : std::max(2, static_cast<int>(word.size() / 3)) + 1;
     QString closest;
     for (const QString &candidate : known) {
         const int found = distance(word.toLower(), candidate.toLower());

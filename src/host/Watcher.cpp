@@ -115,7 +115,7 @@ void Watcher::runCommand(const QString &line)
 {
     const DeviceServiceControl *const control = m_dashboard.deviceService().control();
     const auto wrong = [this](const QString &message) {
-        tell(message,
+        tell(visible(message),
              {{QStringLiteral("type"), QStringLiteral("error")},
               {QStringLiteral("message"), message}});
     };
@@ -200,7 +200,7 @@ void Watcher::tellSource()
 
 void Watcher::tellChange(const QString &path, const QString &previous, const QString &current)
 {
-    constexpr int kPathColumn = 38; // the longest path
+    constexpr int kPathColumn = 37; // the longest path
     tell(QStringLiteral("  %1  \"%2\" \u2192 \"%3\"")
              .arg(path.leftJustified(kPathColumn), visible(previous),
                   colored(visible(current), Color::Cyan)),

@@ -58,7 +58,7 @@ QString CommandLine::help() const
 
 QString CommandLine::value(const char *option) const
 {
-    const QString value = m_parser.value(QLatin1String(option));
+    QString value = m_parser.value(QLatin1String(option));
     if (has(option) && value.isEmpty())
         failUsage(QStringLiteral("--%1 needs a value").arg(QLatin1String(option)));
     return value;

@@ -48,7 +48,7 @@ QStringList candidates(const QStringList &words)
     if (words.size() < 2)
         return commandNames() << QStringLiteral("--help");
     const Command &command = findCommand(words.constFirst());
-    const QString previous = words.at(words.size() - 2);
+    const QString &previous = words.at(words.size() - 2);
     if (takesValue(command, previous))
         return previous == QLatin1String("--card") ? cardNames() : QStringList();
     if (words.constLast().startsWith(QLatin1Char('-')))

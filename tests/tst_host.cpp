@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <unistd.h>
@@ -36,11 +37,18 @@ class tst_Host : public QObject
 private:
     QTemporaryDir m_directory;
 
-    const QHash<QString, QString> m_words{
-        {"PLUGIN", PLUGIN_FILE}, {"WRONG", WRONG_PLUGIN}, {"LONE", path("lone.so")},
-        {"SDK", SDK_FILE},       {"MAKER", MAKERS_SDK},   {"OLD", OLD_PLUGIN},
-        {"HOST", HOST},          {"ROOT", path("root")},  {"''", QString()},
-        {"FULL", path("full")},  {"BARE", path("bare")}};
+    const QHash<QString, QString> m_words{{"PLUGIN", PLUGIN_FILE},
+                                          {"WRONG", WRONG_PLUGIN},
+                                          {"LONE", path("lone.so")},
+                                          {"SDK", SDK_FILE},
+                                          {"MAKER", MAKERS_SDK},
+                                          {"OLD", OLD_PLUGIN},
+                                          {"HOST", HOST},
+                                          {"ROOT", path("root")},
+                                          {"''", QString()},
+                                          {"PAIR", path("pair/plugin.so")},
+                                          {"FULL", path("full")},
+                                          {"BARE", path("bare")}};
 
     // The value of a word of the table; "BROKEN/" stands for the libraries that go wrong.
     QString valueOf(const QString &word) const
@@ -59,10 +67,33 @@ private:
         return kestrun(QStringList{"report", "--root", path("root")} + arguments);
     }
 
+    QStringList completions(const QStringList &words) const
+    {
+        const QString lines = kestrun(QStringList{"complete"} + words).output;
+        return lines.split('\n', Qt::SkipEmptyParts);
+    }
+
+    // Returns the number of JSON texts if the schema describes each of them.
+    int validJsonTexts(const QByteArray &texts) const
+    {
+        QProcess validator;
+        validator.start("python3",
+                        {SOURCE "tests/validate_json.py", SOURCE "docs/kestrun.schema.json"});
+        validator.write(texts);
+        validator.closeWriteChannel();
+        validator.waitForFinished();
+        if (validator.exitCode() != 0)
+            qWarning().noquote() << validator.readAllStandardError();
+        return validator.readAllStandardOutput().toInt();
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(QFile::copy(PLUGIN_FILE, path("lone.so")));
+        QVERIFY(QDir().mkdir(path("pair")));
+        QVERIFY(QFile::copy(BROKEN "crashingplugin.so", path("pair/plugin.so")));
+        QVERIFY(QFile::copy(SDK_FILE, path("pair/libsdk.so.1")));
         for (const QString root : {"full", "bare"})
             QCOMPARE(kestrun({"report", "--root", path(root)}).status, 0);
         const QString report = reportFile("full");
@@ -79,6 +110,7 @@ private Q_SLOTS:
             arguments << valueOf(argument);
         Run run = kestrun(arguments);
         run.error.replace(m_directory.path().toUtf8(), "TEMP");
+        run.output.replace(m_directory.path().toUtf8(), "TEMP");
         QTEST(QString::number(run.status), "status");
         for (const auto &[seen, column] :
              {std::pair(run.output, "output"), std::pair(run.error, "error")}) {
@@ -102,7 +134,9 @@ private Q_SLOTS:
         const QByteArray file = readFile(reportFile("root"));
         QVERIFY(!file.isEmpty());
         QCOMPARE(report({"--xml"}).output, file);
-        QCOMPARE(QJsonDocument::fromJson(report({"--json"}).output).object().size(), 24);
+        const QByteArray json = report({"--json"}).output;
+        QCOMPARE(validJsonTexts(json), 1);
+        QCOMPARE(QJsonDocument::fromJson(json)["values"].toObject().size(), 24);
     }
 
     void saysWhetherConfigChanged()
@@ -184,6 +218,78 @@ private Q_SLOTS:
                  error.constData());
     }
 
+    void completesWords_data() { addRows("host-completion.txt"); }
+
+    void completesWords()
+    {
+        const QStringList words = cell("words").replace("''", "").split(' ');
+        const Run run = kestrun(QStringList{"complete"} + words);
+        QTEST(QString(run.output.trimmed()).replace('\n', ' '), "completions");
+    }
+
+    // Each script asks the program for the words that follow "kestrun rep" and "kestrun report
+    // --x".
+    void completesInShell_data()
+    {
+        QTest::addColumn<QString>("shell");
+        QTest::addColumn<QString>("script");
+        QTest::newRow("bash") << "bash"
+                              << ". src/host/completion/kestrun.bash; COMP_WORDS=(kestrun rep); "
+                                 "COMP_CWORD=1; _kestrun; echo ${COMPREPLY[*]}; "
+                                 "COMP_WORDS=(kestrun report --x); COMP_CWORD=2; _kestrun; echo "
+                                 "${COMPREPLY[*]}";
+        QTest::newRow("zsh") << "zsh"
+                             << "compadd() { shift; print -r -- ${(P)1} }; words=(kestrun rep); "
+                                "CURRENT=2; . src/host/completion/_kestrun; words=(kestrun report "
+                                "--x); CURRENT=3; . src/host/completion/_kestrun";
+        QTest::newRow("fish") << "fish"
+                              << ". src/host/completion/kestrun.fish; complete -C 'kestrun rep'; "
+                                 "complete -C 'kestrun report --x'";
+    }
+
+    void completesInShell()
+    {
+        QFETCH(QString, shell);
+        QFETCH(QString, script);
+        if (QStandardPaths::findExecutable(shell).isEmpty())
+            QSKIP("the shell is not installed");
+        QProcess process;
+        process.setWorkingDirectory(SOURCE);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("PATH", QFileInfo(HOST).path() + ':' + environment.value("PATH"));
+        environment.insert("HOME", m_directory.path());
+        process.setProcessEnvironment(environment);
+        process.start(shell, {"-c", script});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.readAllStandardOutput(), QByteArray("report\n--xml\n"));
+    }
+
+    // The pages name the commands, options and fields that the program lists, and no others.
+    void describesAllInManual()
+    {
+        QSet<QString> listed;
+        const QString page = readFile(SOURCE "docs/man/kestrun.1");
+        for (const QString &command : completions({""})) {
+            QVERIFY2(page.contains(".SS " + QString(command).replace("-", "\\-"))
+                         || command == "--help",
+                     qPrintable(command));
+            for (const QString &option : completions({command, "--"}))
+                listed << option;
+        }
+        QSet<QString> described{"--help"};
+        static const QRegularExpression option("^\\.BI? (\\\\-\\\\-[a-z]+)( \".*)?$",
+                                               QRegularExpression::MultilineOption);
+        for (const auto &match : option.globalMatch(page))
+            described << match.captured(1).remove('\\');
+        QCOMPARE(described, listed);
+
+        const QString card = readFile(SOURCE "docs/man/kestrun-card.5");
+        for (const QByteArray &line : kestrun({"cards", "--fields"}).output.trimmed().split('\n')) {
+            const QString field = line.split(' ').constFirst();
+            QVERIFY2(card.contains(field), qPrintable(field));
+        }
+    }
+
     void watchesCardUntilSignal_data()
     {
         QTest::addColumn<int>("signal");
@@ -198,9 +304,11 @@ private Q_SLOTS:
         // The effects are part of the output, not of the messages about errors.
         host.closeReadChannel(QProcess::StandardError);
         QVERIFY(host.says({"\"new\":\"DataCard\""}));
+        QByteArray output = host.said;
         for (const TableRow &step : readTable("host-watch.txt")) {
             host.write(step["command"].toUtf8() + '\n');
             QVERIFY2(host.says({step["effect"].toUtf8()}), qPrintable(step["command"]));
+            output += host.said;
         }
 
         // A closed input neither ends the command nor keeps it busy.
@@ -211,6 +319,9 @@ private Q_SLOTS:
         QVERIFY2(stat.split(' ').at(kUserTicks).toInt() < 20, "hundredths of a second of work");
 
         QVERIFY(host.stop(signal));
+        output += host.said + host.readAllStandardOutput();
+        QVERIFY(output.count('\n') > 20);
+        QCOMPARE(validJsonTexts(output), output.count('\n'));
     }
 };
 

@@ -2,110 +2,79 @@
 #include "CommandLine.h"
 
 #include "Failure.h"
-#include "Output.h"
+#include "Suggestion.h"
 
-#include <cstdlib>
-
-namespace {
-
-const QString kPlugin = QStringLiteral("plugin");
-const QString kSdk = QStringLiteral("sdk");
-const QString kCard = QStringLiteral("card");
-const QString kRoot = QStringLiteral("root");
-const QString kLog = QStringLiteral("log");
-const QString kHelp = QStringLiteral("help");
-
-} // namespace
-
-CommandLine::CommandLine(const QString &command, const QString &description) : m_command(command)
+CommandLine::CommandLine(const Command &command, const QStringList &arguments) : m_command(command)
 {
-    m_parser.setApplicationDescription(description);
-    m_parser.addOption({{QStringLiteral("h"), kHelp}, QStringLiteral("Show this help.")});
-}
-
-void CommandLine::addLibraryOptions()
-{
-    m_parser.addOptions({
-        {kPlugin, QStringLiteral("The plug-in to load."), QStringLiteral("FILE")},
-        {kSdk, QStringLiteral("The device-service library to load."), QStringLiteral("FILE")},
-    });
-}
-
-void CommandLine::addHostOptions()
-{
-    addLibraryOptions();
-    m_parser.addOptions({
-        {kCard,
-         QStringLiteral("A shipped card, a card file, or a backend with its argument; \"kestrun "
-                        "cards\" lists them."),
-         QStringLiteral("CARD")},
-        {kRoot,
-         QStringLiteral(
-             "Use DIR in place of \"/\" and of the working directory; DIR is prepared on "
-             "first use."),
-         QStringLiteral("DIR")},
-        {kLog, QStringLiteral("Show the plug-in's log on standard error.")},
-    });
-}
-
-void CommandLine::addFlag(const QString &name, const QString &description)
-{
-    m_parser.addOption({name, description});
-}
-
-void CommandLine::addArgument(const QString &name, const QString &description,
-                              const QString &syntax)
-{
-    m_parser.addPositionalArgument(name, description, syntax);
-}
-
-void CommandLine::read(const QStringList &arguments, qsizetype minimum, qsizetype maximum)
-{
+    m_parser.setApplicationDescription(QLatin1String(command.description));
+    for (const Option &option : optionsOf(command)) {
+        m_parser.addOption({QLatin1String(option.name), QLatin1String(option.help),
+                            option.value ? QLatin1String(option.value) : QString()});
+    }
+    m_parser.addOption(
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    const Arguments &positionals = command.arguments;
+    if (positionals.maximum > 0) {
+        m_parser.addPositionalArgument(QLatin1String(positionals.syntax),
+                                       QLatin1String(positionals.help),
+                                       QLatin1String(positionals.syntax));
+    }
     if (!m_parser.parse(arguments))
-        failUsage(m_parser.errorText() + QStringLiteral(" --help lists the options."));
-    if (m_parser.isSet(kHelp))
-        showHelp();
+        failUnknown();
+    if (wantsHelp())
+        return;
     const qsizetype count = positional().size();
-    if (count < minimum)
+    if (count < positionals.minimum)
         failUsage(QStringLiteral("an argument is missing; --help lists the arguments"));
-    if (count > maximum) {
+    if (count > positionals.maximum) {
         failUsage(QStringLiteral("\"%1\" is one argument too many; --help lists the arguments")
-                      .arg(positional().at(maximum)));
+                      .arg(positional().at(positionals.maximum)));
     }
 }
 
-void CommandLine::showHelp() const
+void CommandLine::failUnknown() const
 {
-    QString help = m_parser.helpText();
-    help.insert(help.indexOf(QStringLiteral("[options]")), m_command + QLatin1Char(' '));
-    print(help);
-    requirePrinted();
-    std::exit(0);
+    const QStringList unknown = m_parser.unknownOptionNames();
+    if (unknown.isEmpty())
+        failUsage(m_parser.errorText() + QStringLiteral(" --help lists the options."));
+    QStringList known{QStringLiteral("--help")};
+    for (const Option &option : optionsOf(m_command))
+        known << QStringLiteral("--") + QLatin1String(option.name);
+    const QString name = QString(unknown.constFirst().size() == 1 ? 1 : 2, QLatin1Char('-'))
+        + unknown.constFirst();
+    const QString similar = suggestion(name, known);
+    failUsage(
+        QStringLiteral("there is no option \"%1\"%2")
+            .arg(name, similar.isEmpty() ? QStringLiteral("; --help lists the options") : similar));
 }
 
-QString CommandLine::value(const QString &option) const
+QString CommandLine::help() const
 {
-    if (m_parser.isSet(option) && m_parser.value(option).isEmpty())
-        failUsage(QStringLiteral("--%1 needs a value").arg(option));
-    return m_parser.value(option);
+    QString help = m_parser.helpText();
+    help.insert(help.indexOf(QStringLiteral("[options]")),
+                QLatin1String(m_command.name) + QLatin1Char(' '));
+    return help;
+}
+
+QString CommandLine::value(const char *option) const
+{
+    QString value = m_parser.value(QLatin1String(option));
+    if (has(option) && value.isEmpty())
+        failUsage(QStringLiteral("--%1 needs a value").arg(QLatin1String(option)));
+    return value;
 }
 
 QString CommandLine::pluginFile() const
 {
-    const QString file = value(kPlugin);
+    const QString file = value("plugin");
     return file.isEmpty() ? PluginLibrary::defaultFile() : file;
-}
-
-QString CommandLine::sdkFile() const
-{
-    return value(kSdk);
 }
 
 HostOptions CommandLine::hostOptions() const
 {
     return {.plugin = pluginFile(),
-            .sdk = sdkFile(),
-            .card = value(kCard),
-            .root = value(kRoot),
-            .log = m_parser.isSet(kLog)};
+            .sdk = value("sdk"),
+            .card = value("card"),
+            .root = value("root"),
+            .log = has("log")};
 }

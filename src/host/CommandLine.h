@@ -1,43 +1,38 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Command.h"
 #include "Dashboard.h"
 
 #include <QCommandLineParser>
 
-/// The command line of one command: its own options, the shared options and --help.
+/// The parsed command line of one command.
 class CommandLine
 {
 public:
-    CommandLine(const QString &command, const QString &description);
+    /// Parses the arguments behind the name of the command; the first one is the program's name.
+    /// Throws Failure if they are wrong, unless they ask for help.
+    CommandLine(const Command &command, const QStringList &arguments);
 
-    /// Adds --plugin and --sdk.
-    void addLibraryOptions();
+    bool wantsHelp() const { return has("help"); }
+    QString help() const;
 
-    /// Adds --plugin, --sdk, --card, --root and --log.
-    void addHostOptions();
-    void addFlag(const QString &name, const QString &description);
-    void addArgument(const QString &name, const QString &description, const QString &syntax = {});
+    bool has(const char *option) const { return m_parser.isSet(QLatin1String(option)); }
 
-    /// Parses the arguments. With --help, prints the help and ends the program. Throws Failure if
-    /// they are wrong, also if the number of positional arguments is not between `minimum` and
-    /// `maximum`.
-    void read(const QStringList &arguments, qsizetype minimum = 0, qsizetype maximum = 0);
+    /// Returns the value of an option, or an empty text if it is not given. Throws Failure for an
+    /// empty value.
+    QString value(const char *option) const;
+
+    QStringList positional() const { return m_parser.positionalArguments(); }
 
     /// Returns the file of --plugin, or the plug-in of this installation.
     QString pluginFile() const;
 
-    /// Returns the file of --sdk, or an empty text.
-    QString sdkFile() const;
-
     HostOptions hostOptions() const;
-    bool has(const QString &flag) const { return m_parser.isSet(flag); }
-    QStringList positional() const { return m_parser.positionalArguments(); }
 
 private:
-    [[noreturn]] void showHelp() const;
-    QString value(const QString &option) const;
+    [[noreturn]] void failUnknown() const;
 
-    const QString m_command;
+    const Command &m_command;
     QCommandLineParser m_parser;
 };

@@ -3,6 +3,7 @@
 
 #include "Failure.h"
 #include "LoadCheck.h"
+#include "Output.h"
 #include "PluginOutput.h"
 #include "TrialRoot.h"
 
@@ -44,9 +45,10 @@ Dashboard::Dashboard(const HostOptions &options)
     const bool firstUse = root.isNew();
     if (firstUse)
         root.prepareSettings();
-    if (!QDir::setCurrent(m_options.root))
-        failRun(QStringLiteral("%1 cannot be entered; grant the right to enter it")
-                    .arg(m_options.root));
+    if (!QDir::setCurrent(m_options.root)) {
+        failRun(QStringLiteral("%1 cannot be entered: %2; grant the right to enter it")
+                    .arg(m_options.root, qt_error_string()));
+    }
     // The plug-in takes the name of its directory from the settings in the working directory.
     if (firstUse && m_plugin.table())
         root.prepareDataDirectory(dataFile({}));
@@ -59,11 +61,13 @@ Dashboard::~Dashboard()
 
 void Dashboard::init()
 {
-    const PluginOutput quiet(m_options.log);
+    std::optional<PluginOutput> redirected(m_options.log);
     m_interfaces = m_plugin.instance();
     m_object = m_interfaces.object;
     if (!m_interfaces.base->Init())
         failRun(QStringLiteral("the plug-in could not start; --log shows its reasons"));
+    redirected.reset();
+    printNote(QStringLiteral("kestrun: source: ") + m_deviceService.source());
 }
 
 void Dashboard::shutDown()

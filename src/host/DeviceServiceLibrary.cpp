@@ -5,6 +5,7 @@
 #include "ElfFile.h"
 #include "Failure.h"
 #include "Output.h"
+#include "Suggestion.h"
 
 #include <QFileInfo>
 
@@ -61,7 +62,26 @@ void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
     if (control.start(card.toUtf8().constData()) != 0)
-        failRun(QString::fromUtf8(control.lastError()));
+        failRun(QString::fromUtf8(control.lastError()) + suggestion(card, cardNames()));
+}
+
+QString DeviceServiceLibrary::source() const
+{
+    if (m_control && m_control->size > offsetof(DeviceServiceControl, activeCard))
+        return QString::fromUtf8(m_control->activeCard());
+    return m_file;
+}
+
+QStringList DeviceServiceLibrary::cardNames() const
+{
+    QStringList names;
+    const char *about = nullptr;
+    for (std::int32_t index = 0; const char *name = requireControl().shippedCard(index, &about);
+         ++index)
+        names << QString::fromUtf8(name);
+    for (const DevSrvBackend &backend : backends())
+        names << QString::fromUtf8(backend.name);
+    return names;
 }
 
 QList<DevSrvBackend> DeviceServiceLibrary::backends() const

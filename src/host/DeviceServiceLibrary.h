@@ -28,6 +28,13 @@ public:
     /// also for a maker's library, which has no control interface.
     void start(const QString &card);
 
+    /// Returns one line that names the card, or the file of a library that cannot name it.
+    QString source() const;
+
+    /// Returns the names of the shipped cards and of the backends. Throws Failure for a maker's
+    /// library.
+    QStringList cardNames() const;
+
     /// Returns the backends of the library; a library older than 1.1 lists none. Throws Failure
     /// for a maker's library.
     QList<DevSrvBackend> backends() const;

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 #include <gelf.h>
 #include <memory>
@@ -26,6 +27,18 @@ void forEach(Elf_Scn *section, const GElf_Shdr &header, Get get, Take take)
     }
 }
 
+QString machineName(const GElf_Ehdr &head)
+{
+    static const QHash<int, QString> names{{EM_X86_64, QStringLiteral("x86-64")},
+                                           {EM_386, QStringLiteral("x86")},
+                                           {EM_AARCH64, QStringLiteral("ARM64")},
+                                           {EM_ARM, QStringLiteral("ARM")},
+                                           {EM_RISCV, QStringLiteral("RISC-V")}};
+    return names.value(head.e_machine, QStringLiteral("processor %1").arg(head.e_machine))
+        + (head.e_ident[EI_CLASS] == ELFCLASS64 ? QStringLiteral(", 64 bits")
+                                                : QStringLiteral(", 32 bits"));
+}
+
 } // namespace
 
 std::optional<LibraryFacts> readElf(const QString &fileName)
@@ -38,7 +51,10 @@ std::optional<LibraryFacts> readElf(const QString &fileName)
     if (!elf || elf_kind(elf.get()) != ELF_K_ELF)
         return std::nullopt;
 
+    GElf_Ehdr head;
     LibraryFacts facts;
+    if (gelf_getehdr(elf.get(), &head))
+        facts.machine = machineName(head);
     for (Elf_Scn *section = nullptr; (section = elf_nextscn(elf.get(), section));) {
         GElf_Shdr header;
         if (!gelf_getshdr(section, &header))

@@ -8,6 +8,7 @@
 /// The exports and dependencies of a shared library, read from its file without running its code.
 struct LibraryFacts
 {
+    QString machine;      ///< processor and word size, for example "x86-64, 64 bits"
     QString soname;       ///< the name by which other libraries need it
     QStringList exports;  ///< names of the defined symbols, not demangled
     QStringList needed;   ///< names of the libraries that it needs

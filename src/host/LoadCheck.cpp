@@ -23,8 +23,9 @@ constexpr int kTimeoutMs = 10'000;
 // A library may end the process with 0 or 1.
 constexpr int kReturned = 42;
 
-// The child reports on standard output that it has loaded the device service.
-constexpr char kServiceLoaded = 's';
+// The child writes this to standard output when it has loaded the device service. A message that
+// refuses a library may follow.
+constexpr char kServiceLoaded = '\n';
 
 void prepareChild()
 {
@@ -51,7 +52,7 @@ QString howItEnded(QProcess &child, bool inTime)
 
 } // namespace
 
-QString whyLoadingEndsProcess(const QString &sdk, const QString &plugin)
+LoadResult checkLoading(const QString &sdk, const QString &plugin)
 {
     QProcess child;
     child.setChildProcessModifier(prepareChild);
@@ -59,27 +60,30 @@ QString whyLoadingEndsProcess(const QString &sdk, const QString &plugin)
                 {QLatin1String(kLoadCheckCommand), sdk, plugin});
     const bool inTime = child.waitForFinished(kTimeoutMs);
     if (child.error() == QProcess::FailedToStart) {
-        return QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
-            .arg(child.errorString());
+        return {QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
+                    .arg(child.errorString()),
+                {}};
     }
     const QString ending = howItEnded(child, inTime);
     child.kill();
     child.waitForFinished();
+    const QByteArray answer = child.readAllStandardOutput();
+    const bool serviceLoaded = answer.startsWith(kServiceLoaded);
     if (inTime && child.exitStatus() == QProcess::NormalExit && child.exitCode() == kReturned)
-        return {};
-    const bool serviceLoaded = child.readAllStandardOutput().contains(kServiceLoaded);
-    return serviceLoaded
+        return {{}, QString::fromUtf8(answer.mid(serviceLoaded ? 1 : 0))};
+    const QString fatal = serviceLoaded
         ? QStringLiteral("the plug-in %1 %2 while it is loaded; use another one with --plugin FILE")
               .arg(plugin, ending)
         : QStringLiteral("the device service %1 %2 while it is loaded; use another one with "
                          "--sdk FILE")
               .arg(sdk, ending);
+    return {fatal, {}};
 }
 
 void requireLoadingReturns(const QString &sdk, const QString &plugin)
 {
-    if (const QString why = whyLoadingEndsProcess(sdk, plugin); !why.isEmpty())
-        failRun(why);
+    if (const QString fatal = checkLoading(sdk, plugin).fatal; !fatal.isEmpty())
+        failRun(fatal);
 }
 
 void runLoadCheck(const QStringList &files)
@@ -87,16 +91,20 @@ void runLoadCheck(const QStringList &files)
     // What the libraries print must not look like a report to the parent.
     const int parent = dup(STDOUT_FILENO);
     dup2(STDERR_FILENO, STDOUT_FILENO);
+    const auto tell = [parent](const QByteArray &answer) {
+        [[maybe_unused]] const ssize_t written = write(parent, answer.constData(),
+                                                       static_cast<std::size_t>(answer.size()));
+    };
     try {
         const DeviceServiceLibrary service(files.value(0));
-        [[maybe_unused]] const ssize_t written = write(parent, &kServiceLoaded, 1);
+        tell(QByteArray(1, kServiceLoaded));
         if (!files.value(1).isEmpty()) {
             PluginLibrary plugin(files.value(1));
             plugin.load();
             plugin.instance();
         }
-    } catch (const Failure &) {
-        // The parent finds the same reason.
+    } catch (const Failure &failure) {
+        tell(failure.message.toUtf8());
     }
     _exit(kReturned);
 }

@@ -8,14 +8,19 @@
 /// The command of the child process. It is not listed for users.
 inline constexpr char kLoadCheckCommand[] = "load-check";
 
-/// Loads the libraries in a child process and returns one sentence if a library crashes there,
-/// hangs or ends the process. Returns an empty text otherwise, also if a library is refused: the
-/// caller gets that reason when it loads the library itself. `sdk` is a
-/// file of DeviceServiceLibrary::find(); with an empty `plugin`, only that is loaded. Takes 10 s at
-/// most.
-QString whyLoadingEndsProcess(const QString &sdk, const QString &plugin);
+/// What happened in the child process. Both texts are empty if the libraries can be used.
+struct LoadResult
+{
+    QString fatal;   ///< one sentence: a library crashed, did not return or ended the process
+    QString refusal; ///< the message of the Failure that refused a library
+};
 
-/// Throws Failure if whyLoadingEndsProcess() has a reason.
+/// Loads the libraries in a child process, in 10 s at most. `sdk` is a file of
+/// DeviceServiceLibrary::find(); with an empty `plugin`, only that is loaded.
+LoadResult checkLoading(const QString &sdk, const QString &plugin);
+
+/// Throws Failure if loading is fatal. A refusal is left to the caller, who loads the libraries
+/// next.
 void requireLoadingReturns(const QString &sdk, const QString &plugin);
 
 /// Is the child process: takes the two files as arguments and never returns.

@@ -3,14 +3,21 @@
 
 #include "Failure.h"
 
+#include <QFile>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
 // Of the last write that failed; 0: none did.
 int s_error = 0;
+
+FILE *s_output = stdout;
+QString s_outputName = QStringLiteral("standard output");
+bool s_quiet = false;
 
 void put(FILE *stream, const QString &text)
 {
@@ -18,7 +25,7 @@ void put(FILE *stream, const QString &text)
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size
         && std::fflush(stream) == 0;
-    if (!written && stream == stdout)
+    if (!written && stream == s_output)
         s_error = errno;
 }
 
@@ -36,23 +43,60 @@ QString visible(const QString &text)
     return shown;
 }
 
+void setOutputFile(const QString &file)
+{
+    s_outputName = file;
+    s_output = std::fopen(QFile::encodeName(file).constData(), "we");
+    if (!s_output) {
+        failRun(QStringLiteral("%1 cannot be written: %2; choose another place with --output FILE")
+                    .arg(file, qt_error_string(errno)));
+    }
+}
+
+void setQuiet(bool quiet)
+{
+    s_quiet = quiet;
+}
+
+bool isQuiet()
+{
+    return s_quiet;
+}
+
+QString colored(const QString &text, Color color)
+{
+    static const bool wanted = isatty(fileno(s_output)) && qEnvironmentVariableIsEmpty("NO_COLOR")
+        && qgetenv("TERM") != "dumb";
+    return wanted ? QStringLiteral("\033[%1m%2\033[0m").arg(static_cast<int>(color)).arg(text)
+                  : text;
+}
+
 void print(const QString &text)
 {
-    put(stdout, text);
+    put(s_output, text);
 }
 
 void requirePrinted()
 {
     if (s_error != 0 && s_error != EPIPE) {
-        failRun(QStringLiteral("standard output could not be written: %1; make room, or choose "
-                               "another place for it")
-                    .arg(qt_error_string(s_error)));
+        failRun(
+            QStringLiteral("%1 could not be written: %2; make room, or choose another place for it")
+                .arg(s_outputName, qt_error_string(s_error)));
     }
 }
 
-void printError(const QString &line)
+void printNote(const QString &line)
 {
-    put(stderr, line + QLatin1Char('\n'));
+    if (!s_quiet)
+        printError(line);
+}
+
+void printError(const QString &text)
+{
+    QStringList lines = text.split(QLatin1Char('\n'));
+    for (QString &line : lines)
+        line = visible(line);
+    put(stderr, lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
 }
 
 QString table(const QList<std::pair<QString, QString>> &rows)

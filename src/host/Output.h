@@ -6,6 +6,19 @@
 
 #include <utility>
 
+/// Has print() write to a file instead of standard output. Throws Failure if it cannot be written.
+void setOutputFile(const QString &file);
+
+/// With true, printNote() shows nothing.
+void setQuiet(bool quiet);
+bool isQuiet();
+
+enum class Color { Red = 31, Green = 32, Yellow = 33, Cyan = 36 };
+
+/// Returns the text in a colour, or without one unless print() writes to a terminal. The variable
+/// NO_COLOR switches colours off.
+QString colored(const QString &text, Color color);
+
 /// Writes UTF-8 to standard output, without a buffer.
 void print(const QString &text);
 
@@ -17,8 +30,11 @@ void requirePrinted();
 /// control the terminal.
 QString visible(const QString &text);
 
-/// Writes one line to standard error.
-void printError(const QString &line);
+/// Writes a line that is not an error to standard error.
+void printNote(const QString &line);
+
+/// Writes one or more lines to standard error, with control characters as visible() shows them.
+void printError(const QString &text);
 
 /// Returns two aligned columns with one line for each row. Control characters of the second column
 /// become "\NNN", in octal.

@@ -40,7 +40,7 @@ void showAll(QtMsgType, const QMessageLogContext &, const QString &message)
 // Shows each warning once. Two lines of the log that differ in their time are one warning.
 void showWarnings(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-    if (type == QtDebugMsg || type == QtInfoMsg || message == kSuccess)
+    if (type == QtDebugMsg || type == QtInfoMsg || message == kSuccess || isQuiet())
         return;
     static const QRegularExpression time(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d ?: ?"));
     const QString text = QString(message).remove(time);

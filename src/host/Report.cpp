@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QXmlStreamReader>
 
+#include <unistd.h>
+
 std::optional<ReportValues> reportValues(const QByteArray &xml)
 {
     ReportValues values;
@@ -47,6 +49,16 @@ FileState::FileState(const QString &file)
     size = info.size();
 }
 
+std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous)
+{
+    QFile report(file);
+    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray xml = report.readAll();
+    const auto values = reportValues(xml);
+    return values ? std::optional(WrittenReport{xml, *values}) : std::nullopt;
+}
+
 QString whyNotWritten(const QString &file)
 {
     const QFileInfo info(file);
@@ -63,13 +75,17 @@ QString whyNotWritten(const QString &file)
     }
     if (info.isDir())
         return QStringLiteral("%1 is a directory; move it away").arg(file);
-    if (info.exists() && !info.isWritable())
-        return QStringLiteral("there is no right to write %1; grant it, or remove the file")
-            .arg(file);
-    const QFileInfo directory(info.path());
-    if (!info.exists() && !directory.isWritable())
-        return QStringLiteral("there is no right to create files in %1; grant it")
-            .arg(directory.filePath());
+    if (info.exists() && !info.isFile())
+        return QStringLiteral("%1 is not a regular file; move it away").arg(file);
+    QFile existing(file);
+    if (info.exists() && !existing.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
+        return QStringLiteral("%1 cannot be written: %2; grant the right, or remove the file")
+            .arg(file, existing.errorString());
+    }
+    if (!info.exists() && access(QFile::encodeName(info.path()).constData(), W_OK) != 0) {
+        return QStringLiteral("no file can be created in %1: %2; grant the right")
+            .arg(info.path(), qt_error_string());
+    }
     constexpr qint64 kSmall = 65'536;
     if (QStorageInfo(info.path()).bytesAvailable() < kSmall)
         return QStringLiteral("the disk that holds %1 is full; make room").arg(info.path());

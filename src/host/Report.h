@@ -25,6 +25,16 @@ struct FileState
     bool operator==(const FileState &) const = default;
 };
 
+/// A report and its values.
+struct WrittenReport
+{
+    QByteArray xml;
+    ReportValues values;
+};
+
+/// Returns the report if it was written after `previous` and is complete; otherwise nothing.
+std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous);
+
 /// Returns one sentence that says why a file in the plug-in's directory could not be written, for
 /// example which directory or which right is missing, and what to do.
 QString whyNotWritten(const QString &file);

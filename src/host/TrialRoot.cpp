@@ -3,10 +3,11 @@
 
 #include "Failure.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSettings>
+
+#include <filesystem>
 
 namespace {
 
@@ -22,10 +23,12 @@ constexpr char kConfig[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 void makeDirectory(const QString &directory)
 {
-    if (!QDir().mkpath(directory)) {
-        failRun(QStringLiteral("the directory %1 cannot be created; choose a root that you may "
+    std::error_code error;
+    std::filesystem::create_directories(QFile::encodeName(directory).toStdString(), error);
+    if (error) {
+        failRun(QStringLiteral("the directory %1 cannot be created: %2; choose a root that you may "
                                "write with --root DIR")
-                    .arg(directory));
+                    .arg(directory, QString::fromLocal8Bit(error.message().c_str())));
     }
 }
 

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "Watcher.h"
 
+#include "Json.h"
 #include "Output.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QTime>
 
 #include <algorithm>
 #include <cerrno>
@@ -53,6 +54,8 @@ void Watcher::start()
     auto *const controller = static_cast<QObject *>(m_table.controller());
     connect(controller, SIGNAL(DeviceAvailable()), this, SLOT(onAvailable()));
     connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
+    if (m_form == Form::Json)
+        tellSource();
     checkReport();
     if (m_values.isEmpty()) {
         const QString why = whyNotWritten(m_reportFile);
@@ -72,7 +75,7 @@ void Watcher::onAvailable()
 {
     // Prints a rewrite that preceded the signal first.
     checkReport();
-    tell(QStringLiteral("signal DeviceAvailable"),
+    tell(colored(QStringLiteral("signal DeviceAvailable"), Color::Green),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceAvailable")}});
 }
@@ -80,7 +83,7 @@ void Watcher::onAvailable()
 void Watcher::onUnavailable()
 {
     checkReport();
-    tell(QStringLiteral("signal DeviceUnavailable"),
+    tell(colored(QStringLiteral("signal DeviceUnavailable"), Color::Red),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceUnavailable")}});
 }
@@ -112,7 +115,7 @@ void Watcher::runCommand(const QString &line)
 {
     const DeviceServiceControl *const control = m_dashboard.deviceService().control();
     const auto wrong = [this](const QString &message) {
-        tell(message,
+        tell(visible(message),
              {{QStringLiteral("type"), QStringLiteral("error")},
               {QStringLiteral("message"), message}});
     };
@@ -124,8 +127,11 @@ void Watcher::runCommand(const QString &line)
     bool known = true;
     int result = 0;
     if (command == QLatin1String("insert")) {
-        if (!rest.isEmpty())
+        if (!rest.isEmpty()) {
             result = m_dashboard.deviceService().loadCard(rest);
+            if (result == 0)
+                tellSource();
+        }
         if (result == 0)
             result = control->insert();
     } else if (command == QLatin1String("remove") && rest.isEmpty()) {
@@ -179,25 +185,41 @@ void Watcher::checkReport()
           {QStringLiteral("file"), m_reportFile}});
     for (const auto &[path, value] : *values) {
         const QString previous = valueOf(m_values, path);
-        if (value == previous)
-            continue;
-        tell(QStringLiteral("  %1: \"%2\" \u2192 \"%3\"").arg(path, previous, value),
-             {{QStringLiteral("type"), QStringLiteral("change")},
-              {QStringLiteral("field"), path},
-              {QStringLiteral("old"), previous},
-              {QStringLiteral("new"), value}});
+        if (value != previous)
+            tellChange(path, previous, value);
     }
     m_values = *values;
 }
 
+void Watcher::tellSource()
+{
+    const QString source = m_dashboard.deviceService().source();
+    tell(QStringLiteral("source: ") + visible(source),
+         {{QStringLiteral("type"), QStringLiteral("source")}, {QStringLiteral("source"), source}});
+}
+
+void Watcher::tellChange(const QString &path, const QString &previous, const QString &current)
+{
+    constexpr int kPathColumn = 37; // the longest path
+    tell(QStringLiteral("  %1  \"%2\" \u2192 \"%3\"")
+             .arg(path.leftJustified(kPathColumn), visible(previous),
+                  colored(visible(current), Color::Cyan)),
+         {{QStringLiteral("type"), QStringLiteral("change")},
+          {QStringLiteral("field"), path},
+          {QStringLiteral("old"), previous},
+          {QStringLiteral("new"), current}});
+}
+
 void Watcher::tell(const QString &text, QJsonObject object)
 {
-    const QString time = QTime::currentTime().toString(Qt::ISODateWithMs);
+    const QDateTime now = QDateTime::currentDateTime();
     if (m_form == Form::Text) {
-        print(time + QLatin1Char(' ') + text + QLatin1Char('\n'));
+        print(now.time().toString(Qt::ISODateWithMs) + QLatin1Char(' ') + text + QLatin1Char('\n'));
         return;
     }
-    object.insert(QStringLiteral("time"), time);
+    object.insert(QStringLiteral("time"),
+                  now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
+    object.insert(QStringLiteral("version"), kJsonVersion);
     print(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))
           + QLatin1Char('\n'));
 }

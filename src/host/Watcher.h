@@ -39,6 +39,8 @@ private:
     void runCommand(const QString &line);
     void watchFiles();
     void checkReport();
+    void tellSource();
+    void tellChange(const QString &path, const QString &previous, const QString &current);
     void tell(const QString &text, QJsonObject object);
 
     Dashboard &m_dashboard;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include "CommandLine.h"
+#include "Completion.h"
 #include "LoadCheck.h"
 #include "Output.h"
-#include "commands/Commands.h"
 
 #include <QCoreApplication>
 #include <QHashSeed>
 
+#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -21,65 +23,28 @@ void openStandardStreams()
     close(descriptor);
 }
 
-struct Command
-{
-    const char *name;
-    const char *summary;
-    ExitStatus (*run)(const QStringList &arguments);
-};
-
-ExitStatus runHelp(const QStringList &arguments);
-
-constexpr Command kCommands[] = {
-    {"report", "write a report as a dashboard does when it starts, and show it", runReport},
-    {"watch", "show signals, rewrites and changed values until Ctrl-C", runWatch},
-    {"sms", "send a message, or switch delivery receipts", runSms},
-    {"notify", "send the plug-in a message", runNotify},
-    {"cards", "list the cards and backends, or the fields of a card file", runCards},
-    {"inspect", "show whether a dashboard would accept a plug-in file", runInspect},
-    {"help", "show the options of a command, or this list", runHelp},
-    {"--version", "show the versions of kestrun and Qt, and the backends", runVersion},
-};
-
-QString usage()
-{
-    QList<std::pair<QString, QString>> rows;
-    for (const Command &command : kCommands)
-        rows.append(
-            {QStringLiteral("  ") + QLatin1String(command.name), QLatin1String(command.summary)});
-    return QStringLiteral("Usage: kestrun COMMAND [options]\n\n%1\n\"kestrun help COMMAND\" shows "
-                          "the options of a command.\n")
-        .arg(table(rows));
-}
-
 ExitStatus runCommand(QStringList arguments)
 {
     if (arguments.size() < 2)
         failUsage(QStringLiteral("a command is missing\n\n") + usage());
-    const QString name = arguments.takeAt(1);
-    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
-        return runHelp({arguments.at(0)});
+    QString name = arguments.takeAt(1);
     if (name == QLatin1String(kLoadCheckCommand))
         runLoadCheck(arguments.mid(1));
-    for (const Command &command : kCommands) {
-        if (name == QLatin1String(command.name))
-            return command.run(arguments);
-    }
-    failUsage(QStringLiteral("there is no command \"%1\"\n\n").arg(name) + usage());
-}
-
-// "help COMMAND" is "COMMAND --help".
-ExitStatus runHelp(const QStringList &arguments)
-{
-    const QString topic = arguments.value(1, QStringLiteral("--help"));
-    if (arguments.size() > 2)
-        failUsage(QStringLiteral("help takes one command; \"%1\" is one argument too many")
-                      .arg(arguments.at(2)));
-    if (topic == QLatin1String("--help") || topic == QLatin1String("-h")) {
-        print(usage());
+    if (name == QLatin1String(kCompleteCommand)) {
+        printCompletions(arguments.mid(1));
         return ExitStatus::Done;
     }
-    return runCommand({arguments.at(0), topic, QStringLiteral("--help")});
+    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
+        name = QStringLiteral("help");
+    const Command &command = findCommand(name);
+    const CommandLine line(command, arguments);
+    if (line.has("output"))
+        setOutputFile(line.value("output"));
+    setQuiet(line.has("quiet"));
+    if (!line.wantsHelp())
+        return command.run(line);
+    print(line.help());
+    return ExitStatus::Done;
 }
 
 } // namespace
@@ -87,6 +52,8 @@ ExitStatus runHelp(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     openStandardStreams();
+    // A file that must not grow makes a write fail, and does not end the program.
+    std::signal(SIGXFSZ, [](int) {});
     // The plug-in writes the attributes of "Config.xml" in hash order; a fixed seed makes that
     // order the same in each run.
     QHashSeed::setDeterministicGlobalSeed();

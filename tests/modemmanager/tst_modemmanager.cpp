@@ -32,7 +32,8 @@ public:
         static const QRegularExpression lock("success  card state = (\\d+)");
         QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
                                        {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto report = QJsonDocument::fromJson(readAllStandardOutput()).object();
+        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
+        const QJsonObject report = json["values"].toObject();
         for (const QString &key : report.keys())
             values[key.section('/', 1)] = report[key].toString();
         return values;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
 #include "LoadCheck.h"
 #include "Output.h"
@@ -35,22 +34,13 @@ QList<std::pair<QString, QString>> deviceRows(const DeviceServiceLibrary &librar
 
 } // namespace
 
-ExitStatus runCards(const QStringList &arguments)
+ExitStatus runCards(const CommandLine &line)
 {
-    CommandLine line(
-        QStringLiteral("cards"),
-        QStringLiteral("Lists the values of --card: the shipped cards, the backends of the "
-                       "device service, and the devices that the backends find."));
-    line.addLibraryOptions();
-    line.addFlag(QStringLiteral("fields"),
-                 QStringLiteral("List the fields of a card file instead."));
-    line.read(arguments);
-
-    const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+    const QString file = DeviceServiceLibrary::find(line.value("sdk"), line.pluginFile());
     requireLoadingReturns(file, {});
     const DeviceServiceLibrary library(file);
     const DeviceServiceControl &control = library.requireControl();
-    const bool fields = line.has(QStringLiteral("fields"));
+    const bool fields = line.has("fields");
     const auto next = fields ? control.cardField : control.shippedCard;
     QList<std::pair<QString, QString>> rows;
     const char *about = nullptr;

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Failure.h"
+#include "CommandLine.h"
 
-#include <QStringList>
-
-/// The commands of the host. Each takes the name of the program and the arguments behind the name
-/// of the command, and throws Failure.
-ExitStatus runReport(const QStringList &arguments);
-ExitStatus runWatch(const QStringList &arguments);
-ExitStatus runSms(const QStringList &arguments);
-ExitStatus runNotify(const QStringList &arguments);
-ExitStatus runCards(const QStringList &arguments);
-ExitStatus runInspect(const QStringList &arguments);
-ExitStatus runVersion(const QStringList &arguments);
+/// The functions of the commands. Each throws Failure.
+ExitStatus runReport(const CommandLine &line);
+ExitStatus runWatch(const CommandLine &line);
+ExitStatus runSms(const CommandLine &line);
+ExitStatus runNotify(const CommandLine &line);
+ExitStatus runCards(const CommandLine &line);
+ExitStatus runInspect(const CommandLine &line);
+ExitStatus runHelp(const CommandLine &line);
+ExitStatus runVersion(const CommandLine &line);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
+#include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
+#include "LoadCheck.h"
 #include "Output.h"
 #include "plugin/PluginEntry.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -20,18 +22,30 @@ public:
     void add(const QString &what, bool good, const QString &detail)
     {
         m_good = m_good && good;
-        m_rows.append({(good ? QStringLiteral("ok   ") : QStringLiteral("BAD  ")) + what, detail});
+        m_marks << (good ? colored(QStringLiteral("ok   "), Color::Green)
+                         : colored(QStringLiteral("BAD  "), Color::Red));
+        m_rows.append({what, detail});
     }
 
     void addUnknown(const QString &what, const QString &detail)
     {
-        m_rows.append({QStringLiteral("?    ") + what, detail});
+        m_marks << colored(QStringLiteral("?    "), Color::Yellow);
+        m_rows.append({what, detail});
     }
 
     bool good() const { return m_good; }
-    QString text() const { return table(m_rows); }
+
+    // One line for each finding, with its mark in front.
+    QString text() const
+    {
+        QStringList lines = table(m_rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        for (qsizetype index = 0; index < lines.size(); ++index)
+            lines[index].prepend(m_marks.at(index));
+        return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+    }
 
 private:
+    QStringList m_marks;
     QList<std::pair<QString, QString>> m_rows;
     bool m_good = true;
 };
@@ -84,61 +98,179 @@ void inspectTexts(Findings &findings, const QByteArray &content)
     }
 }
 
-void inspectDeviceService(Findings &findings, const LibraryFacts &facts)
+QStringList configuredDirectories()
+{
+    QStringList directories;
+    const QDir configuration(QStringLiteral("/etc/ld.so.conf.d"));
+    for (const QString &name : configuration.entryList({QStringLiteral("*.conf")})) {
+        QFile file(configuration.filePath(name));
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        for (const QString &line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
+            if (line.startsWith(QLatin1Char('/')))
+                directories << line.trimmed();
+        }
+    }
+    return directories;
+}
+
+// Returns the file that the dynamic linker takes for a library, or an empty text.
+QString findNeeded(const QString &name, const LibraryFacts &facts)
+{
+    QStringList directories = qEnvironmentVariable("LD_LIBRARY_PATH")
+                                  .split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    directories << facts.searched << configuredDirectories()
+                << QLibraryInfo::path(QLibraryInfo::LibrariesPath);
+    for (const char *directory : {"/lib64", "/usr/lib64", "/usr/local/lib", "/lib", "/usr/lib"})
+        directories << QLatin1String(directory);
+    for (const QString &directory : directories) {
+        const QString file = QDir(directory).filePath(name);
+        if (QFileInfo(file).isFile())
+            return file;
+    }
+    return {};
+}
+
+void inspectDependencies(Findings &findings, const LibraryFacts &facts)
+{
+    QStringList missing;
+    for (const QString &name : facts.needed) {
+        if (findNeeded(name, facts).isEmpty())
+            missing << name;
+    }
+    findings.add(QStringLiteral("dependencies"), missing.isEmpty(),
+                 missing.isEmpty()
+                     ? QStringLiteral("all %1 found").arg(facts.needed.size())
+                     : QStringLiteral("not found: ") + missing.join(QStringLiteral(", ")));
+}
+
+void inspectMachine(Findings &findings, const LibraryFacts &facts)
+{
+    const auto own = readElf(QCoreApplication::applicationFilePath());
+    findings.add(QStringLiteral("architecture"), own && own->machine == facts.machine,
+                 own && own->machine == facts.machine
+                     ? facts.machine
+                     : QStringLiteral("%1, but this program is for %2")
+                           .arg(facts.machine, own ? own->machine : QStringLiteral("another one")));
+}
+
+void inspectNeedOfDeviceService(Findings &findings, const LibraryFacts &facts)
 {
     const QString name = DeviceServiceLibrary::fileName();
     const bool needed = facts.needed.contains(name);
     findings.add(QStringLiteral("needs"), needed,
                  needed ? name : name + QStringLiteral(" is missing"));
-    QStringList directories = qEnvironmentVariable("LD_LIBRARY_PATH")
-                                  .split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    directories << facts.searched << QLibraryInfo::path(QLibraryInfo::LibrariesPath)
-                << QStringLiteral("/usr/local/lib") << QStringLiteral("/usr/lib")
-                << QStringLiteral("/lib");
-    for (const QString &directory : directories) {
-        const QString file = QDir(directory).filePath(name);
-        if (QFileInfo(file).isFile())
-            return findings.add(QStringLiteral("device service"), true, file);
-    }
+    const QString file = findNeeded(name, facts);
     findings.add(
-        QStringLiteral("device service"), false,
-        QStringLiteral("not found; put %1 beside the plug-in, or load it first").arg(name));
+        QStringLiteral("device service"), !file.isEmpty(),
+        !file.isEmpty()
+            ? file
+            : QStringLiteral("not found; put %1 beside the plug-in, or load it first").arg(name));
+}
+
+void inspectFunctions(Findings &findings, const LibraryFacts &facts)
+{
+    QStringList known;
+    QStringList missing;
+    for (const DeviceServiceFunction &function : kDeviceServiceFunctions) {
+        known << QLatin1String(function.name);
+        if (facts.exports.contains(known.constLast()))
+            continue;
+        missing << known.constLast();
+        findings.add(QStringLiteral("function"), false,
+                     QStringLiteral("%1 is missing; it is for %2")
+                         .arg(known.constLast(), QLatin1String(function.loss)));
+    }
+    findings.add(QStringLiteral("functions"), missing.isEmpty(),
+                 QStringLiteral("%1 of %2").arg(known.size() - missing.size()).arg(known.size()));
+    QStringList extra;
+    for (const QString &name : facts.exports) {
+        if (name.startsWith(QLatin1String("ZEPA_")) && !known.contains(name))
+            extra << name;
+    }
+    if (!extra.isEmpty()) {
+        findings.addUnknown(QStringLiteral("functions"),
+                            QStringLiteral("the plug-in does not call ")
+                                + extra.join(QStringLiteral(", ")));
+    }
+}
+
+void inspectLoading(Findings &findings, const QString &sdk, const QString &plugin)
+{
+    const LoadResult result = checkLoading(sdk, plugin);
+    const QString why = result.fatal + result.refusal;
+    findings.add(QStringLiteral("loading"), why.isEmpty(),
+                 why.isEmpty() ? QStringLiteral("succeeds in a child process") : why);
+}
+
+void requireReadable(const QString &fileName)
+{
+    QFile file(fileName);
+    if (QFileInfo(fileName).isDir())
+        failRun(QStringLiteral("%1 is a directory; name a file").arg(fileName));
+    if (!file.open(QIODevice::ReadOnly)) {
+        failRun(QStringLiteral("%1 cannot be read: %2; name a file that can be read")
+                    .arg(fileName, file.errorString()));
+    }
+}
+
+ExitStatus show(const Findings &findings, const QString &fileName, const QString &user)
+{
+    print(findings.text());
+    print(
+        QStringLiteral("\n%1: %2 would %3.\n")
+            .arg(fileName, user,
+                 findings.good() ? QStringLiteral("accept it") : QStringLiteral("not accept it")));
+    return findings.good() ? ExitStatus::Done : ExitStatus::NotDone;
+}
+
+const QString kNoElf = QStringLiteral("it is not an ELF file, or this build has no libelf");
+
+ExitStatus inspectSdk(const QString &fileName)
+{
+    requireReadable(fileName);
+    Findings findings;
+    if (const auto facts = readElf(fileName)) {
+        inspectMachine(findings, *facts);
+        findings.add(QStringLiteral("soname"), facts->soname == DeviceServiceLibrary::fileName(),
+                     facts->soname.isEmpty() ? QStringLiteral("none") : facts->soname);
+        inspectFunctions(findings, *facts);
+        inspectDependencies(findings, *facts);
+        inspectLoading(findings, QFileInfo(fileName).absoluteFilePath(), {});
+    } else {
+        findings.add(QStringLiteral("exports"), false, kNoElf);
+    }
+    return show(findings, fileName, QStringLiteral("the plug-in"));
+}
+
+ExitStatus inspectPlugin(const QString &fileName)
+{
+    requireReadable(fileName);
+    QFile file(fileName);
+    file.open(QIODevice::ReadOnly);
+    Findings findings;
+    const QString absolute = QFileInfo(fileName).absoluteFilePath();
+    inspectMetadata(findings, QPluginLoader(absolute).metaData());
+    inspectTexts(findings, file.readAll());
+    if (const auto facts = readElf(fileName)) {
+        inspectMachine(findings, *facts);
+        inspectExports(findings, *facts);
+        inspectNeedOfDeviceService(findings, *facts);
+        inspectLoading(findings, DeviceServiceLibrary::find({}, absolute), absolute);
+    } else {
+        findings.addUnknown(QStringLiteral("exports"), kNoElf);
+    }
+    return show(findings, fileName, QStringLiteral("a dashboard"));
 }
 
 } // namespace
 
-ExitStatus runInspect(const QStringList &arguments)
+ExitStatus runInspect(const CommandLine &line)
 {
-    CommandLine line(
-        QStringLiteral("inspect"),
-        QStringLiteral("Shows whether a dashboard would accept a plug-in file, without "
-                       "running its code."));
-    line.addArgument(QStringLiteral("file"),
-                     QStringLiteral("The plug-in; without it, that of this installation."),
-                     QStringLiteral("[file]"));
-    line.read(arguments, 0, 1);
-    const QString fileName = line.positional().isEmpty() ? PluginLibrary::defaultFile()
-                                                         : line.positional().constFirst();
-    QFile file(fileName);
-    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) {
-        failRun(
-            QStringLiteral("%1 is not a file that can be read; name a plug-in file").arg(fileName));
-    }
-
-    Findings findings;
-    inspectMetadata(findings, QPluginLoader(QFileInfo(fileName).absoluteFilePath()).metaData());
-    inspectTexts(findings, file.readAll());
-    if (const auto facts = readElf(fileName)) {
-        inspectExports(findings, *facts);
-        inspectDeviceService(findings, *facts);
-    } else {
-        findings.addUnknown(QStringLiteral("exports"),
-                            QStringLiteral("it is not an ELF file, or this build has no libelf"));
-    }
-    print(findings.text());
-    print(
-        QStringLiteral("\n%1: a dashboard would %2.\n")
-            .arg(fileName,
-                 findings.good() ? QStringLiteral("accept it") : QStringLiteral("not accept it")));
-    return findings.good() ? ExitStatus::Done : ExitStatus::NotDone;
+    const QStringList files = line.positional();
+    if (!line.has("sdk"))
+        return inspectPlugin(files.isEmpty() ? PluginLibrary::defaultFile() : files.constFirst());
+    if (!files.isEmpty())
+        failUsage(QStringLiteral("--sdk and a plug-in file exclude each other; choose one"));
+    return inspectSdk(line.value("sdk"));
 }

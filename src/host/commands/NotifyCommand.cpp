@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
 #include "Output.h"
 #include "Report.h"
@@ -33,16 +32,8 @@ bool asksForReport(unsigned int message)
 
 } // namespace
 
-ExitStatus runNotify(const QStringList &arguments)
+ExitStatus runNotify(const CommandLine &line)
 {
-    CommandLine line(QStringLiteral("notify"),
-                     QStringLiteral("Sends the plug-in a message and shows its effect."));
-    line.addHostOptions();
-    line.addArgument(QStringLiteral("message"),
-                     QStringLiteral("A number; 4096 and 0x802 rewrite the report."));
-    line.addArgument(QStringLiteral("p1 p2"), QStringLiteral("The two parameters of the message."),
-                     QStringLiteral("[p1 p2]"));
-    line.read(arguments, 1, 3);
     QList<unsigned int> numbers;
     for (const QString &text : line.positional())
         numbers << toNumber(text);
@@ -60,7 +51,7 @@ ExitStatus runNotify(const QStringList &arguments)
                   .arg(result));
         return ExitStatus::Done;
     }
-    const bool rewritten = !(FileState(file) == snapshot);
+    const bool rewritten = readWrittenReport(file, snapshot).has_value();
     if (!rewritten && asksForReport(numbers.at(0)))
         failRun(QStringLiteral("the report was not written: ") + whyNotWritten(file));
     print(QStringLiteral("Result %1; the report was %2.\n")

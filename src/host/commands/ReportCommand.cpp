@@ -1,62 +1,72 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
+#include "Json.h"
 #include "Output.h"
 #include "Report.h"
+#include "Suggestion.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 namespace {
 
-QByteArray readWritten(const QString &file, const FileState &previous)
-{
-    QFile report(file);
-    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
-        return {};
-    return report.readAll();
-}
-
-QJsonDocument toJson(const ReportValues &values)
+QJsonObject toJson(const ReportValues &values)
 {
     QJsonObject object;
     for (const auto &[path, value] : values)
         object.insert(path, value);
-    return QJsonDocument(object);
+    return object;
+}
+
+QString fieldOf(const ReportValues &values, const QString &field)
+{
+    QStringList fields;
+    for (const auto &[path, value] : values) {
+        if (path == field)
+            return value;
+        fields << path;
+    }
+    failUsage(
+        QStringLiteral("the report has no element \"%1\"%2").arg(field, suggestion(field, fields)));
+}
+
+void requireOneForm(const CommandLine &line)
+{
+    if (line.has("xml") + line.has("json") + line.has("field") > 1)
+        failUsage(QStringLiteral("--xml, --json and --field exclude each other; choose one"));
 }
 
 } // namespace
 
-ExitStatus runReport(const QStringList &arguments)
+ExitStatus runReport(const CommandLine &line)
 {
-    CommandLine line(QStringLiteral("report"),
-                     QStringLiteral("Starts the plug-in once, as a dashboard does, and shows the "
-                                    "report that it writes."));
-    line.addHostOptions();
-    line.addFlag(QStringLiteral("xml"), QStringLiteral("Print the file without changes."));
-    line.addFlag(QStringLiteral("json"), QStringLiteral("Print the values by element path."));
-    line.read(arguments);
-
+    requireOneForm(line);
+    const QString field = line.value("field");
     Dashboard dashboard(line.hostOptions());
     const QString file = dashboard.reportFile();
     const FileState previous(file);
     const ConfigState previousConfig(dashboard.configFile());
     dashboard.init();
-    const QByteArray xml = readWritten(file, previous);
+    const auto report = readWrittenReport(file, previous);
     const ConfigState currentConfig(dashboard.configFile());
+    const QString source = dashboard.deviceService().source();
     dashboard.shutDown();
 
     dashboard.plugin().requireTable(QStringLiteral("tell where it wrote its report"));
-    const auto values = reportValues(xml);
-    if (!values)
+    if (!report)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));
-    if (line.has(QStringLiteral("xml"))) {
-        print(QString::fromUtf8(xml));
-    } else if (line.has(QStringLiteral("json"))) {
-        print(QString::fromUtf8(toJson(*values).toJson()));
+    if (line.has("xml")) {
+        print(QString::fromUtf8(report->xml));
+    } else if (line.has("json")) {
+        const QJsonObject object{{QStringLiteral("version"), kJsonVersion},
+                                 {QStringLiteral("source"), source},
+                                 {QStringLiteral("file"), file},
+                                 {QStringLiteral("values"), toJson(report->values)}};
+        print(QString::fromUtf8(QJsonDocument(object).toJson()));
+    } else if (!field.isEmpty()) {
+        print(visible(fieldOf(report->values, field)) + QLatin1Char('\n'));
     } else {
-        print(table(*values));
+        print(table(report->values));
         print(QStringLiteral("\nReport:     %1\nConfig.xml: %2\n")
                   .arg(file, configChange(previousConfig, currentConfig)));
     }

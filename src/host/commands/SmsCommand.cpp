@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
 #include "Output.h"
 
@@ -42,7 +41,7 @@ void send(const CommandLine &line)
     const KestrunHostTable &table = dashboard.plugin().requireTable(
         QStringLiteral("send messages"));
     dashboard.init();
-    if (line.has(QStringLiteral("receipt")) && table.setReceipts(1) != KESTRUN_ACCEPTED)
+    if (line.has("receipt") && table.setReceipts(1) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused delivery receipts; nothing was sent"));
     if (table.sendSms(number.toUtf8().constData(), text.toUtf8().constData()) != KESTRUN_ACCEPTED)
         failRun(QStringLiteral("the device service refused the message; --log shows the result"));
@@ -68,20 +67,8 @@ void setReceipts(const CommandLine &line)
 
 } // namespace
 
-ExitStatus runSms(const QStringList &arguments)
+ExitStatus runSms(const CommandLine &line)
 {
-    CommandLine line(QStringLiteral("sms"),
-                     QStringLiteral("Sends a message, or switches delivery receipts, with the "
-                                    "plug-in and the card."));
-    line.addHostOptions();
-    line.addFlag(QStringLiteral("receipt"),
-                 QStringLiteral("Ask for delivery receipts before sending."));
-    line.addArgument(QStringLiteral("what"),
-                     QStringLiteral("send NUMBER TEXT, or receipts on|off; write -- before a text "
-                                    "that begins with a dash."),
-                     QStringLiteral("send NUMBER TEXT | receipts on|off"));
-    line.read(arguments, 2, 3);
-
     const QString what = line.positional().at(0);
     const qsizetype count = line.positional().size();
     if (what == QLatin1String("send") && count == 3)

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "CommandLine.h"
 #include "Commands.h"
 #include "LoadCheck.h"
 #include "Output.h"
@@ -12,7 +11,7 @@ namespace {
 QString builtBackends(const CommandLine &line)
 {
     try {
-        const QString file = DeviceServiceLibrary::find(line.sdkFile(), line.pluginFile());
+        const QString file = DeviceServiceLibrary::find(line.value("sdk"), line.pluginFile());
         requireLoadingReturns(file, {});
         const DeviceServiceLibrary library(file);
         QStringList names;
@@ -28,14 +27,8 @@ QString builtBackends(const CommandLine &line)
 
 } // namespace
 
-ExitStatus runVersion(const QStringList &arguments)
+ExitStatus runVersion(const CommandLine &line)
 {
-    CommandLine line(QStringLiteral("--version"),
-                     QStringLiteral("Shows the versions of kestrun and Qt, and the backends of "
-                                    "the device service."));
-    line.addLibraryOptions();
-    line.read(arguments);
-
     print(table({{QStringLiteral("kestrun"), QStringLiteral(KESTRUN_VERSION)},
                  {QStringLiteral("Qt"), QLatin1String(qVersion())},
                  {QStringLiteral("backends"), builtBackends(line)}}));

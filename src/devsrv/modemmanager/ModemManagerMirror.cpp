@@ -36,7 +36,8 @@ struct Signal
     const char *slot;
 };
 
-constexpr Signal kSignals[] = {
+// Not constexpr: SLOT() is none in a debug build.
+const Signal kSignals[] = {
     {kManagerService, kManagerPath, kObjectManagerInterface, QLatin1String("InterfacesAdded"),
      SLOT(noteAdded(QDBusObjectPath))},
     {kManagerService, kManagerPath, kObjectManagerInterface, QLatin1String("InterfacesRemoved"),

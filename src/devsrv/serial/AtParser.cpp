@@ -215,6 +215,14 @@ bool hasReportMode(const std::vector<Field> &fields, bool asked)
     return isAreaBehind || isCellBehind;
 }
 
+// Whether the state behind a report mode cannot be read. The report mode is no state.
+bool hasUnreadableState(const std::vector<Field> &fields, bool asked)
+{
+    if (fields.size() < 2 || fields[1].isQuoted || fields[1].text.empty())
+        return false;
+    return fields.size() == 2 || (asked && !hexNumber(fields[1]));
+}
+
 // Networks use 0 and FFFE for "no area".
 bool isArea(const std::string &area)
 {
@@ -407,9 +415,9 @@ std::vector<std::string> ownNumbers(const Lines &lines, bool isUcs2)
         const std::vector<Field> fields = fieldsOf(line);
         for (std::size_t at = 1; at < fields.size(); ++at) {
             const std::string text = isUcs2 ? withoutUcs2(fields[at].text) : fields[at].text;
-            const auto type = at + 1 < fields.size() ? smallNumber(fields[at + 1], 255)
-                                                     : std::optional(kFirstNumberType);
-            if (!isPhoneNumber(text) || type.value_or(0) < kFirstNumberType)
+            const bool isTyped = at + 1 < fields.size()
+                && smallNumber(fields[at + 1], 255).value_or(0) >= kFirstNumberType;
+            if (!isPhoneNumber(text) || !(isTyped || fields.size() == 2))
                 continue;
             numbers.push_back(text);
             break;
@@ -452,6 +460,8 @@ std::optional<RegistrationLine> registrationLine(std::string_view line, bool ask
     if (hasReportMode(fields, asked)) {
         registration.reportMode = smallNumber(fields[0], kLastReportMode);
         fields.erase(fields.begin());
+    } else if (hasUnreadableState(fields, asked)) {
+        return std::nullopt;
     }
     const auto state = fields.empty() || fields[0].isQuoted
         ? std::nullopt

@@ -60,7 +60,7 @@ public:
 
     void unplug()
     {
-        if (!std::exchange(m_isPlugged, false))
+        if (!m_isPlugged.exchange(false))
             return;
         QFile::remove(port());
         m_thread.join();
@@ -68,8 +68,8 @@ public:
         ::close(m_master);
     }
 
-    /// `answer` is that of modems.txt; "silence" for none; "raw:" in front of bytes that are sent as
-    /// they are; "late:" in front of an answer that comes after 700 ms.
+    /// `answer` is that of modems.txt; "silence" for none; "raw:" in front of bytes that are sent
+    /// as they are; "late:" in front of an answer that comes after 700 ms.
     void setAnswer(const QByteArray &command, const QByteArray &answer)
     {
         const std::lock_guard lock(m_mutex);
@@ -111,19 +111,15 @@ private:
             const auto size = ::read(m_master, bytes, sizeof bytes);
             if (size > 0)
                 input.append(bytes, size);
-            for (qsizetype end; (end = input.indexOf(takesMessage ? '\x1a' : '\r')) >= 0;) {
-                QByteArray command = input.left(end);
-                input.remove(0, end + 1);
-                command = command.mid(command.lastIndexOf('\x1b') + 1).trimmed();
-                if (!command.isEmpty())
-                    takesMessage = answer(command, takesMessage);
-            }
-            // Gives the message up.
-            if (input.endsWith('\x1b')) {
-                takesMessage = false;
-                const std::lock_guard lock(m_mutex);
-                m_journal << "ESC";
-                input.clear();
+            for (qsizetype at = 0; at < input.size(); ++at) {
+                const bool isGivenUp = input[at] == '\x1b';
+                if (!isGivenUp && input[at] != (takesMessage ? '\x1a' : '\r'))
+                    continue;
+                const QByteArray text = isGivenUp ? "ESC" : input.left(at).trimmed();
+                input.remove(0, at + 1);
+                at = -1;
+                if (!text.isEmpty())
+                    takesMessage = answer(text, takesMessage) && !isGivenUp;
             }
         }
     }
@@ -135,9 +131,12 @@ private:
         {
             const std::lock_guard lock(m_mutex);
             m_journal << command;
+            if (command == "ESC")
+                return false;
             answer = m_answers.value(isMessage ? "message" : command, "ERROR");
             if (isMessage)
-                answer = m_answers.value("message after " + QByteArray::number(++m_messages), answer);
+                answer = m_answers.value("message after " + QByteArray::number(++m_messages),
+                                         answer);
         }
         if (isSilent)
             return false;

@@ -189,8 +189,8 @@ private Q_SLOTS:
         if (!file)
             return;
         QCOMPARE(QString::fromStdString(file->command("Hver")), cell("command"));
-        QCOMPARE(QString::fromStdString(orNothing(
-                     file->value("Hver", {"noise", cell("answer").toStdString()}))),
+        QCOMPARE(QString::fromStdString(
+                     orNothing(file->value("Hver", {"noise", cell("answer").toStdString()}))),
                  cell("value"));
     }
 

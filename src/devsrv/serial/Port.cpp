@@ -5,6 +5,7 @@
 #include <QtCore/QFileInfo>
 
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace devsrv {
@@ -111,6 +112,14 @@ void Port::noteError(QSerialPort::SerialPortError error)
         || error == QSerialPort::WriteError || error == QSerialPort::DeviceNotFoundError;
     if (!isLoss || m_isGone)
         return;
+    // The event loop also reports data that waitForData() has taken since: there is no more to read
+    // then, which is no error of the device. Reading again makes the event loop go on.
+    termios mode{};
+    if (::tcgetattr(m_serial.handle(), &mode) == 0) {
+        m_serial.clearError();
+        QMetaObject::invokeMethod(this, &Port::dataArrived, Qt::QueuedConnection);
+        return;
+    }
     m_isGone = true;
     Q_EMIT gone();
 }

@@ -31,7 +31,7 @@ constexpr milliseconds kSilenceTime{10'000};
 constexpr milliseconds kMergeTime{250};
 
 // From the loss of the card to the first attempt to reach it, and between later ones.
-constexpr milliseconds kFirstRetry{250};
+constexpr milliseconds kFirstRetry{100};
 constexpr milliseconds kLastRetry{4'000};
 
 constexpr milliseconds kSwitchTime{10'000};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ModemFile.h"
 
+#include "ModemFields.h"
+
 #include <QtCore/QFile>
 
 #include <algorithm>
@@ -12,30 +14,13 @@ namespace {
 constexpr QLatin1String kCommands("Commands");
 constexpr QLatin1String kPatterns("Patterns");
 
-constexpr ModemField kFields[] = {
-    {"IMEI", "the identity of the equipment"},
-    {"IMSI", "the identity of the SIM"},
-    {"SN", "the serial number"},
-    {"ESN", "the electronic serial number of a CDMA card"},
-    {"MEID", "the equipment identity of a CDMA card"},
-    {"Model", "the model"},
-    {"Fver", "the firmware version"},
-    {"Hver", "the hardware version"},
-    {"MSISDN", "the number of the subscriber"},
-};
-
 bool isField(const QString &name)
 {
-    return std::any_of(std::begin(kFields), std::end(kFields),
+    return std::any_of(std::begin(kModemFields), std::end(kModemFields),
                        [&](const ModemField &field) { return name == QLatin1String(field.name); });
 }
 
 } // namespace
-
-std::span<const ModemField> modemFields()
-{
-    return kFields;
-}
 
 std::optional<ModemFile> ModemFile::read(const QString &file, QString &error)
 {

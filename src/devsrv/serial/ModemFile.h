@@ -8,19 +8,8 @@
 #include <QtCore/QString>
 
 #include <optional>
-#include <span>
 
 namespace devsrv {
-
-/// A value that a modem file may describe.
-struct ModemField
-{
-    const char *name;
-    const char *help;
-};
-
-/// The fields of a modem file.
-std::span<const ModemField> modemFields();
 
 /// How cards of one dialect tell values that have no standard command, or that they answer in a
 /// form of their own: for each value a command, and a pattern that finds the value in the answer.

@@ -204,19 +204,20 @@ Backend makeSerialCard(const BackendArgument &argument, const BackendOptions &op
     return {};
 }
 
-std::vector<BackendDevice> listSerialCards(std::string &)
+std::vector<BackendDevice> listSerialCards(std::string &error)
 {
     std::vector<BackendDevice> devices;
     for (const PortFacts &port : serialPorts()) {
-        QString reason;
-        const bool answers = answersOn(port.path, kStandardBaud, reason);
-        const QStringList facts{port.maker, port.model,
-                                answers ? QStringLiteral("a card answers") : reason};
-        devices.push_back({port.path.toStdString(),
-                           facts.filter(QRegularExpression(QStringLiteral(".")))
-                               .join(QStringLiteral(", "))
-                               .toStdString()});
+        QString answer;
+        if (answersOn(port.path, kStandardBaud, answer))
+            answer = QStringLiteral("a card answers");
+        QStringList facts{port.maker, port.model, answer};
+        facts.removeAll(QString());
+        devices.push_back(
+            {port.path.toStdString(), facts.join(QStringLiteral(", ")).toStdString()});
     }
+    if (devices.empty())
+        error = "this machine has no serial port; plug the card in";
     return devices;
 }
 

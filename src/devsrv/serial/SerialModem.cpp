@@ -27,6 +27,9 @@ constexpr int kTextMode = 1;
 // How long a command that was not answered fails at once. A report asks for a value several times.
 constexpr milliseconds kSilenceTime{10'000};
 
+// A card that leaves so many commands in a row without an answer is not waited for any more.
+constexpr int kMaxSilences = 3;
+
 // From the first change to the events that cover it and the changes after it.
 constexpr milliseconds kMergeTime{250};
 
@@ -56,11 +59,15 @@ std::optional<std::string> imsiOf(const Lines &lines)
     return digits(lines, 6, 15);
 }
 
-// Whether the error may be over soon: the SIM is busy, or waits for a code.
+// Whether the error may be over soon: the SIM is busy, a code is missing, there is no network.
+// Other errors say that the card does not know the command.
 bool isPassing(const AtAnswer &answer)
 {
+    constexpr int kNotSupported = 4;
+    constexpr int kIncorrectParameters = 50;
+    constexpr int kUnknown = 100;
     const auto error = equipmentError(answer.finalLine);
-    return error && *error >= 10 && *error <= 18;
+    return error && error != kNotSupported && error != kIncorrectParameters && error != kUnknown;
 }
 
 } // namespace
@@ -102,7 +109,11 @@ QString SerialModem::start()
             .arg(m_path);
     }
     prepare();
-    return {};
+    if (m_isReady || !m_port.isThere())
+        return {};
+    return QStringLiteral("the card on %1 answers AT and no other command; try another port of the "
+                          "card: kestrun cards --ports lists them")
+        .arg(m_path);
 }
 
 void SerialModem::begin()
@@ -137,7 +148,8 @@ void SerialModem::stop()
 
 AtAnswer SerialModem::checked(AtAnswer answer)
 {
-    if (answer.result == AtResult::Unusable && m_isReady)
+    m_silences = answer.result == AtResult::TimeOut ? m_silences + 1 : 0;
+    if (m_isReady && (answer.result == AtResult::Unusable || m_silences == kMaxSilences))
         lose(!m_port.isThere());
     return answer;
 }
@@ -189,6 +201,7 @@ bool SerialModem::openPort(QString &error)
 void SerialModem::prepare()
 {
     m_isReady = true;
+    m_silences = 0;
     m_kept.clear();
     m_sim = {};
     m_foundErrorMode = m_foundFormat = m_foundMessageMode = std::nullopt;
@@ -207,6 +220,7 @@ void SerialModem::prepare()
         startReports(source);
     if (isSwitchedOn)
         waitForNetwork();
+    readReported();
     m_told = facts();
 }
 
@@ -365,12 +379,7 @@ void SerialModem::noteChange()
 
 void SerialModem::tellChanges()
 {
-    if (isSimUsable()) {
-        for (Source &source : m_sources) {
-            if (source.isReporting)
-                registrationOf(source);
-        }
-    }
+    readReported();
     if (!m_isReady)
         return;
     const Facts was = std::exchange(m_told, facts());
@@ -380,6 +389,15 @@ void SerialModem::tellChanges()
         post({DEVSRV_EVENT_SIM_CHANGED});
     if (was.registrations != m_told.registrations)
         post({DEVSRV_EVENT_NETWORK_CHANGED});
+}
+
+// Asks for what the card reports from then on, where it is not known.
+void SerialModem::readReported()
+{
+    for (Source &source : m_sources) {
+        if (source.isReporting && isSimUsable())
+            registrationOf(source);
+    }
 }
 
 SerialModem::Facts SerialModem::facts() const
@@ -573,6 +591,10 @@ bool SerialModem::isReporting() const
 std::optional<Operator> SerialModem::currentOperator()
 {
     if (!isSimUsable())
+        return std::nullopt;
+    // Cards may keep the operator that they have lost.
+    const auto place = bestRegistration();
+    if (place && !isRegistered(place->state))
         return std::nullopt;
     // The card tells of a new registration, which comes with a new operator.
     const Lifetime lifetime = isReporting() ? Lifetime::Network : Lifetime::None;

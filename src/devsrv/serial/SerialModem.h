@@ -121,6 +121,7 @@ private:
     void noteLine(const std::string &line);
     void noteChange();
     void tellChanges();
+    void readReported();
     Facts facts() const;
     void lose(bool isRemoved);
     void tryAgain();
@@ -138,6 +139,7 @@ private:
     QTimer m_retryTimer;
 
     bool m_isReady = false;
+    int m_silences = 0; // commands in a row that were not answered
     std::map<std::string, Kept> m_kept;
     std::array<Source, kSources> m_sources;
     SimState m_sim;

@@ -2,9 +2,9 @@
 
 // Measures reports on a scripted modem on a serial port, each of whose answers takes 20 ms, against
 // the answers that it gave.
-#include "CollectionDataLogic.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "plugin/PluginEntry.h"
+#include "kestrun/CollectionDataLogic.h"
+#include "kestrun/KestrunHostTable.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -52,6 +52,11 @@ void SerialCard::begin()
     QMetaObject::invokeMethod(m_modem, &SerialModem::begin, Qt::QueuedConnection);
 }
 
+std::string SerialCard::description()
+{
+    return "card on " + run(&SerialModem::port);
+}
+
 std::optional<std::int32_t> SerialCard::status()
 {
     return run(&SerialModem::status);

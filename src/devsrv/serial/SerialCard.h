@@ -24,6 +24,7 @@ public:
     const QString &startError() const { return m_startError; }
 
     void begin() override;
+    std::string description() override;
     std::optional<std::int32_t> status() override;
     std::optional<std::string> imei() override;
     std::optional<std::string> imsi() override;

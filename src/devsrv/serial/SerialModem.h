@@ -51,6 +51,9 @@ public:
     /// Whether a command runs, so that queries have to fail.
     bool isBusy() const { return m_channel.isBusy(); }
 
+    /// The name of the port that stays the same, in UTF-8.
+    std::string port() const { return m_path.toStdString(); }
+
     std::optional<std::int32_t> status();
     std::optional<std::string> imei();
     std::optional<std::string> imsi();

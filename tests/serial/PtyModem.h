@@ -83,6 +83,13 @@ public:
         return std::exchange(m_journal, {});
     }
 
+    /// All commands that ever came.
+    QByteArrayList allCommands()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_all;
+    }
+
     void say(const QByteArray &line) { send("\r\n" + line + "\r\n"); }
 
     void send(const QByteArray &bytes)
@@ -131,6 +138,7 @@ private:
         {
             const std::lock_guard lock(m_mutex);
             m_journal << command;
+            m_all << command;
             if (command == "ESC")
                 return false;
             answer = m_answers.value(isMessage ? "message" : command, "ERROR");
@@ -168,6 +176,7 @@ private:
     std::mutex m_writeMutex;
     QHash<QByteArray, QByteArray> m_answers;
     QByteArrayList m_journal;
+    QByteArrayList m_all;
     int m_messages = 0;
     std::atomic<bool> m_isPlugged = false;
     int m_master = -1;

@@ -138,7 +138,7 @@ private Q_SLOTS:
         static const QRegularExpression harm("COPS=[?0]|CFUN=[04]|CPIN=|&W");
         if (!m_modem)
             return;
-        const QString all = m_modem->takeJournal().join(' ');
+        const QString all = m_modem->allCommands().join(' ');
         QVERIFY2(!all.contains(harm), qPrintable(all));
         m_modem.reset();
     }
@@ -486,6 +486,12 @@ private Q_SLOTS:
         QVERIFY2(
             Card(modem).error.starts_with("another program uses " + modem.port().toStdString()),
             Card(modem).error.c_str());
+        PtyModem mute("none");
+        mute.setAnswer("AT", "OK");
+        for (const char *command : {"ATE0", "ATV1", "AT+CMEE?", "AT+CMEE=1"})
+            mute.setAnswer(command, "silence");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not answer"));
+        QVERIFY(Card(mute).error.find("answers AT and no other command") != std::string::npos);
         PtyModem other("gsm umts");
         other.isSilent = true;
         QElapsedTimer timer;

@@ -164,6 +164,9 @@ typedef struct DeviceServiceControl
      * 352099001761481 by ModemManager". Starts the default backend if there is none. "" on failure.
      */
     const char *(*activeCard)(void);
+
+    /* The fields of a modem file, which the backend "serial" reads; null behind the last. */
+    const char *(*modemField)(int32_t index, const char **help);
 } DeviceServiceControl;
 
 /* The table. Static storage. */

@@ -25,6 +25,10 @@ const BackendEntry kEntries[] = {
     entry("modemmanager", "[:IMEI|NUMBER|PATH|any][?enable=no&at-timeout=SECONDS]",
           "a modem of the ModemManager daemon: the first, or the one named", "KESTRUN_MODEMMANAGER",
           kModemManagerCardFactory, "enable at-timeout", kModemManagerCardList),
+    entry("serial", "[:PORT][?OPTIONS]",
+          "a card that speaks AT on a serial port: the first that answers, or by its port",
+          "KESTRUN_SERIAL", kSerialCardFactory, "baud modem timeout enable initial",
+          kSerialCardList),
 };
 
 std::string builtBackends()

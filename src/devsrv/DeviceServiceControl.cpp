@@ -4,7 +4,10 @@
 #include "FunctionNames.h"
 #include "Service.h"
 #include "emulated/EmulatedCard.h"
+#include "serial/ModemFields.h"
 #include "shared/Guard.h"
+
+#include <span>
 
 using namespace devsrv;
 
@@ -145,6 +148,15 @@ const char *cardField(std::int32_t index, const char **kind)
     return field->key;
 }
 
+const char *modemField(std::int32_t index, const char **help)
+{
+    const ModemField *const field = at(std::span(kModemFields), index);
+    if (!field)
+        return nullptr;
+    *help = field->help;
+    return field->name;
+}
+
 std::int32_t loadCard(const char *nameOrFile)
 {
     return onCard([=](EmulatedCard &card) {
@@ -255,6 +267,7 @@ constexpr DeviceServiceControl kControl = {
     setEventDelivery,
     device,
     activeCard,
+    modemField,
 };
 
 } // namespace

@@ -294,10 +294,11 @@ public:
     }
 
     /// Creates a modem and waits until the daemon lists it; returns null if it does not.
-    ScriptedModem *plug(const QString &kinds)
+    ScriptedModem *plug(const QString &kinds, const QHash<QString, QString> &answers = {})
     {
         m_modems.push_back(std::make_unique<ScriptedModem>(kinds));
         ScriptedModem &modem = *m_modems.back();
+        modem.answers.insert(answers);
         return modem.listen(m_folder.filePath(QString("modem%1").arg(m_modems.size())))
                 && plugAgain(modem)
             ? &modem

@@ -51,7 +51,7 @@ QString chosenModem(const QString &choice)
     const auto modem = [](const QString &number, const QString &device) {
         return Interfaces{{kModemInterface, {{"EquipmentIdentifier", number}, {"Device", device}}}};
     };
-    OnceWarnings warnings;
+    OnceWarnings warnings("modemmanager");
     const auto found = chooseModem(
         {{QDBusObjectPath("/Modem/10"), modem("490154203237518", "/sys/a")},
          {QDBusObjectPath("/Modem/9"), modem("356938035643809", "/sys/b")}},

@@ -57,7 +57,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     QDBusConnection m_connection;
-    OnceWarnings m_warnings;
+    OnceWarnings m_warnings{"modemmanager"};
 };
 
 /// Whether an error says that no daemon runs.

@@ -52,11 +52,16 @@ enum MMModemLock : unsigned {
     MM_MODEM_LOCK_SIM_PUK = 4,
     MM_MODEM_LOCK_SIM_PUK2 = 5,
     MM_MODEM_LOCK_PH_SP_PIN = 6,
+    MM_MODEM_LOCK_PH_SP_PUK = 7,
     MM_MODEM_LOCK_PH_NET_PIN = 8,
+    MM_MODEM_LOCK_PH_NET_PUK = 9,
     MM_MODEM_LOCK_PH_SIM_PIN = 10,
     MM_MODEM_LOCK_PH_CORP_PIN = 11,
+    MM_MODEM_LOCK_PH_CORP_PUK = 12,
     MM_MODEM_LOCK_PH_FSIM_PIN = 13,
+    MM_MODEM_LOCK_PH_FSIM_PUK = 14,
     MM_MODEM_LOCK_PH_NETSUB_PIN = 15,
+    MM_MODEM_LOCK_PH_NETSUB_PUK = 16,
 };
 
 /// Flags of the property `EnabledFacilityLocks` of a 3GPP modem.

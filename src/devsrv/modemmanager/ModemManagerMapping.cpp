@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerMapping.h"
 
-#include <QtCore/QDebug>
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusVariant>
@@ -42,22 +41,6 @@ constexpr Technology kTechnologies[] = {
     {MM_MODEM_ACCESS_TECHNOLOGY_GPRS, {SYSTEM_MODE_GSM, SUB_MODE_GPRS}},
     {MM_MODEM_ACCESS_TECHNOLOGY_GSM, {SYSTEM_MODE_GSM, SUB_MODE_GSM}},
     {MM_MODEM_ACCESS_TECHNOLOGY_GSM_COMPACT, {SYSTEM_MODE_GSM, SUB_MODE_GSM}},
-};
-
-struct FacilityLock
-{
-    uint facility;
-    MMModemLock lock; // the number under which the daemon asks for the code
-};
-
-// The locks that bind a modem to a network or a SIM. A PIN that was entered binds nothing.
-constexpr FacilityLock kFacilityLocks[] = {
-    {MM_MODEM_3GPP_FACILITY_NET_PERS, MM_MODEM_LOCK_PH_NET_PIN},
-    {MM_MODEM_3GPP_FACILITY_NET_SUB_PERS, MM_MODEM_LOCK_PH_NETSUB_PIN},
-    {MM_MODEM_3GPP_FACILITY_PROVIDER_PERS, MM_MODEM_LOCK_PH_SP_PIN},
-    {MM_MODEM_3GPP_FACILITY_CORP_PERS, MM_MODEM_LOCK_PH_CORP_PIN},
-    {MM_MODEM_3GPP_FACILITY_PH_SIM, MM_MODEM_LOCK_PH_SIM_PIN},
-    {MM_MODEM_3GPP_FACILITY_PH_FSIM, MM_MODEM_LOCK_PH_FSIM_PIN},
 };
 
 struct MirroredProperty
@@ -184,17 +167,6 @@ std::optional<std::vector<std::string>> ownNumbersOf(const ModemObject &modem)
 }
 
 } // namespace
-
-void OnceWarnings::warn(const QString &text)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_given.contains(text))
-            return;
-        m_given.insert(text);
-    }
-    qWarning().noquote() << QStringLiteral("modemmanager: %1").arg(text);
-}
 
 bool ModemObject::typed(const QVariant &value, QMetaType type, QLatin1String interface,
                         QLatin1String name) const
@@ -363,22 +335,6 @@ QString locationText(const QVariant &dictionary)
         return {};
     const auto sources = qdbus_cast<QMap<uint, QDBusVariant>>(argument);
     return sources.value(MM_MODEM_LOCATION_SOURCE_3GPP_LAC_CI).variant().toString();
-}
-
-std::optional<std::uint8_t> lockStateOf(uint unlockRequired, uint enabledFacilityLocks)
-{
-    if (unlockRequired == MM_MODEM_LOCK_UNKNOWN)
-        return std::nullopt;
-    // The second PIN protects some features of the SIM only. The modem works without it.
-    const bool locked = unlockRequired != MM_MODEM_LOCK_NONE
-        && unlockRequired != MM_MODEM_LOCK_SIM_PIN2 && unlockRequired != MM_MODEM_LOCK_SIM_PUK2;
-    if (locked)
-        return static_cast<std::uint8_t>(unlockRequired);
-    for (const FacilityLock &facility : kFacilityLocks) {
-        if (enabledFacilityLocks & facility.facility)
-            return static_cast<std::uint8_t>(facility.lock);
-    }
-    return 0;
 }
 
 std::optional<std::int32_t> productTypeOf(uint capabilities)

@@ -3,14 +3,14 @@
 
 #include "CardBackend.h"
 #include "ModemManagerEnums.h"
+#include "OnceWarnings.h"
+#include "SimLock.h"
 
 #include <QtCore/QMap>
-#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QVariantMap>
 #include <QtDBus/QDBusObjectPath>
 
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -27,17 +27,6 @@ inline constexpr QLatin1String kSimInterface("org.freedesktop.ModemManager1.Sim"
 
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;
-
-/// Warnings, each text of which is written once. Thread-safe.
-class OnceWarnings
-{
-public:
-    void warn(const QString &text);
-
-private:
-    std::mutex m_mutex;
-    QSet<QString> m_given;
-};
 
 /// The properties of one object of the daemon.
 ///
@@ -149,10 +138,6 @@ std::optional<Registration> registrationOf(const CellLocation &location, Domain 
 
 /// The 3GPP location in the daemon's dictionary of locations by source; empty if there is none.
 QString locationText(const QVariant &dictionary);
-
-/// The lock whose code the modem waits for, else the first lock that binds it to a network or SIM
-/// (both of MMModemLock), else 0. Nothing while the daemon does not know.
-std::optional<std::uint8_t> lockStateOf(uint unlockRequired, uint enabledFacilityLocks);
 
 /// One of ZEPA_PRODUCT_TYPE_... for these flags of MMModemCapability.
 std::optional<std::int32_t> productTypeOf(uint capabilities);

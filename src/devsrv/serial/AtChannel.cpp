@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: MIT
+#include "AtChannel.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QScopedValueRollback>
+
+#include <algorithm>
+
+namespace devsrv {
+
+namespace {
+
+using std::chrono::duration_cast;
+
+constexpr char kEscape[] = "\x1b";
+constexpr char kEndOfMessage = '\x1a';
+
+// How long the answer to "AT" takes at most, and how often it is sent.
+constexpr milliseconds kProbeTime{1'000};
+constexpr int kProbes = 3;
+
+// How long the answer that belongs to a stray OK may take.
+constexpr milliseconds kStrayTime{100};
+
+// How long the answer to a command before may come behind that to "AT", at least.
+constexpr milliseconds kSettleTime{300};
+
+// The prompt comes at once, or the card does not know the command.
+constexpr milliseconds kPromptTime{5'000};
+
+// More lines than this are no answer to any command here.
+constexpr std::size_t kMaxLines = 256;
+
+milliseconds remaining(const QDeadlineTimer &deadline)
+{
+    return duration_cast<milliseconds>(deadline.remainingTimeAsDuration());
+}
+
+std::string withoutEnd(const std::string &command)
+{
+    return command.substr(0, command.find_last_not_of("\r\n") + 1);
+}
+
+} // namespace
+
+struct AtChannel::Request
+{
+    std::string bytes;
+    milliseconds timeout;
+    const std::string *message = nullptr; // follows the prompt
+    const AnswerSink *sink = nullptr;     // of a caller, who may send any command
+    bool wantsLines = false;
+    std::string command = withoutEnd(bytes);
+};
+
+AtChannel::AtChannel(Port &port, milliseconds timeout, LineSink unsolicited)
+    : m_port(port), m_timeout(timeout), m_unsolicited(std::move(unsolicited))
+{
+}
+
+bool AtChannel::connectToCard()
+{
+    m_reader.dropPartial();
+    m_hasEcho = false;
+    m_isMessageLine = false;
+    // Ends a message that another program began. At most one probe is lost to an unfinished line.
+    m_port.write(kEscape, m_timeout);
+    const QScopedValueRollback busy(m_isBusy, true);
+    for (int probe = 0; probe < kProbes && m_port.isThere(); ++probe) {
+        // The second one is for a card that says its results in numbers.
+        const char *const command = probe == 1 ? "ATV1\r" : "AT\r";
+        if (await({command, std::min(m_timeout, kProbeTime)}).isOk())
+            return probe == 0 || resynchronize(); // those before may be answered yet
+    }
+    return false;
+}
+
+AtAnswer AtChannel::ask(const std::string &command)
+{
+    return exchange({command + '\r', m_timeout, nullptr, nullptr, true});
+}
+
+AtAnswer AtChannel::set(const std::string &command, milliseconds timeout)
+{
+    return exchange({command + '\r', timeout});
+}
+
+AtAnswer AtChannel::sendMessage(const std::string &command, const std::string &message,
+                                milliseconds timeout)
+{
+    return exchange({command + '\r', timeout, &message});
+}
+
+AtAnswer AtChannel::pass(const std::string &bytes, const AnswerSink &answer)
+{
+    return exchange({bytes, m_timeout, nullptr, &answer});
+}
+
+void AtChannel::readUnsolicited()
+{
+    fetch();
+    while (const auto line = m_reader.next()) {
+        if (std::exchange(m_isMessageLine, false) || !isUnsolicited(*line, {}))
+            continue;
+        m_isMessageLine = hasMessageBehind(*line);
+        m_unsolicited(*line);
+    }
+}
+
+AtAnswer AtChannel::exchange(const Request &request)
+{
+    if (m_isBusy || !m_port.isThere())
+        return {};
+    readUnsolicited();
+    m_reader.dropPartial();
+    const QScopedValueRollback busy(m_isBusy, true);
+    AtAnswer answer = await(request);
+    if (answer.result == AtResult::TimeOut && !resynchronize())
+        answer.result = AtResult::Unusable;
+    return answer;
+}
+
+AtAnswer AtChannel::await(const Request &request)
+{
+    QDeadlineTimer deadline(request.timeout);
+    AtAnswer answer;
+    if (!m_port.write(request.bytes, request.timeout)) {
+        answer.result = m_port.isThere() ? AtResult::TimeOut : AtResult::Unusable;
+        return answer;
+    }
+    const QDeadlineTimer promptDeadline(std::min(request.timeout, kPromptTime));
+    bool isPromptPending = request.message != nullptr;
+    while (true) {
+        while (const auto line = m_reader.next()) {
+            if (!take(request, *line, answer))
+                continue;
+            // An OK without the line that belongs to it may be the second one of the command
+            // before: the answer then follows.
+            const bool isStray = answer.isOk() && answer.lines.empty() && request.wantsLines
+                && remaining(deadline) > kStrayTime;
+            if (!isStray)
+                return answer;
+            deadline.setRemainingTime(kStrayTime);
+        }
+        if (!answerPrompt(request, isPromptPending))
+            break;
+        if (isPromptPending && promptDeadline.hasExpired()) {
+            m_port.write(kEscape, m_timeout);
+            break;
+        }
+        const QDeadlineTimer &next = isPromptPending ? promptDeadline : deadline;
+        if (!m_port.waitForData(remaining(next)) && (next.hasExpired() || !m_port.isThere()))
+            break;
+        fetch();
+        if (deadline.hasExpired())
+            break;
+    }
+    if (!m_port.isThere())
+        answer.result = AtResult::Unusable;
+    else if (!answer.isOk())
+        answer.result = AtResult::TimeOut;
+    return answer;
+}
+
+// Takes one line that arrives during a command. Returns whether it is the final one.
+bool AtChannel::take(const Request &request, const std::string &line, AtAnswer &answer)
+{
+    if (std::exchange(m_isMessageLine, false))
+        return false;
+    if (isEcho(line, request.command))
+        return false;
+    const LineKind kind = kindOf(line);
+    const bool isFinal = kind == LineKind::Ok || kind == LineKind::Error
+        || (kind == LineKind::CallResult && request.sink);
+    const bool isForeign = request.sink ? isKnownUnsolicited(line, request.command)
+                                        : isUnsolicited(line, request.command);
+    if (!isFinal && (isForeign || kind == LineKind::CallResult)) {
+        m_isMessageLine = hasMessageBehind(line);
+        m_unsolicited(line);
+        return false;
+    }
+    if (request.sink)
+        (*request.sink)("\r\n" + line + "\r\n");
+    if (isFinal) {
+        answer.result = kind == LineKind::Ok ? AtResult::Ok : AtResult::Error;
+        answer.finalLine = line;
+    } else if (!request.sink && answer.lines.size() < kMaxLines) {
+        answer.lines.push_back(line);
+    }
+    return isFinal;
+}
+
+// Sends the message where one is due, and gives up where the card asks for another one. Returns
+// whether the answer can still come.
+bool AtChannel::answerPrompt(const Request &request, bool &isPending)
+{
+    if (!m_reader.isAtPrompt())
+        return true;
+    m_reader.dropPartial();
+    if (std::exchange(isPending, false))
+        return m_port.write(*request.message + kEndOfMessage, request.timeout);
+    return m_port.write(kEscape, m_timeout);
+}
+
+// Finds the card's place again after a command that was not answered in time: its answer must not
+// be taken for that of the next command. Cards answer in order, so it comes before that of "AT".
+bool AtChannel::resynchronize()
+{
+    m_reader.dropPartial();
+    if (!m_port.write("\rAT\r", m_timeout))
+        return false;
+    int results = 0;
+    QDeadlineTimer deadline(std::min(kProbeTime, m_timeout));
+    while (results < 2 && !deadline.hasExpired() && m_port.isThere()) {
+        m_port.waitForData(remaining(deadline));
+        fetch();
+        while (const auto line = m_reader.next()) {
+            const LineKind kind = kindOf(*line);
+            if (isKnownUnsolicited(*line, {}))
+                m_unsolicited(*line);
+            else if ((kind == LineKind::Ok || kind == LineKind::Error) && ++results == 1)
+                deadline.setRemainingTime(std::clamp(m_timeout / 3, kSettleTime, kProbeTime));
+        }
+    }
+    return results > 0 && m_port.isThere();
+}
+
+bool AtChannel::isEcho(const std::string &line, const std::string &command)
+{
+    if (command.empty() || !line.ends_with(command) || !command.starts_with("AT"))
+        return false;
+    m_hasEcho = true;
+    return true;
+}
+
+void AtChannel::fetch()
+{
+    m_reader.feed(m_port.read());
+}
+
+} // namespace devsrv

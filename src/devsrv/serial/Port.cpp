@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+#include "Port.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QFileInfo>
+
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace devsrv {
+
+namespace {
+
+constexpr qint64 kReadSize = 16 * 1024;
+
+// Why a file cannot be a port that this process opens; empty if it may be one.
+QString refusal(const QString &path)
+{
+    const QByteArray file = path.toLocal8Bit();
+    struct stat facts
+    {
+    };
+    if (::stat(file.constData(), &facts) != 0) {
+        return QStringLiteral("there is no port %1; plug the card in, or list the ports with "
+                              "kestrun cards --ports")
+            .arg(path);
+    }
+    if (!S_ISCHR(facts.st_mode)) {
+        return QStringLiteral("%1 is no serial port; list the ports with kestrun cards --ports")
+            .arg(path);
+    }
+    if (::access(file.constData(), R_OK | W_OK) != 0) {
+        return QStringLiteral("you may not open %1; become a member of the group \"%2\"")
+            .arg(path, QFileInfo(path).group());
+    }
+    return {};
+}
+
+} // namespace
+
+Port::Port(QObject *parent) : QObject(parent), m_serial(this)
+{
+    m_serial.setReadBufferSize(kReadSize);
+    connect(&m_serial, &QSerialPort::readyRead, this, &Port::dataArrived);
+    connect(&m_serial, &QSerialPort::errorOccurred, this, &Port::noteError);
+}
+
+bool Port::open(const QString &path, int baud, QString &error)
+{
+    error = refusal(path);
+    if (!error.isEmpty())
+        return false;
+    // Programs that lock a port name the device, not a link to it.
+    m_serial.setPortName(QFileInfo(path).canonicalFilePath());
+    m_serial.setBaudRate(baud);
+    m_isGone = true; // a failure to open is told here
+    if (m_serial.open(QIODevice::ReadWrite)) {
+        m_isGone = false;
+        return true;
+    }
+    if (m_serial.error() == QSerialPort::PermissionError) {
+        error = QStringLiteral("another program uses %1; end it, or choose the card that it "
+                               "offers (ModemManager: --card modemmanager)")
+                    .arg(path);
+    } else {
+        error = QStringLiteral("%1 cannot be used as a serial port: %2; list the ports with "
+                               "kestrun cards --ports")
+                    .arg(path, m_serial.errorString());
+    }
+    return false;
+}
+
+void Port::close()
+{
+    m_isGone = true;
+    m_serial.close();
+}
+
+bool Port::waitForData(milliseconds time)
+{
+    if (!isThere())
+        return false;
+    return m_serial.bytesAvailable() > 0
+        || m_serial.waitForReadyRead(static_cast<int>(std::max(time, milliseconds(1)).count()));
+}
+
+std::string Port::read()
+{
+    return m_serial.read(kReadSize).toStdString();
+}
+
+bool Port::write(const std::string &bytes, milliseconds time)
+{
+    if (!isThere())
+        return false;
+    m_serial.write(bytes.data(), static_cast<qint64>(bytes.size()));
+    const QDeadlineTimer deadline(time);
+    while (isThere() && m_serial.bytesToWrite() > 0) {
+        if (!m_serial.waitForBytesWritten(static_cast<int>(deadline.remainingTime())))
+            break;
+    }
+    if (m_serial.bytesToWrite() == 0)
+        return true;
+    m_serial.clear(QSerialPort::Output);
+    return false;
+}
+
+void Port::noteError(QSerialPort::SerialPortError error)
+{
+    const bool isLoss = error == QSerialPort::ResourceError || error == QSerialPort::ReadError
+        || error == QSerialPort::WriteError || error == QSerialPort::DeviceNotFoundError;
+    if (!isLoss || m_isGone)
+        return;
+    // The event loop also reports data that waitForData() has taken since: there is no more to read
+    // then, which is no error of the device. Reading again makes the event loop go on.
+    termios mode{};
+    if (::tcgetattr(m_serial.handle(), &mode) == 0) {
+        m_serial.clearError();
+        QMetaObject::invokeMethod(this, &Port::dataArrived, Qt::QueuedConnection);
+        return;
+    }
+    m_isGone = true;
+    Q_EMIT gone();
+}
+
+} // namespace devsrv

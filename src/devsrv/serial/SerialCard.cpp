@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: MIT
+#include "SerialCard.h"
+
+#include "BackendFactories.h"
+#include "PortFinder.h"
+
+#include <functional>
+
+namespace devsrv {
+
+namespace {
+
+constexpr int kStandardBaud = 115'200;
+constexpr int kStandardTimeoutMs = 3'000;
+
+} // namespace
+
+// Runs a function of the modem on its thread and returns what it returns.
+template <typename Function, typename... Arguments>
+auto SerialCard::run(Function function, const Arguments &...arguments)
+{
+    std::invoke_result_t<Function, SerialModem &, const Arguments &...> result{};
+    const auto call = [&] {
+        if (!m_modem->isBusy())
+            result = std::invoke(function, *m_modem, arguments...);
+    };
+    const bool isHere = QThread::currentThread() == &m_thread;
+    QMetaObject::invokeMethod(m_modem, call,
+                              isHere ? Qt::DirectConnection : Qt::BlockingQueuedConnection);
+    return result;
+}
+
+SerialCard::SerialCard(SerialSettings settings, EventSink raise)
+    : m_modem(new SerialModem(std::move(settings), std::move(raise)))
+{
+    m_modem->moveToThread(&m_thread);
+    QObject::connect(&m_thread, &QThread::finished, m_modem, &QObject::deleteLater);
+    m_thread.setObjectName(QStringLiteral("serial"));
+    m_thread.start();
+    m_startError = run(&SerialModem::start);
+}
+
+SerialCard::~SerialCard()
+{
+    QMetaObject::invokeMethod(m_modem, &SerialModem::stop, Qt::BlockingQueuedConnection);
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void SerialCard::begin()
+{
+    QMetaObject::invokeMethod(m_modem, &SerialModem::begin, Qt::QueuedConnection);
+}
+
+std::string SerialCard::description()
+{
+    return "card on " + run(&SerialModem::port);
+}
+
+std::optional<std::int32_t> SerialCard::status()
+{
+    return run(&SerialModem::status);
+}
+
+std::optional<std::string> SerialCard::imei()
+{
+    return run(&SerialModem::imei);
+}
+
+std::optional<std::string> SerialCard::imsi()
+{
+    return run(&SerialModem::imsi);
+}
+
+std::optional<std::string> SerialCard::serialNumber()
+{
+    return run(&SerialModem::serialNumber);
+}
+
+std::optional<std::string> SerialCard::model()
+{
+    return run(&SerialModem::model);
+}
+
+std::optional<CdmaIdentity> SerialCard::cdmaIdentity()
+{
+    return run(&SerialModem::cdmaIdentity);
+}
+
+std::optional<Versions> SerialCard::versions()
+{
+    return run(&SerialModem::versions);
+}
+
+std::optional<std::int32_t> SerialCard::productType()
+{
+    return run(&SerialModem::productType);
+}
+
+// The card lists its numbers without their indexes in the phonebook: they count from 1.
+std::optional<NumberMemory> SerialCard::numberMemory()
+{
+    const auto numbers = run(&SerialModem::numbers);
+    if (!numbers)
+        return std::nullopt;
+    return NumberMemory{1, static_cast<std::int32_t>(numbers->size())};
+}
+
+std::optional<std::string> SerialCard::ownNumber(std::int32_t index)
+{
+    const auto numbers = run(&SerialModem::numbers);
+    if (!numbers || index < 1 || static_cast<std::size_t>(index) > numbers->size())
+        return std::nullopt;
+    return numbers->at(static_cast<std::size_t>(index) - 1);
+}
+
+std::optional<std::uint8_t> SerialCard::lockState()
+{
+    return run(&SerialModem::lockState);
+}
+
+std::optional<Registration> SerialCard::registration(Domain domain)
+{
+    return run(&SerialModem::registration, domain);
+}
+
+bool SerialCard::setReportMode(Domain, std::int32_t)
+{
+    // The card reports its location for as long as this backend runs.
+    return true;
+}
+
+std::optional<std::string> SerialCard::plmn()
+{
+    return run(&SerialModem::plmn);
+}
+
+std::optional<SystemInfo> SerialCard::systemInfo()
+{
+    return run(&SerialModem::systemInfo);
+}
+
+bool SerialCard::sendSms(const SmsMessage &message)
+{
+    return run(&SerialModem::sendSms, message);
+}
+
+bool SerialCard::execute(const std::string &command, const AnswerSink &answer)
+{
+    return run(&SerialModem::execute, command, answer);
+}
+
+bool SerialCard::endCommand()
+{
+    // The answer was delivered before execute() returned.
+    return true;
+}
+
+namespace {
+
+// Nothing, and one sentence in `error`, if an option is wrong.
+std::optional<SerialSettings> settingsOf(const BackendArgument &argument,
+                                         const BackendOptions &options, std::string &error)
+{
+    const auto baud = options.number("baud", kStandardBaud, 300, 4'000'000, error);
+    const auto timeout = options.number("timeout", kStandardTimeoutMs, 50, 60'000, error);
+    const auto enable = options.flag("enable", true, error);
+    if (!baud || !timeout || !enable)
+        return std::nullopt;
+
+    SerialSettings settings;
+    settings.port = QString::fromStdString(argument.value_or(std::string()));
+    settings.baud = *baud;
+    settings.timeout = milliseconds(*timeout);
+    settings.enable = *enable;
+    settings.initial = options.text("initial");
+    if (!settings.initial.empty()
+        && (!settings.initial.starts_with("AT") || isHarmful(settings.initial))) {
+        error = "\"" + settings.initial
+            + "\" is no command to send at every start; write initial=AT... with one that changes "
+              "nothing that the card stores";
+        return std::nullopt;
+    }
+    const std::string file = options.text("modem");
+    if (file.empty())
+        return settings;
+    QString wrong;
+    auto dialect = ModemFile::read(QString::fromStdString(file), wrong);
+    if (!dialect) {
+        error = wrong.toStdString();
+        return std::nullopt;
+    }
+    settings.dialect = std::move(*dialect);
+    return settings;
+}
+
+} // namespace
+
+Backend makeSerialCard(const BackendArgument &argument, const BackendOptions &options,
+                       EventSink raise, std::string &error)
+{
+    auto settings = settingsOf(argument, options, error);
+    if (!settings)
+        return {};
+    auto card = std::make_shared<SerialCard>(std::move(*settings), std::move(raise));
+    if (card->startError().isEmpty())
+        return {std::move(card), nullptr};
+    error = card->startError().toStdString();
+    return {};
+}
+
+std::vector<BackendDevice> listSerialCards(std::string &error)
+{
+    std::vector<BackendDevice> devices;
+    for (const PortFacts &port : serialPorts()) {
+        QString answer;
+        if (answersOn(port.path, kStandardBaud, answer))
+            answer = QStringLiteral("a card answers");
+        QStringList facts{port.maker, port.model, answer};
+        facts.removeAll(QString());
+        devices.push_back(
+            {port.path.toStdString(), facts.join(QStringLiteral(", ")).toStdString()});
+    }
+    if (devices.empty())
+        error = "this machine has no serial port; plug the card in";
+    return devices;
+}
+
+} // namespace devsrv

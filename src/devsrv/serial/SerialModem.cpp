@@ -1,0 +1,671 @@
+// SPDX-License-Identifier: MIT
+#include "SerialModem.h"
+
+#include "PortFinder.h"
+#include "SimLock.h"
+#include "TpduCoder.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QRandomGenerator>
+
+#include <algorithm>
+
+namespace devsrv {
+
+namespace {
+
+constexpr std::int32_t kStatusNotReady = 2;
+
+// The card reports its location because this backend needs it. Callers find the mode unknown, as
+// with the modem daemon.
+constexpr std::int32_t kReportModeUnknown = 0;
+constexpr int kReportsLocation = 2;
+
+constexpr int kDigitsFormat = 2;
+constexpr int kTextMode = 1;
+
+// How long a command that was not answered fails at once. A report asks for a value several times.
+constexpr milliseconds kSilenceTime{10'000};
+
+// A card that leaves so many commands in a row without an answer is not waited for any more.
+constexpr int kMaxSilences = 3;
+
+// From the first change to the events that cover it and the changes after it.
+constexpr milliseconds kMergeTime{250};
+
+// From the loss of the card to the first attempt to reach it, and between later ones.
+constexpr milliseconds kFirstRetry{100};
+constexpr milliseconds kLastRetry{4'000};
+
+constexpr milliseconds kSwitchTime{10'000};
+constexpr milliseconds kSearchTime{5'000};
+constexpr milliseconds kSearchStep{500};
+constexpr milliseconds kSendTime{60'000};
+
+// In the order in which they tell the place of packet-switched traffic.
+constexpr const char *kSourceNames[] = {"+CEREG", "+C5GREG", "+CGREG", "+CREG"};
+constexpr std::size_t kCircuitSwitched = 3;
+
+constexpr const char *kAskSim = "AT+CPIN?";
+constexpr const char *kAskOperator = "AT+COPS?";
+
+std::optional<std::string> imeiOf(const Lines &lines)
+{
+    return digits(lines, 14, 16);
+}
+
+std::optional<std::string> imsiOf(const Lines &lines)
+{
+    return digits(lines, 6, 15);
+}
+
+// Whether the error may be over soon: the SIM is busy, a code is missing, there is no network.
+// Other errors say that the card does not know the command.
+bool isPassing(const AtAnswer &answer)
+{
+    constexpr int kNotSupported = 4;
+    constexpr int kIncorrectParameters = 50;
+    constexpr int kUnknown = 100;
+    const auto error = equipmentError(answer.finalLine);
+    return error && error != kNotSupported && error != kIncorrectParameters && error != kUnknown;
+}
+
+} // namespace
+
+SerialModem::SerialModem(SerialSettings settings, EventSink raise)
+    : m_settings(std::move(settings)), m_raise(std::move(raise)), m_port(this),
+      m_channel(m_port, m_settings.timeout, [this](const std::string &line) { noteLine(line); }),
+      m_changeTimer(this), m_retryTimer(this),
+      m_reference(static_cast<std::uint8_t>(QRandomGenerator::global()->generate()))
+{
+    for (QTimer *timer : {&m_changeTimer, &m_retryTimer})
+        timer->setSingleShot(true);
+    m_changeTimer.setInterval(kMergeTime);
+    connect(&m_changeTimer, &QTimer::timeout, this, &SerialModem::tellChanges);
+    connect(&m_retryTimer, &QTimer::timeout, this, &SerialModem::tryAgain);
+    connect(&m_port, &Port::dataArrived, this, [this] {
+        if (!m_channel.isBusy())
+            m_channel.readUnsolicited();
+    });
+    // Queued: the port may notice its end in the middle of a command.
+    connect(
+        &m_port, &Port::gone, this, [this] { lose(true); }, Qt::QueuedConnection);
+}
+
+QString SerialModem::start()
+{
+    QString error;
+    m_path = m_settings.port.isEmpty() ? findPort(m_settings.baud, error) : m_settings.port;
+    if (!error.isEmpty())
+        return error;
+    m_path = lastingName(m_path);
+    if (m_settings.port.isEmpty())
+        qInfo().noquote() << QStringLiteral("serial: a card answers on %1").arg(m_path);
+    if (!openPort(error))
+        return error;
+    if (!m_channel.connectToCard()) {
+        return QStringLiteral("no card answers AT commands on %1; try another port of the card: "
+                              "kestrun cards --ports lists them")
+            .arg(m_path);
+    }
+    prepare();
+    if (m_isReady || !m_port.isThere())
+        return {};
+    return QStringLiteral("the card on %1 answers AT and no other command; try another port of the "
+                          "card: kestrun cards --ports lists them")
+        .arg(m_path);
+}
+
+void SerialModem::begin()
+{
+    m_raises = true;
+    raisePosted();
+}
+
+void SerialModem::stop()
+{
+    QStringList commands;
+    const auto restore = [&](const char *command, const std::optional<int> &mode) {
+        if (mode)
+            commands.append(QLatin1String(command) + QString::number(*mode));
+    };
+    for (const Source &source : m_sources)
+        restore(("AT" + source.name + '=').c_str(), source.foundMode);
+    restore("AT+COPS=3,", m_foundFormat);
+    restore("AT+CMGF=", m_foundMessageMode);
+    restore("AT+CMEE=", m_foundErrorMode);
+    if (m_channel.hasEcho())
+        commands.append(QStringLiteral("ATE1"));
+    for (const QString &command : commands) {
+        if (!m_isReady || set(command.toStdString()).result == AtResult::TimeOut)
+            break;
+    }
+    m_isReady = false;
+    m_port.close();
+}
+
+// ---- Commands ----------------------------------------------------------------------------------
+
+AtAnswer SerialModem::checked(AtAnswer answer)
+{
+    m_silences = answer.result == AtResult::TimeOut ? m_silences + 1 : 0;
+    if (m_isReady && (answer.result == AtResult::Unusable || m_silences == kMaxSilences))
+        lose(!m_port.isThere());
+    return answer;
+}
+
+// Asks, unless the answer is known and still holds.
+AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
+{
+    const auto found = m_kept.find(command);
+    if (found != m_kept.end() && !found->second.end.hasExpired())
+        return found->second.answer;
+    if (!m_isReady)
+        return {};
+    AtAnswer answer = ask(command);
+    if (answer.result == AtResult::TimeOut)
+        m_kept.insert_or_assign(command, Kept{answer, lifetime, QDeadlineTimer(kSilenceTime)});
+    else if (m_isReady && lifetime != Lifetime::None && !isPassing(answer))
+        m_kept.insert_or_assign(command,
+                                Kept{answer, lifetime, QDeadlineTimer(QDeadlineTimer::Forever)});
+    return answer;
+}
+
+void SerialModem::forget(Lifetime lifetime)
+{
+    std::erase_if(m_kept, [=](const auto &kept) { return kept.second.lifetime == lifetime; });
+}
+
+// A value by the modem file, else by the first of the commands that gives one.
+std::optional<std::string> SerialModem::text(const char *field, Lifetime lifetime, Reader read,
+                                             std::initializer_list<const char *> commands)
+{
+    const std::string own = m_settings.dialect.command(field);
+    if (!own.empty())
+        return m_settings.dialect.value(field, once(own, lifetime).lines);
+    for (const char *command : commands) {
+        if (auto value = read(once(command, lifetime).lines))
+            return value;
+    }
+    return std::nullopt;
+}
+
+// ---- Start and loss ----------------------------------------------------------------------------
+
+bool SerialModem::openPort(QString &error)
+{
+    return m_port.isThere() || m_port.open(m_path, m_settings.baud, error);
+}
+
+// Makes a card that answers ready for queries, and finds out what it reports by itself.
+void SerialModem::prepare()
+{
+    m_isReady = true;
+    m_silences = 0;
+    m_kept.clear();
+    m_sim = {};
+    m_foundErrorMode = m_foundFormat = m_foundMessageMode = std::nullopt;
+    for (std::size_t index = 0; index < kSources; ++index)
+        m_sources[index] = {kSourceNames[index], {}, {}, {}, {}};
+
+    set("ATE0");
+    set("ATV1");
+    m_foundErrorMode = firstNumber(ask("AT+CMEE?").lines);
+    set("AT+CMEE=1");
+    if (!m_settings.initial.empty())
+        set(m_settings.initial);
+    readSim();
+    const bool isSwitchedOn = switchOn();
+    for (Source &source : m_sources)
+        startReports(source);
+    if (isSwitchedOn)
+        waitForNetwork();
+    readReported();
+    m_told = facts();
+}
+
+void SerialModem::readSim()
+{
+    const AtAnswer answer = once(kAskSim, Lifetime::None);
+    if (answer.result == AtResult::TimeOut || answer.result == AtResult::Unusable)
+        return;
+    Lines lines = answer.lines;
+    lines.push_back(answer.finalLine);
+    for (const std::string &line : lines) {
+        if (const auto sim = simState(line)) {
+            if (m_sim != *sim)
+                forget(Lifetime::Sim);
+            m_sim = *sim;
+            return;
+        }
+    }
+    m_sim = {};
+}
+
+bool SerialModem::isSimUsable() const
+{
+    return !m_sim.isAbsent && !waitsForCode(m_sim.lock);
+}
+
+// Switches the radio on if it is off and may be switched on. Returns whether it did.
+bool SerialModem::switchOn()
+{
+    if (waitsForCode(m_sim.lock))
+        return false;
+    const auto radio = firstNumber(ask("AT+CFUN?").lines);
+    if (radio != 0 && radio != 4)
+        return false;
+    if (!m_settings.enable) {
+        m_warnings.warn(QStringLiteral("the radio of the card is off; enable=no leaves it off"));
+        return false;
+    }
+    m_warnings.warn(QStringLiteral(
+        "the radio of the card was off and is switched on; enable=no leaves it off"));
+    return checked(m_channel.set("AT+CFUN=1", kSwitchTime)).isOk();
+}
+
+void SerialModem::startReports(Source &source)
+{
+    const AtAnswer answer = once("AT" + source.name + '?', Lifetime::None);
+    source.isRefused = answer.result == AtResult::Error && !isPassing(answer);
+    std::optional<RegistrationLine> found;
+    for (const std::string &line : answer.lines) {
+        const auto registration = registrationLine(line, true);
+        if (registration && registration->reportMode)
+            found = registration;
+    }
+    if (source.isRefused || !found)
+        return;
+    if (found->reportMode >= kReportsLocation) {
+        source.isReporting = true;
+        found->reportMode.reset();
+        source.current = found;
+    } else if (set("AT" + source.name + '=' + std::to_string(kReportsLocation)).isOk()) {
+        source.isReporting = true;
+        source.foundMode = found->reportMode;
+    }
+}
+
+// Gives a radio that was switched on the time to find its SIM and its network.
+void SerialModem::waitForNetwork()
+{
+    const QDeadlineTimer deadline(kSearchTime);
+    while (m_isReady && !deadline.hasExpired()) {
+        readSim();
+        const auto registration = isSimUsable() ? bestRegistration() : std::nullopt;
+        if (registration && isRegistered(registration->state))
+            return;
+        for (Source &source : m_sources)
+            source.current.reset();
+        if (m_port.waitForData(kSearchStep))
+            m_channel.readUnsolicited();
+    }
+}
+
+void SerialModem::lose(bool isRemoved)
+{
+    if (isRemoved)
+        m_port.close();
+    if (!std::exchange(m_isReady, false))
+        return;
+    m_kept.clear();
+    m_changeTimer.stop();
+    m_warnings.warn(isRemoved ? QStringLiteral("the port %1 is gone").arg(m_path)
+                              : QStringLiteral("the card on %1 does not answer").arg(m_path));
+    post({isRemoved ? DEVSRV_EVENT_DEVICE_REMOVED : DEVSRV_EVENT_DEVICE_LOST,
+          DEVSRV_EVENT_CARD_CHANGED});
+    m_retryTimer.start(kFirstRetry);
+}
+
+void SerialModem::tryAgain()
+{
+    QString error;
+    if (openPort(error) && m_channel.connectToCard()) {
+        prepare();
+        announce();
+        return;
+    }
+    if (!error.isEmpty())
+        m_warnings.warn(error);
+    m_retryTimer.start(std::min(m_retryTimer.intervalAsDuration() * 2, kLastRetry));
+}
+
+void SerialModem::announce()
+{
+    if (!m_isReady)
+        return;
+    post({DEVSRV_EVENT_CARD_CHANGED});
+    if (isSimUsable())
+        post({ZEPA_EVENT_DEV_DEVICE_INIT_FINISH});
+}
+
+// ---- Events ------------------------------------------------------------------------------------
+
+// Called in the middle of a command, too: only takes note.
+void SerialModem::noteLine(const std::string &line)
+{
+    if (nameOf(line) == "+CPIN") {
+        const auto sim = simState(line);
+        if (!sim || *sim == m_sim)
+            return;
+        m_sim = *sim;
+        forget(Lifetime::Sim);
+        forget(Lifetime::Network);
+        noteChange();
+        return;
+    }
+    const auto source = std::find_if(m_sources.begin(), m_sources.end(), [&](const Source &s) {
+        return s.isReporting && s.name == nameOf(line);
+    });
+    auto registration = registrationLine(line, false);
+    if (source == m_sources.end() || !registration)
+        return;
+    registration->reportMode.reset();
+    if (registration == source->current)
+        return;
+    // Some cards leave the location out, which then has to be asked for.
+    const bool lacksLocation = isRegistered(registration->state) && registration->area.empty();
+    source->current = lacksLocation ? std::nullopt : registration;
+    forget(Lifetime::Network);
+    noteChange();
+}
+
+void SerialModem::noteChange()
+{
+    // A change does not restart the timer: a flood of changes would defer the events without end.
+    if (!m_changeTimer.isActive())
+        m_changeTimer.start();
+}
+
+void SerialModem::tellChanges()
+{
+    readReported();
+    if (!m_isReady)
+        return;
+    const Facts was = std::exchange(m_told, facts());
+    if (waitsForCode(was.sim.lock) && isSimUsable())
+        post({ZEPA_EVENT_DEV_DEVICE_INIT_FINISH});
+    if (was.sim != m_told.sim)
+        post({DEVSRV_EVENT_SIM_CHANGED});
+    if (was.registrations != m_told.registrations)
+        post({DEVSRV_EVENT_NETWORK_CHANGED});
+}
+
+// Asks for what the card reports from then on, where it is not known.
+void SerialModem::readReported()
+{
+    for (Source &source : m_sources) {
+        if (source.isReporting && isSimUsable())
+            registrationOf(source);
+    }
+}
+
+SerialModem::Facts SerialModem::facts() const
+{
+    Facts facts{m_sim, {}};
+    for (std::size_t index = 0; index < kSources; ++index)
+        facts.registrations[index] = m_sources[index].current;
+    return facts;
+}
+
+void SerialModem::post(std::initializer_list<std::int32_t> events)
+{
+    m_posted.insert(m_posted.end(), events);
+    QMetaObject::invokeMethod(this, &SerialModem::raisePosted, Qt::QueuedConnection);
+}
+
+void SerialModem::raisePosted()
+{
+    if (!m_raises)
+        return;
+    for (const std::int32_t event : std::exchange(m_posted, {}))
+        m_raise(event);
+}
+
+// ---- Values ------------------------------------------------------------------------------------
+
+std::optional<std::int32_t> SerialModem::status()
+{
+    if (!m_isReady)
+        return std::nullopt;
+    readSim();
+    if (!isSimUsable())
+        return kStatusNotReady;
+    const AtAnswer answer = once("AT+CFUN?", Lifetime::None);
+    if (answer.result == AtResult::TimeOut || answer.result == AtResult::Unusable)
+        return std::nullopt;
+    const auto radio = firstNumber(answer.lines);
+    return radio == 0 || radio == 4 ? kStatusNotReady : DEVSRV_STATUS_READY;
+}
+
+std::optional<std::string> SerialModem::imei()
+{
+    // What a CDMA card gives in its place is no IMEI.
+    if (productType() == ZEPA_PRODUCT_TYPE_CDMA)
+        return std::nullopt;
+    return text("IMEI", Lifetime::Card, imeiOf, {"AT+CGSN=1", "AT+CGSN"});
+}
+
+std::optional<std::string> SerialModem::imsi()
+{
+    return m_sim.isAbsent ? std::nullopt : text("IMSI", Lifetime::Sim, imsiOf, {"AT+CIMI"});
+}
+
+std::optional<std::string> SerialModem::serialNumber()
+{
+    const auto number = text("SN", Lifetime::Card, textValue, {"AT+CGSN=0"});
+    // Cards without a serial number repeat the IMEI.
+    return number == imei() ? std::nullopt : number;
+}
+
+std::optional<std::string> SerialModem::model()
+{
+    return text("Model", Lifetime::Card, textValue, {"AT+CGMM", "AT+GMM"});
+}
+
+std::optional<CdmaIdentity> SerialModem::cdmaIdentity()
+{
+    if (productType() != ZEPA_PRODUCT_TYPE_CDMA)
+        return std::nullopt;
+    CdmaIdentity identity;
+    for (const char *command : {"AT+GSN", "AT+CGSN"}) {
+        const CdmaIdentity more = cdmaIdentityOf(once(command, Lifetime::Card).lines);
+        if (identity.esn.empty())
+            identity.esn = more.esn;
+        if (identity.meid.empty())
+            identity.meid = more.meid;
+        if (!identity.meid.empty())
+            break;
+    }
+    identity.esn = text("ESN", Lifetime::Card, textValue, {}).value_or(identity.esn);
+    identity.meid = text("MEID", Lifetime::Card, textValue, {}).value_or(identity.meid);
+    return identity;
+}
+
+std::optional<Versions> SerialModem::versions()
+{
+    const auto firmware = text("Fver", Lifetime::Card, textValue, {"AT+CGMR", "AT+GMR"});
+    const auto hardware = text("Hver", Lifetime::Card, textValue, {});
+    if (!firmware && !hardware)
+        return std::nullopt;
+    // No standard command gives the hardware version. A failure would lose the other one with it.
+    return Versions{firmware.value_or(std::string()), hardware.value_or(std::string())};
+}
+
+std::optional<std::int32_t> SerialModem::productType()
+{
+    const Lines capabilities = once("AT+GCAP", Lifetime::Card).lines;
+    if (const auto type = productTypeOf(capabilities, {}))
+        return type;
+    if (const auto type = productTypeOf({}, once("AT+WS46=?", Lifetime::Card).lines))
+        return type;
+    // A card that knows of a SIM is none of CDMA.
+    const bool knowsSim = m_sim.isAbsent || m_sim.lock != MM_MODEM_LOCK_UNKNOWN;
+    return knowsSim ? std::optional<std::int32_t>(ZEPA_PRODUCT_TYPE_WCDMA) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> SerialModem::numbers()
+{
+    if (m_sim.isAbsent)
+        return std::nullopt;
+    if (const auto own = text("MSISDN", Lifetime::Sim, textValue, {}))
+        return std::vector{*own};
+    const AtAnswer answer = once("AT+CNUM", Lifetime::Sim);
+    if (!answer.isOk())
+        return std::nullopt;
+    auto plain = ownNumbers(answer.lines, false);
+    auto decoded = ownNumbers(answer.lines, true);
+    // A number of digits may look like coded text: the card knows which it is.
+    if (plain == decoded || textValue(once("AT+CSCS?", Lifetime::Card).lines) != "UCS2")
+        return plain;
+    return decoded;
+}
+
+std::optional<std::uint8_t> SerialModem::lockState()
+{
+    if (!m_isReady)
+        return std::nullopt;
+    readSim();
+    if (m_sim != m_told.sim)
+        noteChange();
+    unsigned enabled = 0;
+    if (m_sim.lock != MM_MODEM_LOCK_UNKNOWN && isSimUsable()) {
+        for (const LockFacility &facility : kLockFacilities) {
+            const auto command = std::string("AT+CLCK=\"") + facility.name + "\",2";
+            if (isLockEnabled(once(command, Lifetime::Sim).lines) == true)
+                enabled |= facility.flag;
+        }
+    }
+    return lockStateOf(m_sim.lock, enabled);
+}
+
+std::optional<RegistrationLine> SerialModem::registrationOf(Source &source)
+{
+    if (source.isRefused || (source.isReporting && source.current))
+        return source.current;
+    const AtAnswer answer = once("AT" + source.name + '?', Lifetime::None);
+    source.isRefused = answer.result == AtResult::Error && !isPassing(answer);
+    source.current.reset();
+    for (const std::string &line : answer.lines) {
+        auto registration = registrationLine(line, true);
+        if (!registration)
+            continue;
+        registration->reportMode.reset();
+        source.current = registration;
+    }
+    return source.current;
+}
+
+// The registration of the packet-switched domain: the first that has a place.
+std::optional<RegistrationLine> SerialModem::bestRegistration()
+{
+    std::optional<RegistrationLine> best;
+    for (Source &source : m_sources) {
+        const auto registration = registrationOf(source);
+        if (registration && isRegistered(registration->state) && !registration->area.empty())
+            return registration;
+        if (!best || (registration && isRegistered(registration->state)))
+            best = registration;
+    }
+    return best;
+}
+
+std::optional<Registration> SerialModem::registration(Domain domain)
+{
+    if (!isSimUsable())
+        return std::nullopt;
+    const auto line = domain == Domain::PacketSwitched
+        ? bestRegistration()
+        : registrationOf(m_sources[kCircuitSwitched]);
+    if (!line)
+        return std::nullopt;
+    return Registration{kReportModeUnknown, line->state, line->area, line->cell};
+}
+
+bool SerialModem::isReporting() const
+{
+    return std::any_of(m_sources.begin(), m_sources.end(),
+                       [](const Source &source) { return source.isReporting; });
+}
+
+std::optional<Operator> SerialModem::currentOperator()
+{
+    if (!isSimUsable())
+        return std::nullopt;
+    // Cards may keep the operator that they have lost.
+    const auto place = bestRegistration();
+    if (place && !isRegistered(place->state))
+        return std::nullopt;
+    // The card tells of a new registration, which comes with a new operator.
+    const Lifetime lifetime = isReporting() ? Lifetime::Network : Lifetime::None;
+    const auto found = operatorOf(once(kAskOperator, lifetime).lines);
+    if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
+        return found;
+    m_foundFormat = m_foundFormat.value_or(*found->format);
+    if (!set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk())
+        return found;
+    m_kept.erase(kAskOperator);
+    return operatorOf(once(kAskOperator, lifetime).lines);
+}
+
+std::optional<std::string> SerialModem::plmn()
+{
+    const auto found = currentOperator();
+    return found && !found->plmn.empty() ? std::optional(found->plmn) : std::nullopt;
+}
+
+std::optional<SystemInfo> SerialModem::systemInfo()
+{
+    if (!isSimUsable())
+        return std::nullopt;
+    if (productType() == ZEPA_PRODUCT_TYPE_CDMA) {
+        const bool isDigital = firstNumber(once("AT+CAD?", Lifetime::None).lines) == 1;
+        return isDigital ? std::optional(SystemInfo{SYSTEM_MODE_CDMA, SUB_MODE_CDMA_1X})
+                         : std::nullopt;
+    }
+    auto technology = currentOperator().value_or(Operator()).technology;
+    for (Source &source : m_sources) {
+        const auto registration = technology ? std::nullopt : registrationOf(source);
+        if (registration && isRegistered(registration->state))
+            technology = registration->technology;
+    }
+    return technology ? systemOfTechnology(*technology) : std::nullopt;
+}
+
+// ---- Actions -----------------------------------------------------------------------------------
+
+bool SerialModem::sendSms(const SmsMessage &message)
+{
+    const auto fail = [](const std::string &reason) {
+        qWarning().noquote() << QStringLiteral("serial: the message was not sent: %1")
+                                    .arg(QString::fromStdString(reason));
+        return false;
+    };
+    std::string error;
+    const auto parts = tpdusOf(message, ++m_reference, error);
+    if (!error.empty())
+        return fail(error);
+    if (firstNumber(once("AT+CMGF?", Lifetime::Card).lines) == kTextMode)
+        m_foundMessageMode = kTextMode;
+    if (!m_isReady || !set("AT+CMGF=0").isOk())
+        return fail("the card does not take messages as PDUs");
+    for (const Tpdu &part : parts) {
+        const AtAnswer answer = checked(
+            m_channel.sendMessage("AT+CMGS=" + std::to_string(part.octets), part.hex, kSendTime));
+        if (answer.result == AtResult::Error)
+            return fail(messageError(answer.finalLine));
+        if (!answer.isOk())
+            return fail("the card did not answer");
+    }
+    return true;
+}
+
+bool SerialModem::execute(const std::string &command, const AnswerSink &answer)
+{
+    if (!m_isReady)
+        return false;
+    const AtResult result = checked(m_channel.pass(command, answer)).result;
+    return result == AtResult::Ok || result == AtResult::Error;
+}
+
+} // namespace devsrv

@@ -1,0 +1,506 @@
+// SPDX-License-Identifier: MIT
+
+// The "serial" backend with scripted modems on pseudo-terminals: by itself, and below the command.
+
+#include "HostProcess.h"
+#include "PtyModem.h"
+#include "TestData.h"
+
+#include "BackendRegistry.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <thread>
+
+using namespace devsrv;
+
+namespace {
+
+constexpr int kTimeoutMs = 400;
+constexpr int kRecoveryMs = 2'000;
+
+// A backend, and the events that it raised.
+class Card
+{
+public:
+    explicit Card(const PtyModem &modem, const QString &options = "?timeout=400")
+    {
+        m_backend = makeBackend(
+            modem.card(options).toStdString(),
+            [this](std::int32_t event) {
+                const std::lock_guard lock(m_mutex);
+                m_events << QString::number(event);
+            },
+            error);
+        if (m_backend.card)
+            m_backend.card->begin();
+    }
+
+    CardBackend *operator->() const { return m_backend.card.get(); }
+
+    QString takeEvents()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_events, {}).join(' ');
+    }
+
+    // Waits for the events in this order, or, where there are none, for half a second.
+    bool raises(const QString &events)
+    {
+        QString seen;
+        const auto isComplete = [&] {
+            seen = (seen + ' ' + takeEvents()).trimmed();
+            return seen.size() >= events.size() && !seen.isEmpty();
+        };
+        if (!QTest::qWaitFor(isComplete, events.isEmpty() ? 500 : 5'000) && seen != events)
+            qWarning() << "raised" << seen << "not" << events;
+        return seen == events;
+    }
+
+    std::string error;
+
+private:
+    std::mutex m_mutex;
+    QStringList m_events;
+    Backend m_backend;
+};
+
+std::string orEmpty(const std::optional<std::string> &text)
+{
+    return text.value_or(std::string());
+}
+
+// What a report asks for.
+QMap<QString, std::string> valuesOf(const Card &card)
+{
+    QMap<QString, std::string> values;
+    values["serial"] = orEmpty(card->serialNumber());
+    values["imei"] = orEmpty(card->imei());
+    values["model"] = orEmpty(card->model());
+    values["imsi"] = orEmpty(card->imsi());
+    values["firmware"] = card->versions().value_or(Versions()).firmware;
+    values["hardware"] = card->versions().value_or(Versions()).hardware;
+    values["family"] = std::to_string(card->productType().value_or(-1));
+    values["number"] = orEmpty(
+        card->ownNumber(card->numberMemory().value_or(NumberMemory()).index));
+    values["lock"] = std::to_string(card->lockState().value_or(99));
+    values["system"] = std::to_string(card->systemInfo().value_or(SystemInfo()).subMode);
+    for (int asked = 0; asked < 4; ++asked) {
+        const auto place = card->registration(Domain::CircuitSwitched).value_or(Registration());
+        values["place"] = place.lac + '/' + place.cellId;
+    }
+    values["plmn"] = orEmpty(card->plmn());
+    return values;
+}
+
+QString lostIn(const QMap<QString, std::string> &usual, const QMap<QString, std::string> &values)
+{
+    QStringList lost;
+    for (const QString &name : usual.keys()) {
+        if (values[name] != usual[name])
+            lost << name;
+    }
+    return lost.join(' ');
+}
+
+struct Usage
+{
+    qsizetype descriptors = QDir("/proc/self/fd")
+                                .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
+                                .size();
+    qsizetype threads = QDir("/proc/self/task").entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
+};
+
+} // namespace
+
+class tst_SerialCard : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<PtyModem> m_modem;
+
+    PtyModem &plug(const QString &kinds)
+    {
+        m_modem = std::make_unique<PtyModem>(kinds);
+        return *m_modem;
+    }
+
+private Q_SLOTS:
+    // Whatever a test did, the backend kept its manners.
+    void cleanup()
+    {
+        static const QRegularExpression harm("COPS=[?0]|CFUN=[04]|CPIN=|&W");
+        if (!m_modem)
+            return;
+        const QString all = m_modem->allCommands().join(' ');
+        QVERIFY2(!all.contains(harm), qPrintable(all));
+        m_modem.reset();
+    }
+
+    void reportsWhatTheDaemonReports_data()
+    {
+        QTest::addColumn<QString>("kinds");
+        for (const char *kinds :
+             {"cdma", "gsm umts", "gsm umts hspa", "gsm lte", "gsm umts no-sim", "gsm lte locked"})
+            QTest::newRow(kinds) << kinds;
+    }
+
+    void reportsWhatTheDaemonReports()
+    {
+        QFETCH(QString, kinds);
+        PtyModem &modem = plug(kinds);
+        QTemporaryDir root;
+        HostProcess host(
+            {"report", "--json", "--log", "--root", root.path(), "--card", modem.card()});
+        QVERIFY(host.ends());
+        const QString log = host.readAllStandardError();
+        static const QRegularExpression number("strMSISDN=+(.*)");
+        static const QRegularExpression lock("success  card state = (\\d+)");
+        QHash<QString, QString> values{{"MSISDN", number.match(log).captured(1)},
+                                       {"SimLock", lock.match(log).captured(1)}};
+        const auto report = QJsonDocument::fromJson(host.readAllStandardOutput()).object();
+        for (const QString &key : report.keys())
+            values[key.section('/', 1)] = report[key].toString();
+
+        int compared = 0;
+        for (const QString &line : QString(readFile(VALUES)).split('\n')) {
+            if (line.section(": ", 0, 0) != kinds)
+                continue;
+            const QString field = line.section(": ", 1).section('=', 0, 0);
+            // The daemon passes no commands on.
+            const bool isTrigger = field.endsWith("SmsTriggerState") && kinds != "cdma";
+            QCOMPARE(field + '=' + values[field],
+                     field + '=' + (isTrigger ? "1" : line.section('=', 1)));
+            ++compared;
+        }
+        QCOMPARE(compared, 15);
+    }
+
+    void losesOnlyWhatALineHits_data() { addRows("serial-dirty.txt"); }
+
+    void losesOnlyWhatALineHits()
+    {
+        PtyModem &modem = plug("gsm umts hspa");
+        const auto usual = valuesOf(Card(modem));
+        QCOMPARE(usual["imsi"], "214070123456789");
+        QCOMPARE(usual["place"], "31C5/83F7CD");
+        modem.setAnswer(cell("command").toUtf8(), cell("answer").toLatin1());
+        for (const bool isInPieces : {false, true}) {
+            modem.isInPieces = isInPieces;
+            QElapsedTimer timer;
+            timer.start();
+            const Card card(modem);
+            QCOMPARE(lostIn(usual, valuesOf(card)), cell("lost"));
+            QVERIFY2(timer.elapsed() < kTimeoutMs + kRecoveryMs,
+                     qPrintable(QString::number(timer.elapsed())));
+        }
+    }
+
+    void survivesNoise()
+    {
+        PtyModem &modem = plug("gsm umts hspa");
+        const auto usual = valuesOf(Card(modem));
+        modem.hasEcho = true;
+        modem.setAnswer("ATE0", "ERROR"); // and keeps its echo
+        std::atomic<bool> isOver = false;
+        {
+            modem.send("+CRE\u0000G:garb");
+            const Card card(modem);
+            QCOMPARE(lostIn(usual, valuesOf(card)), "");
+        }
+        // Endless chatter between commands and answers.
+        std::thread chatter([&] {
+            while (!isOver) {
+                modem.say("^RSSI:12");
+                QTest::qSleep(1);
+            }
+        });
+        const Card card(modem);
+        const QString lost = lostIn(usual, valuesOf(card));
+        isOver = true;
+        chatter.join();
+        QCOMPARE(lost, "");
+
+        // A line of 10 MB costs no memory that lasts, and the value that it hits.
+        modem.setAnswer("AT^RSTRIGGER?", "raw:" + QByteArray(10'000'000, 'x'));
+        std::size_t longest = 0;
+        card->execute("AT^RSTRIGGER?\r",
+                      [&](const std::string &piece) { longest = std::max(longest, piece.size()); });
+        QVERIFY2(longest < 10'000, qPrintable(QString::number(longest)));
+        QTRY_COMPARE_WITH_TIMEOUT(lostIn(usual, valuesOf(card)), "", 10'000);
+    }
+
+    void waitsOnceForASilentModem()
+    {
+        PtyModem &modem = plug("gsm umts hspa");
+        Card card(modem);
+        const auto usual = valuesOf(card);
+        modem.isSilent = true;
+        QElapsedTimer timer;
+        timer.start();
+        valuesOf(card);
+        QVERIFY2(timer.elapsed() < 2 * kTimeoutMs + 300,
+                 qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(card.raises("6603 6002"));
+        QCOMPARE(card->imei(), std::nullopt);
+        modem.isSilent = false;
+        QVERIFY(card.raises("6002 6014"));
+        QCOMPARE(lostIn(usual, valuesOf(card)), "");
+    }
+
+    void raisesEvents_data() { addRows("serial-events.txt"); }
+
+    void raisesEvents()
+    {
+        PtyModem &modem = plug("gsm umts");
+        Card card(modem);
+        modem.say(cell("says").toUtf8());
+        QVERIFY(card.raises(cell("events")));
+    }
+
+    void followsTheSim()
+    {
+        PtyModem &modem = plug("gsm lte locked");
+        Card card(modem);
+        QCOMPARE(card->status(), 2);
+        QCOMPARE(card->lockState(), 2);
+        QCOMPARE(card->imsi(), std::nullopt);
+        QCOMPARE(card->plmn(), std::nullopt);
+        modem.setAnswer("AT+CPIN?", "+CPIN: READY");
+        modem.setAnswer("AT+CIMI", "214070123456789");
+        modem.say("+CPIN: READY");
+        QVERIFY(card.raises("6014 6016"));
+        QCOMPARE(card->status(), DEVSRV_STATUS_READY);
+        QCOMPARE(card->imsi(), "214070123456789");
+        QCOMPARE(card->plmn(), "21407");
+        // A change that the modem does not tell is noticed by the next report.
+        modem.setAnswer("AT+CLCK=\"PN\",2", "+CLCK: 1");
+        modem.setAnswer("AT+CPIN?", "+CPIN: PH-NET PIN");
+        QCOMPARE(card->lockState(), 8);
+        QVERIFY(card.raises("6016"));
+    }
+
+    void switchesRadioOn_data()
+    {
+        QTest::addColumn<QString>("found");
+        QTest::addColumn<QString>("options");
+        QTest::addColumn<bool>("switches");
+        QTest::addColumn<int>("status");
+        QTest::newRow("on") << "1"
+                            << "?timeout=400" << false << 3;
+        QTest::newRow("off") << "0"
+                             << "?timeout=400" << true << 2;
+        QTest::newRow("in flight") << "4"
+                                   << "?timeout=400" << true << 2;
+        QTest::newRow("stays off") << "4"
+                                   << "?timeout=400&enable=no" << false << 2;
+    }
+
+    void switchesRadioOn()
+    {
+        QFETCH(QString, found);
+        QFETCH(QString, options);
+        QFETCH(bool, switches);
+        PtyModem &modem = plug("gsm umts");
+        modem.setAnswer("AT+CFUN?", "+CFUN: " + found.toUtf8());
+        if (found != "1")
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("serial: the radio .* off"));
+        const Card card(modem, options);
+        QTEST(card->status().value_or(0), "status"); // the modem's answer stays as it is
+        QCOMPARE(modem.takeJournal().contains("AT+CFUN=1"), switches);
+    }
+
+    void putsModesBack()
+    {
+        PtyModem &modem = plug("gsm umts");
+        modem.hasEcho = true;
+        modem.setAnswer("AT+CMEE?", "+CMEE: 0");
+        modem.setAnswer("AT+CMGF?", "+CMGF: 1");
+        modem.setAnswer("AT+CREG?", "+CREG: 0,1");
+        modem.setAnswer("AT+COPS?", "+COPS: 0,0,\"Fenland\"");
+        {
+            const Card card(modem);
+            card->plmn();
+            card->sendSms({u"600111222", u"hello"});
+            const QByteArrayList journal = modem.takeJournal();
+            for (const char *command :
+                 {"AT+CREG=2", "AT+COPS=3,2", "AT+CMGF=0", "AT+CMEE=1", "ATE0"})
+                QVERIFY2(journal.contains(command), command);
+        }
+        const QByteArrayList journal = modem.takeJournal();
+        QCOMPARE(journal,
+                 QByteArrayList({"AT+CREG=0", "AT+COPS=3,0", "AT+CMGF=1", "AT+CMEE=0", "ATE1"}));
+    }
+
+    // Every thread gets the answer to its own question, and each command stands alone on the line.
+    void keepsCommandsApart()
+    {
+        PtyModem &modem = plug("gsm umts");
+        const Card card(modem);
+        std::atomic<int> wrong = 0;
+        const auto repeat = [&](const auto &isRight) {
+            return std::thread([&wrong, isRight] {
+                for (int count = 0; count < 50; ++count)
+                    wrong += isRight() ? 0 : 1;
+            });
+        };
+        const auto passes = [&](const char *command, const char *line) {
+            std::string answer;
+            const bool isSent = card->execute(command, [&](const std::string &piece) {
+                answer += piece;
+                if (card->imei())
+                    answer += "a query in the middle of a command";
+            });
+            return isSent && answer == line;
+        };
+        std::thread threads[] = {
+            repeat([&] { return passes("AT^RSTRIGGER?\r", "\r\n^RSTRIGGER: 1\r\n\r\nOK\r\n"); }),
+            repeat([&] { return passes("AT+CSQ\r", "\r\n+CSQ: 21,99\r\n\r\nOK\r\n"); }),
+            repeat([&] { return passes("AT+NONE\r", "\r\nERROR\r\n"); }),
+            repeat([&] { return card->status() == DEVSRV_STATUS_READY; }),
+            repeat([&] { return card->imsi() == "214070123456789"; }),
+        };
+        for (std::thread &thread : threads)
+            thread.join();
+        QCOMPARE(wrong, 0);
+    }
+
+    // Values that cannot change, or that the modem tells by itself, are asked for once.
+    void asksOnce()
+    {
+        PtyModem &modem = plug("gsm umts hspa");
+        const Card card(modem);
+        valuesOf(card);
+        modem.takeJournal();
+        valuesOf(card);
+        QCOMPARE(modem.takeJournal(), QByteArrayList({"AT+CPIN?"}));
+        modem.say("+CREG: 5,\"31C5\",\"1\",6");
+        QTest::qWait(100);
+        modem.setAnswer("AT+COPS?", "+COPS: 0,2,\"21401\"");
+        QCOMPARE(valuesOf(card)["plmn"], "21401");
+        QCOMPARE(valuesOf(card)["place"], "31C5/1");
+    }
+
+    void sendsMessages_data() { addRows("serial-sms.txt"); }
+
+    void sendsMessages()
+    {
+        PtyModem &modem = plug("gsm umts");
+        const Card card(modem);
+        modem.setAnswer("message after 1", cell("first").toUtf8());
+        modem.setAnswer("message after 2", cell("second").toUtf8());
+        modem.takeJournal();
+        const QString text = cell("text").repeated(cell("times").toInt());
+        const QString number = cell("case") == "nobody" ? "" : "+34600111222";
+        if (!cell("says").isEmpty())
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(QRegularExpression::escape(cell("says"))));
+        const bool isSent = card->sendSms({number.toStdU16String(), text.toStdU16String(), true});
+        QCOMPARE(isSent, cell("sent") == "yes");
+        const QByteArrayList journal = modem.takeJournal();
+        int parts = 0;
+        for (qsizetype at = 0; at < journal.size(); ++at) {
+            if (!journal[at].startsWith("AT+CMGS="))
+                continue;
+            ++parts;
+            QCOMPARE(journal[at + 1].size(), 2 * (journal[at].mid(8).toInt() + 1));
+            QVERIFY2(journal[at + 1].mid(2, 2).toInt(nullptr, 16) & 0x20,
+                     "no receipt is asked for");
+        }
+        QCOMPARE(parts, cell("parts").toInt());
+        QVERIFY(card->imei());
+    }
+
+    void givesMessageUpWithoutPrompt()
+    {
+        PtyModem &modem = plug("gsm umts");
+        modem.setAnswer("no prompt", "");
+        modem.setAnswer("AT+CMGS=17", "silence");
+        const Card card(modem);
+        QTest::ignoreMessage(QtWarningMsg,
+                             "serial: the message was not sent: the card did not answer");
+        QVERIFY(!card->sendSms({u"600111222", u"hello"}));
+        QVERIFY(modem.takeJournal().contains("ESC"));
+        QVERIFY(card->imei());
+    }
+
+    void comesBackAfterUnplugging()
+    {
+        PtyModem &modem = plug("gsm umts");
+        Card card(modem);
+        const auto usual = valuesOf(card);
+        modem.unplug();
+        QVERIFY(card.raises("6601 6002"));
+        QCOMPARE(card->imei(), std::nullopt);
+        modem.plug();
+        QVERIFY(card.raises("6002 6014"));
+        QCOMPARE(lostIn(usual, valuesOf(card)), "");
+        const Usage before;
+        for (int count = 0; count < 100; ++count) {
+            modem.unplug();
+            if (count % 2 == 0) // in the middle of a query, or between queries
+                card->status();
+            QVERIFY(card.raises("6601 6002"));
+            modem.plug();
+            QVERIFY(card.raises("6002 6014"));
+        }
+        const Usage after;
+        QCOMPARE(after.descriptors, before.descriptors);
+        QCOMPARE(after.threads, before.threads);
+        QCOMPARE(lostIn(usual, valuesOf(card)), "");
+    }
+
+    void readsDialect()
+    {
+        PtyModem &modem = plug("gsm umts");
+        modem.setAnswer("AT^HWVER", "^HWVER:\"FR210 Ver.B\"");
+        modem.setAnswer("AT^SN", "^SN: 4711");
+        modem.setAnswer("AT+CGSN=0", "490154203237518");
+        QCOMPARE(Card(modem)->serialNumber(), std::nullopt); // the IMEI again
+        const Card card(modem, "?modem=" MODEM_FILES "/caret.ini");
+        QCOMPARE(card->versions().value_or(Versions()).hardware, "FR210 Ver.B");
+        QCOMPARE(card->serialNumber(), "4711");
+        QCOMPARE(card->model(), "FR210");
+    }
+
+    void saysWhyAPortCannotBeUsed_data() { addRows("serial-choices.txt"); }
+
+    void saysWhyAPortCannotBeUsed()
+    {
+        std::string error;
+        QVERIFY(!makeBackend(cell("card").toStdString(), {}, error).card);
+        QVERIFY2(QString::fromStdString(error).contains(cell("says")), error.c_str());
+    }
+
+    void saysThatAPortIsSilentOrBusy()
+    {
+        PtyModem &modem = plug("gsm umts");
+        const Card first(modem);
+        QVERIFY(first->imei());
+        QVERIFY2(
+            Card(modem).error.starts_with("another program uses " + modem.port().toStdString()),
+            Card(modem).error.c_str());
+        PtyModem mute("none");
+        mute.setAnswer("AT", "OK");
+        for (const char *command : {"ATE0", "ATV1", "AT+CMEE?", "AT+CMEE=1"})
+            mute.setAnswer(command, "silence");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not answer"));
+        QVERIFY(Card(mute).error.find("answers AT and no other command") != std::string::npos);
+        PtyModem other("gsm umts");
+        other.isSilent = true;
+        QElapsedTimer timer;
+        timer.start();
+        const Card silent(other, "");
+        QVERIFY(silent.error.starts_with("no card answers AT commands on "));
+        QVERIFY(timer.elapsed() < 5'000);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SerialCard)
+#include "tst_serialcard.moc"

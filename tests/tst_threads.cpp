@@ -182,11 +182,11 @@ private Q_SLOTS:
 
     void keepsTriggerVerdictOfPiecesOnTwoThreads()
     {
-        control.setAnswerMode(DEVSRV_ANSWER_IN_PIECES | DEVSRV_ANSWER_TWO_THREADS);
+        control.setAnswerMode(DEVSRV_ANSWER_IN_PIECES);
         CDataCardInfo collector;
         _DEVICE_INFO record;
         int wrong = 0;
-        // As a piece that says nothing and arrives in each moment.
+        // Delivers pieces that say nothing, at any moment of an exchange.
         const std::jthread other([](const std::stop_token &stop) {
             char piece[] = "OK\r\n";
             while (!stop.stop_requested())

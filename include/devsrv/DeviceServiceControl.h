@@ -52,8 +52,7 @@ enum DevSrvAnswerMode {
     DEVSRV_ANSWER_AT_ONCE = 0,      /* in one piece, on the caller's thread */
     DEVSRV_ANSWER_OTHER_THREAD = 1, /* bit: on another thread */
     DEVSRV_ANSWER_IN_PIECES = 2,    /* bit: a piece for each line */
-    DEVSRV_ANSWER_BEFORE_END = 4,   /* bit: not before ZEPA_EndExuceATCmd has been called */
-    DEVSRV_ANSWER_TWO_THREADS = 8   /* bit: every second piece on one more thread, unordered */
+    DEVSRV_ANSWER_BEFORE_END = 4    /* bit: not before ZEPA_EndExuceATCmd has been called */
 };
 
 /* On which thread the service calls the event callbacks. */

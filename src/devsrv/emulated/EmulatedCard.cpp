@@ -40,22 +40,6 @@ std::vector<std::string> piecesOf(const std::string &answer, bool byLine)
     return pieces;
 }
 
-void deliverPieces(const AnswerSink &answer, const std::vector<std::string> &pieces,
-                   bool twoThreads)
-{
-    const auto deliverFrom = [&](std::size_t first, std::size_t step) {
-        for (std::size_t index = first; index < pieces.size(); index += step)
-            answer(pieces[index]);
-    };
-    if (!twoThreads)
-        return deliverFrom(0, 1);
-    const std::jthread other([&] {
-        t_answering = true;
-        shared::guarded("the answer to an AT command", [&] { deliverFrom(1, 2); });
-    });
-    deliverFrom(0, 2);
-}
-
 } // namespace
 
 EmulatedCard::EmulatedCard(EventSink raise)
@@ -238,9 +222,9 @@ bool EmulatedCard::execute(const std::string &command, const AnswerSink &answer)
         mode = m_answerMode;
         const auto known = m_card.atAnswers.find(commandKey(command));
         const std::string text = known == m_card.atAnswers.end() ? kUnknownCommand : known->second;
-        const auto pieces = piecesOf(text, mode & DEVSRV_ANSWER_IN_PIECES);
-        deliver = [answer, pieces, twoThreads = (mode & DEVSRV_ANSWER_TWO_THREADS) != 0] {
-            deliverPieces(answer, pieces, twoThreads);
+        deliver = [answer, pieces = piecesOf(text, mode & DEVSRV_ANSWER_IN_PIECES)] {
+            for (const std::string &piece : pieces)
+                answer(piece);
         };
     }
     finishAnswer({});

@@ -38,7 +38,8 @@ constexpr Option kSmsOptions[] = {
 };
 
 constexpr Option kCardsOptions[] = {
-    {"fields", nullptr, "List the fields of a card file instead."},
+    {"fields", nullptr, "List the fields of a card file and of a modem file instead."},
+    {"ports", nullptr, "List the serial ports instead, and on which a card answers."},
 };
 
 constexpr Command kCommands[] = {

@@ -164,7 +164,8 @@ private Q_SLOTS:
         static const QRegularExpression lock("success  card state = (\\d+)");
         QHash<QString, QString> values{{"MSISDN", number.match(log).captured(1)},
                                        {"SimLock", lock.match(log).captured(1)}};
-        const auto report = QJsonDocument::fromJson(host.readAllStandardOutput()).object();
+        const auto json = QJsonDocument::fromJson(host.readAllStandardOutput());
+        const QJsonObject report = json["values"].toObject();
         for (const QString &key : report.keys())
             values[key.section('/', 1)] = report[key].toString();
 

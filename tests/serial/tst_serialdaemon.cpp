@@ -12,7 +12,7 @@
 
 namespace {
 
-QMap<QString, QString> report(const QString &card)
+QMap<QString, QString> valuesOf(const QString &card)
 {
     QTemporaryDir root;
     HostProcess host({"report", "--json", "--log", "--root", root.path(), "--card", card});
@@ -23,9 +23,10 @@ QMap<QString, QString> report(const QString &card)
     const QString log = host.readAllStandardError();
     QMap<QString, QString> values{{"lock", lock.match(log).captured(1)},
                                   {"number", number.match(log).captured(1)}};
-    const auto json = QJsonDocument::fromJson(host.readAllStandardOutput()).object();
-    for (const QString &key : json.keys())
-        values[key] = json[key].toString();
+    const auto json = QJsonDocument::fromJson(host.readAllStandardOutput());
+    const QJsonObject report = json["values"].toObject();
+    for (const QString &key : report.keys())
+        values[key] = report[key].toString();
     for (const char *key : {"Client/Time", "Client/Command/Device/SmsTriggerState", "Client/SN"})
         values.remove(key);
     return values;
@@ -53,13 +54,13 @@ private Q_SLOTS:
         QVERIFY(m_bed.startDaemon());
         ScriptedModem *const modem = m_bed.plug(cell("kinds"), answers);
         QVERIFY(modem);
-        const auto byDaemon = report("modemmanager");
+        const auto byDaemon = valuesOf("modemmanager");
         QVERIFY(byDaemon.contains("Client/Command/Device/Model"));
 
         PtyModem port(cell("kinds"));
         for (const QString &command : answers.keys())
             port.setAnswer(command.toUtf8(), answers[command].toUtf8());
-        QCOMPARE(report(port.card()), byDaemon);
+        QCOMPARE(valuesOf(port.card()), byDaemon);
     }
 };
 

@@ -3,6 +3,7 @@
 // Measures reports and their parts against the minimum work that they need, in one run, and prints
 // a table of ratios.
 #include "ConfigDocument.h"
+#include "DocumentLimits.h"
 #include "NetworkInfo.h"
 #include "ResidentMemory.h"
 #include "devsrv/DeviceServiceControl.h"
@@ -134,7 +135,7 @@ QByteArray configOf(std::int64_t histories)
 void roundTrip(const QByteArray &before, bool change)
 {
     QDomDocument document;
-    const bool taken = !change || !kestrun::isTooDeep(before);
+    const bool taken = !change || !kestrun::exceededLimit(before);
     document.setContent(taken ? before : QByteArray());
     if (change)
         kestrun::setSimLockState(document, QStringLiteral("0"));

@@ -7,6 +7,11 @@
 
 namespace kestrun {
 
+void followTimeZone()
+{
+    tzset();
+}
+
 std::array<char, 16> timeStamp()
 {
     // QTime would check the time zone's file for each of a report's eighty lines, and format

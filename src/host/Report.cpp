@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Report.h"
 
+#include "RegularFile.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
@@ -97,7 +99,7 @@ QString whyNotWritten(const QString &file)
 ConfigState::ConfigState(const QString &fileName) : file(fileName)
 {
     QFile config(fileName);
-    readable = config.open(QIODevice::ReadOnly);
+    readable = openRegularFile(config);
     if (!readable)
         return;
     QXmlStreamReader reader(&config);

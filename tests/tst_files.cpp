@@ -160,6 +160,13 @@ void onSmallStack(std::function<void()> action)
     pthread_attr_destroy(&attributes);
 }
 
+// Makes a file with the content, whatever the mode of the old one permits.
+void renew(const QString &file, const QByteArray &content)
+{
+    QFile::remove(file);
+    writeFile(file, content);
+}
+
 // Puts something in place of a file.
 void makeKind(const QString &kind, const QString &file, const QString &target)
 {
@@ -216,8 +223,8 @@ private Q_SLOTS:
         const QByteArray changed = configWith(2);
         int call = 1;
         for (;; ++call) {
-            root.write(root.config(), old);
-            root.write(root.report(), document('a', 2'000));
+            renew(root.config(), old);
+            renew(root.report(), document('a', 2'000));
             const bool killed = killedAtCall(call, [] {
                 kestrun::writeReportFile(document('b', 2'000));
                 kestrun::updateConfigFile("2", "module");
@@ -237,8 +244,8 @@ private Q_SLOTS:
         QCOMPARE(lostByKills(
                      1'000,
                      [&] {
-                         root.write(root.config(), configWith(1, 100));
-                         root.write(root.report(), document('a', 2'000));
+                         renew(root.config(), configWith(1, 100));
+                         renew(root.report(), document('a', 2'000));
                      },
                      [](int turn) {
                          kestrun::writeReportFile(document(turn % 2 ? 'a' : 'b', 2'000));
@@ -258,7 +265,7 @@ private Q_SLOTS:
         const TestRoot root;
         const auto lost = [&](qsizetype longer, qsizetype shorter) {
             return lostByKills(
-                1'000, [&] { root.write(root.report(), document('a', longer)); },
+                1'000, [&] { renew(root.report(), document('a', longer)); },
                 [=](int turn) {
                     kestrun::writeReportFile(turn % 2 ? document('a', longer)
                                                       : document('b', shorter));

@@ -25,8 +25,9 @@ namespace kestrun {
 namespace {
 
 constexpr char kNotAFile[] = "it is not a regular file; it is neither read nor changed";
-constexpr char kForeignLink[] = "it is a link that belongs neither to this user nor to the owner "
-                                "of its directory; it is not followed";
+constexpr char
+    kForeignLink[] = "it is a link that leads in a circle or belongs neither to this user "
+                     "nor to the owner of its directory; it is not followed";
 
 // The latest warnings by path, so that no warning is repeated in each report.
 QBasicMutex s_warningsMutex;

@@ -90,13 +90,14 @@ private:
         return std::equal(rest.begin(), rest.end(), text.begin(), text.end());
     }
 
+    // Steps onto the end, or behind the document if there is none.
     void skipTo(std::string_view end)
     {
         const std::basic_string<Char> wide(end.begin(), end.end());
-        m_at = m_xml.find(wide, m_at + 2);
+        m_at = std::min(m_xml.find(wide, m_at + 2), m_xml.size());
     }
 
-    void skipQuoted() { m_at = m_xml.find(m_xml[m_at], m_at + 1); }
+    void skipQuoted() { m_at = std::min(m_xml.find(m_xml[m_at], m_at + 1), m_xml.size()); }
 
     void skipEndTag()
     {

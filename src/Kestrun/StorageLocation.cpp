@@ -79,7 +79,7 @@ bool isHarmless(const QString &path)
     const auto isControl = [](QChar character) {
         return character < u' ' || character == QChar(0x7f);
     };
-    return QDir::cleanPath(path).startsWith(userData())
+    return QDir::cleanPath(path).startsWith(QDir::cleanPath(userData()) + u'/')
         && std::none_of(path.begin(), path.end(), isControl);
 }
 

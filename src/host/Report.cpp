@@ -54,7 +54,7 @@ FileState::FileState(const QString &file)
 std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous)
 {
     QFile report(file);
-    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
+    if (FileState(file) == previous || !openRegularFile(report))
         return std::nullopt;
     const QByteArray xml = report.readAll();
     const auto values = reportValues(xml);

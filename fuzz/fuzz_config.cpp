@@ -2,6 +2,7 @@
 
 // A "Config.xml" that is accepted keeps everything except the lock states.
 #include "ConfigDocument.h"
+#include "DocumentLimits.h"
 #include "Fuzz.h"
 
 #include <QDomDocument>
@@ -24,7 +25,7 @@ void fuzzOne(const QByteArray &input)
 {
     QDomDocument before;
     QDomDocument after;
-    if (kestrun::isTooDeep(input) || !before.setContent(input))
+    if (kestrun::exceededLimit(input) || !before.setContent(input))
         return;
     after.setContent(input);
     kestrun::setSimLockState(after, QStringLiteral("7"));

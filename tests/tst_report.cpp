@@ -83,31 +83,6 @@ private Q_SLOTS:
                      cell("before") == "none" ? 0 : cell("before").size());
     }
 
-    // Reading such a file would take minutes, and saving it would overflow the host's stack.
-    void keepsConfigNestedTooDeeply()
-    {
-        const TestRoot root;
-        const QByteArray deep = QByteArray("<a>").repeated(200'000);
-        root.write(root.config(), deep);
-        const LogCapture log;
-        writeReport();
-        QCOMPARE(log.lines().filter("W Config.xml is nested too deeply").size(), 1);
-        QCOMPARE(QFileInfo(root.config()).size(), deep.size());
-    }
-
-    void limitsDepthOfConfig_data() { addRows("config-depth.txt"); }
-
-    void limitsDepthOfConfig()
-    {
-        const QByteArray tag = cell("tag").toUtf8();
-        const int levels = cell("levels").toInt();
-        QByteArray xml = cell("prefix").toUtf8() + ('<' + tag + '>').repeated(levels)
-            + ("</" + tag + '>').repeated(levels) + cell("suffix").toUtf8();
-        xml.replace("ENDS", QByteArray("</").repeated(1'000));
-        xml.replace("SIBLINGS", QByteArray("<b></b>").repeated(1'000));
-        QTEST(QString(kestrun::isTooDeep(xml) ? "yes" : "no"), "isTooDeep");
-    }
-
     void writesNothingWithoutDataDirectory()
     {
         const TestRoot root;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "ReportFiles.h"
 #include "StorageLocation.h"
 #include "TestData.h"
 #include "TestSupport.h"
@@ -7,6 +8,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTest>
@@ -14,6 +16,8 @@
 #include <clocale>
 #include <dlfcn.h>
 #include <filesystem>
+#include <tuple>
+#include <unistd.h>
 
 namespace {
 
@@ -66,6 +70,97 @@ private Q_SLOTS:
         QCOMPARE(QString::fromStdWString(path),
                  "/usr/local/vl_bk_userdata/" + cell("name") + "/OnlineUpdate/OnlineUpdate Data/");
         CCollectionDataLogic::Destroy();
+    }
+
+    // Serialized lists in lists would take the whole stack.
+    void readsNoObjects()
+    {
+        const TestRoot root;
+        const QByteArray level = "\\0\\0\\0\\x9\\0\\0\\0\\0\\x1";
+        const QByteArray object = "@Variant(" + level.repeated(18'000) + ")\n";
+        root.write("SysConfig.dat",
+                   "[EHIDS_PRODUCT_VERSION]\nother=" + object + "VALUE=" + object
+                       + "APP_INSTALL_PATH=name\n");
+        QVERIFY(kestrun::currentDataDirectory().path.contains("/name/"));
+    }
+
+    // Within one tick of the clock, and of the same size.
+    void readsChangedSettings()
+    {
+        const TestRoot root;
+        for (const QByteArray name : {"ab", "cd", "ef"}) {
+            root.write("SysConfig.dat", "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + name);
+            QVERIFY(kestrun::currentDataDirectory().path.contains('/' + name + '/'));
+        }
+    }
+
+    void writesNothingToForeignDirectory_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("writable");
+        QTest::newRow("outside") << "../x" << false;
+        QTest::newRow("beside, with the same beginning") << "../vl_bk_userdata2" << false;
+        QTest::newRow("control character") << "a\x01b" << false;
+        QTest::newRow("inside") << "a/../b" << true;
+    }
+
+    // Settings of another user must not lead root elsewhere.
+    void writesNothingToForeignDirectory()
+    {
+        if (geteuid() != 0)
+            QSKIP("Only root writes where other users may not.");
+        QFETCH(QString, name);
+        QFETCH(bool, writable);
+        const TestRoot root;
+        root.write("SysConfig.dat", "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + name.toUtf8());
+        const QString directory = kestrun::currentDataDirectory().path;
+        QVERIFY(QDir().mkpath(directory));
+        for (const uid_t owner : {uid_t(0), uid_t(1234)}) {
+            QCOMPARE(chown(root.path("SysConfig.dat").toLocal8Bit(), owner, 0), 0);
+            QFile::remove(directory + "UpdateRule.dat");
+            const LogCapture log;
+            kestrun::writeReportFile("<report/>");
+            kestrun::updateConfigFile("1", "module");
+            const bool written = writable || owner == 0;
+            QCOMPARE(QFile::exists(directory + "UpdateRule.dat"), written);
+            QCOMPARE(log.lines().filter("another user's SysConfig.dat").size(), written ? 0 : 1);
+        }
+    }
+
+    // In GBK the second byte of a character may be a backquote.
+    void keepsMultiByteLocalesFromShell()
+    {
+        const TestRoot root;
+        QProcess localedef;
+        localedef.start("localedef", {"-f", "GBK", "-i", "zh_CN", root.path("zh_CN.GBK")});
+        if (!localedef.waitForFinished(60'000) || !QFile::exists(root.path("zh_CN.GBK/LC_CTYPE")))
+            QSKIP("The system has no sources of locales.");
+        const QByteArray before = qgetenv("LC_ALL");
+        qputenv("LOCPATH", root.path().toLocal8Bit());
+        for (const auto &[locale, name, commands] :
+             {std::tuple("zh_CN.GBK", "\u4e2d", 0), std::tuple("zh_CN.GBK", "a b", 3),
+              std::tuple("C.UTF-8", "\u4e2d", 3), std::tuple("C", "\u4e2d", 3)}) {
+            qputenv("LC_ALL", locale);
+            s_commands.clear();
+            const QString file = root.path(name);
+            root.write(file, "x");
+            QFile::setPermissions(file, QFile::ReadOwner);
+            setFilePermissions(QString::fromLatin1(file.toUtf8()));
+            QCOMPARE(s_commands.size(), commands);
+            QCOMPARE(permissions(file), 0777);
+        }
+        qputenv("LC_ALL", before);
+        qunsetenv("LOCPATH");
+    }
+
+    void changesNoFileBeforeNul()
+    {
+        const TestRoot root;
+        root.write("file", "x");
+        QFile::setPermissions(root.path("file"), QFile::ReadOwner);
+        QVERIFY(setFilePermissions(root.path("file") + QChar(u'\0') + "name"));
+        QCOMPARE(permissions(root.path("file")), 0400);
+        QCOMPARE(s_commands, QByteArrayList());
     }
 
     void escapesForShell()

@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "kestrun/CollectionDataLogic.h"
 
-#include "ConfigDocument.h"
 #include "DataCardInfo.h"
 #include "HostPcInfo.h"
 #include "Log.h"
 #include "NetworkInfo.h"
 #include "ReportDocument.h"
+#include "ReportFiles.h"
 #include "StorageLocation.h"
 #include "shared/Guard.h"
 
-#include <QDomDocument>
-#include <QFile>
 #include <QScopeGuard>
-#include <QSettings>
 
 #include <algorithm>
 #include <condition_variable>
@@ -31,9 +28,6 @@ constexpr char kPath[] = "../../src/Kestrun/CollectionDataLogic";
 constexpr int kNotifyRewrite = 0x1000;
 constexpr int kNotifyRewriteOther = 0x802;
 
-// Mode 0002. Dashboards recognize the file by it, so that it must not be widened.
-constexpr auto kConfigPermissions = QFile::WriteOther;
-
 QString toQString(const std::string &latin1)
 {
     return QString::fromLatin1(latin1.data(), static_cast<qsizetype>(latin1.size()));
@@ -46,14 +40,6 @@ struct ReportRun
     bool again = false;
 };
 thread_local ReportRun t_reportRun;
-
-// A file in the plug-in's data directory. The directory is read from the settings each time.
-QString dataFile(const QString &name)
-{
-    QSettings settings(QStringLiteral("SysConfig.dat"), QSettings::IniFormat);
-    settings.beginGroup(QStringLiteral("EHIDS_PRODUCT_VERSION"));
-    return dataDirectory(settings.value(QStringLiteral("APP_INSTALL_PATH")).toString()) + name;
-}
 
 // Whether a report is being written. For all controllers: after Destroy(), the one before may still
 // be writing the same files. Not a lock that is held meanwhile, since a thread that writes one
@@ -82,8 +68,6 @@ struct kestrun::ControllerState
 
     void runReport();
     void writeReportAndConfig();
-    void writeReport();
-    void updateConfig();
 };
 
 std::atomic<CCollectionDataLogic *> CCollectionDataLogic::_Instance = nullptr;
@@ -306,74 +290,17 @@ void ControllerState::runReport()
 
 void ControllerState::writeReportAndConfig()
 {
+    followTimeZone();
     dataCard.SetData(data);
     network.SetData(data);
     hostPc.SetData(data);
-    writeReport();
-    updateConfig();
-}
-
-void ControllerState::writeReport()
-{
-    const QString fileName = dataFile(QStringLiteral("UpdateRule.dat"));
-    const QByteArray document = reportDocument(data);
-    // Written in place and not to a temporary file first: readers may keep the file open.
-    QFile file(fileName);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        file.write(document);
-        file.close();
-    } else {
-        qDebug("Open File Failed.");
-    }
-    if (!setFilePermissions(QString::fromLatin1(fileName.toUtf8())))
-        qDebug(" SetFilePermissions UserData.dat File Error.");
-}
-
-void ControllerState::updateConfig()
-{
-    // The log says "Exit" after each of the first two failures, although the function continues.
-    const Source source{kPath, "WriteDataToFile"};
-    static constexpr LineFormat<> kExit("%s : %s: %s: Exit");
-    qDebug("Read Config.xml file:");
-    QFile file(dataFile(QStringLiteral("Config.xml")));
-
-    // A failure does not stop the steps that follow: a file that is missing or is not XML becomes
-    // an empty file, if the directory permits it.
-    const bool opened = file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
-    if (!opened) {
-        qDebug("Error open file: ");
-        logLine(source, kExit);
-    }
-    file.setPermissions(kConfigPermissions);
-    const QByteArray original = opened ? file.readAll() : QByteArray();
-    if (isTooDeep(original)) {
-        qWarning("Config.xml is nested too deeply to be written and is left as it is; its lock "
-                 "state is not updated");
-        return;
-    }
-    QDomDocument config;
-    QString error;
-    // Replaced after an error, since setContent() keeps the nodes that precede the error.
-    if (!opened || !config.setContent(original, false, &error)) {
-        config = QDomDocument();
-        qDebug("Error set file: ");
-        logLine(source, kExit);
-    }
-    file.close();
-
-    setSimLockState(config, toQString(data["Device_SimLock"]));
-    // Converted to one text first: saving directly into the file would write it line by line.
-    const QByteArray updated = configText(config);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        file.setPermissions(kConfigPermissions);
-        file.write(updated);
-        file.close();
-    }
+    writeReportFile(reportDocument(data));
+    updateConfigFile(toQString(data["Device_SimLock"]), kPath);
 }
 
 void CCollectionDataLogic::GetPath(std::wstring &path)
 {
-    path = dataFile({}).toStdWString();
+    path = currentDataDirectory().path.toStdWString();
 }
 
 bool CCollectionDataLogic::SendSMS(std::string number, std::string text)

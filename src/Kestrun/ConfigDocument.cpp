@@ -1,54 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ConfigDocument.h"
 
-#include <QDomDocument>
-#include <QRegularExpression>
-#include <QTextStream>
-#include <QXmlStreamReader>
+#include "TextEncoding.h"
 
-#include <algorithm>
+#include <QDomDocument>
+#include <QTextStream>
 
 namespace kestrun {
 
 namespace {
-
-constexpr int kMaximumDepth = 500;
-
-// Returns true if the byte '<' always stands for that character, and the character for that byte.
-bool isPlainlyEncoded(const QByteArray &xml)
-{
-    static const QRegularExpression otherEncoding(
-        QStringLiteral("^(\\x{ef}\\x{bb}\\x{bf})?<\\?[^>]*encoding"
-                       "(?!\\s*=\\s*[\"'](utf-8|us-ascii|iso-8859-1)[\"'])"),
-        QRegularExpression::CaseInsensitiveOption);
-    const QString declaration = QString::fromLatin1(xml.left(xml.indexOf('>')));
-    return !xml.contains('\0') && !otherEncoding.match(declaration).hasMatch();
-}
-
-// An upper bound of the depth, many times as fast as a parser. Returns false only for a document
-// that is certainly not too deep.
-bool estimateExceedsDepth(const QByteArray &xml)
-{
-    if (!isPlainlyEncoded(xml))
-        return true;
-    // End tags are counted only if nothing else in the document can contain "</".
-    bool tagsOnly = true;
-    qsizetype starts = 0;
-    qsizetype depth = 0;
-    qsizetype deepest = 0;
-    for (qsizetype at = xml.indexOf('<'); at >= 0; at = xml.indexOf('<', at + 1)) {
-        const char next = at + 1 < xml.size() ? xml.at(at + 1) : '\0';
-        if (next == '/') {
-            --depth;
-            continue;
-        }
-        tagsOnly = tagsOnly && next != '!'
-            && (next != '?' || (at == 0 && xml.startsWith("<?xml ")));
-        ++starts;
-        deepest = std::max(deepest, ++depth);
-    }
-    return (tagsOnly ? deepest : starts) > kMaximumDepth;
-}
 
 // Returns an element's only child if that is a text and the element has no attributes, and a null
 // node otherwise.
@@ -82,32 +42,22 @@ void setSimLockState(QDomDocument &config, const QString &simLock)
     }
 }
 
-QByteArray configText(const QDomDocument &config)
+std::optional<QByteArray> configText(QDomDocument config)
 {
     constexpr int kIndent = 4;
-    QByteArray text;
+    QString text;
     QTextStream stream(&text);
+    QString encoding;
+    QDomProcessingInstruction declaration = config.firstChild().toProcessingInstruction();
+    if (declaration.target() == QLatin1String("xml")) {
+        // Saved by itself: QDom would warn of each encoding that it does not know.
+        stream << "<?xml " << declaration.data() << "?>\n";
+        encoding = declaredEncoding(declaration.data());
+        config.removeChild(declaration);
+    }
     config.save(stream, kIndent);
     stream.flush();
-    return text;
-}
-
-bool isTooDeep(const QByteArray &xml)
-{
-    if (!estimateExceedsDepth(xml))
-        return false;
-    QXmlStreamReader reader(xml);
-    // As QDomDocument reads it: an undeclared prefix is no error.
-    reader.setNamespaceProcessing(false);
-    int depth = 0;
-    while (!reader.atEnd() && depth <= kMaximumDepth) {
-        const auto token = reader.readNext();
-        if (token == QXmlStreamReader::StartElement)
-            ++depth;
-        else if (token == QXmlStreamReader::EndElement)
-            --depth;
-    }
-    return depth > kMaximumDepth;
+    return encodedXml(text, encoding);
 }
 
 } // namespace kestrun

@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
+
 class QDomDocument;
 
 namespace kestrun {
@@ -14,12 +16,8 @@ namespace kestrun {
 void setSimLockState(QDomDocument &config, const QString &simLock);
 
 /// Returns the document as text, indented by 4, in the encoding that it declares, or in UTF-8 if
-/// it declares none. Returns an empty text for an empty document.
-QByteArray configText(const QDomDocument &config);
-
-/// Returns true if a document is nested more than 500 levels deep, far deeper than a dashboard's
-/// file. QDom needs time that grows with the square of the depth to read a document, and overflows
-/// the stack when it saves one with some thousand levels. Pure; linear in the size.
-bool isTooDeep(const QByteArray &xml);
+/// it declares none, see encodedXml(). Returns an empty text for an empty document, and nothing if
+/// the encoding cannot hold it. Takes the XML declaration out of the document.
+std::optional<QByteArray> configText(QDomDocument config);
 
 } // namespace kestrun

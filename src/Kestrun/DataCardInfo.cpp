@@ -2,13 +2,13 @@
 #include "DataCardInfo.h"
 
 #include "BoundedText.h"
+#include "IniFile.h"
 #include "Log.h"
 #include "Platform.h"
 #include "SmsTrigger.h"
 #include "shared/Guard.h"
 
 #include <QMutex>
-#include <QSettings>
 
 #include <cstring>
 #include <memory>
@@ -24,6 +24,11 @@ constexpr char kPath[] = "../../src/Kestrun/DataCardInfo";
 constexpr char kSysConfig[] = "SysConfig.dat";
 constexpr char kVersionKey[] = "EHIDS_PRODUCT_VERSION/VALUE";
 constexpr char kVolumePathKey[] = "Volumes/path1";
+
+std::string versionOf(const IniFile &settings)
+{
+    return settings.value(QLatin1String(kVersionKey)).toLatin1().toStdString();
+}
 
 // The buffer of the calls that fill a plain text, in the form of a record.
 struct ShortText
@@ -86,13 +91,6 @@ const char *productFamily(std::int32_t productType)
         return "TD_SCDMA";
     }
     return "";
-}
-
-// Reads a text from an INI file. Returns an empty text if the file, the section or the key is
-// missing.
-QString readSetting(const QString &file, const char *key)
-{
-    return QSettings(file, QSettings::IniFormat).value(QLatin1String(key)).toString();
 }
 
 // The verdict on the answers to the SMS-trigger query, which may arrive on another thread.
@@ -323,29 +321,29 @@ void CDataCardInfo::GetDeviceDverPC(_DEVICE_INFO &rec)
 {
     rec.strDverPc.clear();
     logCalled({kPath, __func__});
-    rec.strDverPc = readSetting(QLatin1String(kSysConfig), kVersionKey).toLatin1().toStdString();
+    rec.strDverPc = versionOf(IniFile(QLatin1String(kSysConfig)));
     logValue("strDverPc", rec.strDverPc);
 }
 
 void CDataCardInfo::GetDeviceDverCD(_DEVICE_INFO &rec)
 {
     rec.strDverCD.clear();
-    const QString portDetect = systemLocation(
-        QStringLiteral("/Library/StartupItems/VLPortDetect/config"));
-    QString path = readSetting(portDetect, kVolumePathKey);
+    const IniFile portDetect(
+        systemLocation(QStringLiteral("/Library/StartupItems/VLPortDetect/config")));
+    QString path = portDetect.value(QLatin1String(kVolumePathKey));
     // Only corrected: nothing uses the name, and the path alone decides.
-    QString name = readSetting(portDetect, "Volumes/name");
+    QString name = portDetect.value(QStringLiteral("Volumes/name"));
     if (name == QLatin1String("Pelican"))
         name = QStringLiteral("Pelican Broadband PX4410");
 
     if (path.isEmpty()) {
-        path = readSetting(systemLocation(QStringLiteral("/Applications/Brisklane.app/Contents/"
-                                                         "Resources/config/autorun/config_mac")),
-                           kVolumePathKey);
+        const IniFile autorun(systemLocation(QStringLiteral(
+            "/Applications/Brisklane.app/Contents/Resources/config/autorun/config_mac")));
+        path = autorun.value(QLatin1String(kVolumePathKey));
     }
     if (path.isEmpty())
         return;
     // No separator is added: the stored mount path ends in a slash.
     path += QStringLiteral("Contents/Resources/Brisklane.mpkg/Contents/Resources/SysConfig.dat");
-    rec.strDverCD = readSetting(path, kVersionKey).toLatin1().toStdString();
+    rec.strDverCD = versionOf(IniFile(path));
 }

@@ -21,6 +21,9 @@ struct Source
 /// The current time as "hh:mm:ss:zzz".
 std::array<char, 16> timeStamp();
 
+/// Lets the following time stamps be in the present time zone, if the user has changed it.
+void followTimeZone();
+
 /// Whether the host has the log switched on. Formatting a line takes longer than most of the calls
 /// that it reports.
 inline bool logEnabled()

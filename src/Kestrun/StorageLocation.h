@@ -8,9 +8,21 @@
 namespace kestrun {
 
 /// Returns the directory of the report and of "Config.xml", given the install path from
-/// "SysConfig.dat". Blanks in the path become "_", and an empty path becomes "Brisk_Lane"; the path
-/// is not checked in any other way. The result ends in "/".
+/// "SysConfig.dat". Blanks in the path become "_", and an empty path or one with a NUL becomes
+/// "Brisk_Lane"; the path is not checked in any other way. The result ends in "/".
 QString dataDirectory(const QString &installPath);
+
+/// The directory of the report and of "Config.xml" at present.
+struct DataDirectory
+{
+    QString path;
+    /// False if this process is root's and another user's settings name a directory outside that
+    /// of all products, or one with a control character: that user could have any file changed.
+    bool writable = true;
+};
+
+/// Reads the directory from "SysConfig.dat" in the working directory.
+DataDirectory currentDataDirectory();
 
 } // namespace kestrun
 

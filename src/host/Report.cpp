@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Report.h"
 
+#include "RegularFile.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
@@ -52,7 +54,7 @@ FileState::FileState(const QString &file)
 std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous)
 {
     QFile report(file);
-    if (FileState(file) == previous || !report.open(QIODevice::ReadOnly))
+    if (FileState(file) == previous || !openRegularFile(report))
         return std::nullopt;
     const QByteArray xml = report.readAll();
     const auto values = reportValues(xml);
@@ -97,7 +99,7 @@ QString whyNotWritten(const QString &file)
 ConfigState::ConfigState(const QString &fileName) : file(fileName)
 {
     QFile config(fileName);
-    readable = config.open(QIODevice::ReadOnly);
+    readable = openRegularFile(config);
     if (!readable)
         return;
     QXmlStreamReader reader(&config);

@@ -3,6 +3,7 @@
 
 #include "Json.h"
 #include "Output.h"
+#include "RegularFile.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -35,7 +36,7 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
       m_readerGone(STDOUT_FILENO, QSocketNotifier::Exception)
 {
     QFile file(m_reportFile);
-    if (file.open(QIODevice::ReadOnly))
+    if (openRegularFile(file))
         m_reportXml = file.readAll();
     // A rewrite changes the file several times within milliseconds.
     constexpr int kSettleMs = 30;
@@ -168,7 +169,7 @@ void Watcher::checkReport()
     watchFiles();
     const FileState state(m_reportFile);
     QFile file(m_reportFile);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!openRegularFile(file))
         return;
     const QByteArray xml = file.readAll();
     const auto values = reportValues(xml);

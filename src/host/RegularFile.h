@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+/// Opens a regular file for reading. Returns false for anything else: a FIFO would wait for a
+/// writer, and a device may have no end.
+inline bool openRegularFile(QFile &file)
+{
+    const QByteArray name = QFile::encodeName(file.fileName());
+    const int descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    struct stat status;
+    if (descriptor < 0)
+        return false;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
+        && file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(descriptor);
+    return false;
+}

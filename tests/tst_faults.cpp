@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "DataCardInfo.h"
+#include "Schema.h"
 #include "TestData.h"
 #include "TestSupport.h"
 #include "kestrun/CollectionDataLogic.h"
@@ -66,7 +67,7 @@ Values reportOf(const char *card, const char *function = "ZEPA_DevSrv_GetSN",
     startCard(card);
     setFault(function, fault);
     wholeLife();
-    return values(root);
+    return isValidReport(readFile(root.report())) ? values(root) : Values();
 }
 
 // Limits the size of files to `bytes`, as a full disk does.

@@ -37,7 +37,9 @@ QString systemLocation(const QString &path)
 int macintoshVersion()
 {
     const auto system = QOperatingSystemVersion::current();
-    if (system.type() != QOperatingSystemVersion::MacOS)
+    // Later releases of Qt have two types of this name.
+    using Type = decltype(system.type());
+    if (system.type() != Type::MacOS)
         return 0;
     constexpr int kNumberOfRelease0 = 2;
     constexpr int kAfterRelease10 = 100;

@@ -4,12 +4,26 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <sys/stat.h>
 
 namespace {
 
 const QString kData = TEST_DATA;
+
+// Tests see the same environment whoever runs them: settings of Qt, of the desktop, of the locale
+// and the user's file mask would change logs, messages and permissions. Done before main(), so that
+// Qt has not read any of them; child processes inherit it.
+const bool s_environmentIsSet = [] {
+    static const QRegularExpression setting("^(QT_|XDG_|LC_|LANG)");
+    for (const QString &name : QProcessEnvironment::systemEnvironment().keys().filter(setting))
+        qunsetenv(qPrintable(name));
+    umask(022);
+    return qputenv("LC_ALL", "C.UTF-8");
+}();
 
 QStringList readLines(const QString &file)
 {

@@ -47,6 +47,7 @@ private:
                                           {"ROOT", path("root")},
                                           {"''", QString()},
                                           {"PAIR", path("pair/plugin.so")},
+                                          {"REPORT", SOURCE "tests/data/report.xml"},
                                           {"FULL", path("full")},
                                           {"BARE", path("bare")}};
 

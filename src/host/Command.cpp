@@ -37,6 +37,10 @@ constexpr Option kSmsOptions[] = {
     {"receipt", nullptr, "Ask for delivery receipts before the message is sent."},
 };
 
+constexpr Option kInspectOptions[] = {
+    {"report", "FILE", "Show whether a report has the right form instead."},
+};
+
 constexpr Option kCardsOptions[] = {
     {"fields", nullptr, "List the fields of a card file and of a modem file instead."},
     {"ports", nullptr, "List the serial ports instead, and on which a card answers."},
@@ -88,7 +92,7 @@ constexpr Command kCommands[] = {
      "Shows whether a dashboard would accept a plug-in file, or with --sdk whether the plug-in can "
      "use a device service. Only a child process runs code of the file.",
      SharedOptions::Sdk,
-     {},
+     kInspectOptions,
      {"[FILE]", "The plug-in; without it, that of this installation.", 0, 1},
      runInspect},
     {"help",

@@ -4,6 +4,7 @@
 #include "ElfFile.h"
 #include "LoadCheck.h"
 #include "Output.h"
+#include "ReportCheck.h"
 #include "plugin/PluginEntry.h"
 
 #include <QCoreApplication>
@@ -263,14 +264,30 @@ ExitStatus inspectPlugin(const QString &fileName)
     return show(findings, fileName, QStringLiteral("a dashboard"));
 }
 
+ExitStatus inspectReport(const QString &fileName)
+{
+    requireReadable(fileName);
+    QFile file(fileName);
+    file.open(QIODevice::ReadOnly);
+    const QString fault = reportFault(file.readAll());
+    if (fault.isEmpty()) {
+        print(QStringLiteral("%1 is a complete report.\n").arg(visible(fileName)));
+        return ExitStatus::Done;
+    }
+    failRun(QStringLiteral("%1, %2").arg(fileName, fault));
+}
+
 } // namespace
 
 ExitStatus runInspect(const CommandLine &line)
 {
     const QStringList files = line.positional();
-    if (!line.has("sdk"))
-        return inspectPlugin(files.isEmpty() ? PluginLibrary::defaultFile() : files.constFirst());
-    if (!files.isEmpty())
-        failUsage(QStringLiteral("--sdk and a plug-in file exclude each other; choose one"));
-    return inspectSdk(line.value("sdk"));
+    if (files.size() + line.has("sdk") + line.has("report") > 1)
+        failUsage(
+            QStringLiteral("--sdk, --report and a plug-in file exclude each other; choose one"));
+    if (line.has("sdk"))
+        return inspectSdk(line.value("sdk"));
+    if (line.has("report"))
+        return inspectReport(line.value("report"));
+    return inspectPlugin(files.isEmpty() ? PluginLibrary::defaultFile() : files.constFirst());
 }

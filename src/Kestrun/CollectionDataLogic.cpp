@@ -229,8 +229,8 @@ int handleEvent(CCollectionDataLogic &controller, int event, const Source &sourc
 
 int CCollectionDataLogic::OnDevEvents(int event, void *)
 {
-    return shared::guarded("OnDevEvents", 0, [&, function = __func__] {
-        const Source source{kPath, function};
+    const Source source{kPath, __func__};
+    return shared::guarded("OnDevEvents", 0, [&] {
         logLine(source, "%s: %s: %s:  Entered");
         logLine(source, "%s: %s: %s:  Dev Evenet(%d)", event);
         const ControllerUse use;

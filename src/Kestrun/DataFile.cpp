@@ -96,7 +96,7 @@ std::optional<QByteArray> changeable(const QByteArray &path)
 {
     if (path.contains('\0'))
         return std::nullopt;
-    const auto real = withoutLinks(path);
+    auto real = withoutLinks(path);
     if (!real)
         warnAbout(path, kForeignLink);
     return real;

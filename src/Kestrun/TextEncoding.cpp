@@ -7,6 +7,7 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 
+#include <cstdint>
 #include <iconv.h>
 
 namespace kestrun {
@@ -29,7 +30,7 @@ public:
     SystemDecoder(const SystemDecoder &) = delete;
     SystemDecoder &operator=(const SystemDecoder &) = delete;
 
-    bool isValid() const { return m_converter != iconv_t(-1); }
+    bool isValid() const { return reinterpret_cast<std::intptr_t>(m_converter) != -1; }
 
     // Returns a null text for bytes that are invalid.
     QString decode(QByteArray bytes)
@@ -161,7 +162,7 @@ std::optional<QByteArray> encodedXml(const QString &xml, const QString &encoding
     for (const Readers readers : {Readers::QtAndSystem, Readers::Qt}) {
         Encodability encodability(name, readers);
         const QString text = withReferences(xml, encodability);
-        const auto bytes = encoded(text, name);
+        auto bytes = encoded(text, name);
         // References are read as characters only in texts and attributes.
         if (bytes && (text == xml || isSameDocument(*bytes, xml)))
             return bytes;

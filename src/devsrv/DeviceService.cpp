@@ -339,7 +339,8 @@ int32_t ZEPA_NetSrv_GetSysInfoEx(SysInfoRecord *record)
 
 int32_t ZEPA_SMSSrv_CreateSMSRecord(void **handle, const uint16_t *number, const uint16_t *text)
 {
-    return shared::guarded(__func__, kFailure, [&, function = __func__] {
+    const char *const function = __func__;
+    return shared::guarded(function, kFailure, [&] {
         auto message = std::make_shared<SmsMessage>();
         message->number = toText(number);
         message->text = toText(text);
@@ -394,7 +395,8 @@ int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
 {
     if (length < 0)
         return kFailure;
-    return shared::guarded(__func__, kFailure, [=, function = __func__] {
+    const char *const function = __func__;
+    return shared::guarded(function, kFailure, [=] {
         const std::string bytes(command, static_cast<std::size_t>(length));
         const auto deliver = [](std::string piece) {
             Service::instance().dataReceive.call(piece.data(), static_cast<int>(piece.size()));

@@ -67,7 +67,7 @@ QString ModemManagerClient::open()
     static std::atomic<int> count = 0;
     const QString name = QStringLiteral("kestrun-modemmanager-%1").arg(++count);
     QDBusConnection connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
-    const QString why = connection.isConnected() ? QString() : connection.lastError().message();
+    QString why = connection.isConnected() ? QString() : connection.lastError().message();
     {
         const std::lock_guard lock(m_mutex);
         std::swap(m_connection, connection);

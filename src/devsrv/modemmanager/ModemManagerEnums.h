@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "SimLock.h"
+
 namespace devsrv {
 
 // The numbers of the daemon's D-Bus interface, under the names of its documentation.
@@ -41,38 +43,6 @@ enum MMModemAccessTechnology : unsigned {
     MM_MODEM_ACCESS_TECHNOLOGY_5GNR = 1U << 15,
     MM_MODEM_ACCESS_TECHNOLOGY_LTE_CAT_M = 1U << 16,
     MM_MODEM_ACCESS_TECHNOLOGY_LTE_NB_IOT = 1U << 17,
-};
-
-/// Property `UnlockRequired` of a modem: the code that it waits for.
-enum MMModemLock : unsigned {
-    MM_MODEM_LOCK_UNKNOWN = 0,
-    MM_MODEM_LOCK_NONE = 1,
-    MM_MODEM_LOCK_SIM_PIN = 2,
-    MM_MODEM_LOCK_SIM_PIN2 = 3,
-    MM_MODEM_LOCK_SIM_PUK = 4,
-    MM_MODEM_LOCK_SIM_PUK2 = 5,
-    MM_MODEM_LOCK_PH_SP_PIN = 6,
-    MM_MODEM_LOCK_PH_SP_PUK = 7,
-    MM_MODEM_LOCK_PH_NET_PIN = 8,
-    MM_MODEM_LOCK_PH_NET_PUK = 9,
-    MM_MODEM_LOCK_PH_SIM_PIN = 10,
-    MM_MODEM_LOCK_PH_CORP_PIN = 11,
-    MM_MODEM_LOCK_PH_CORP_PUK = 12,
-    MM_MODEM_LOCK_PH_FSIM_PIN = 13,
-    MM_MODEM_LOCK_PH_FSIM_PUK = 14,
-    MM_MODEM_LOCK_PH_NETSUB_PIN = 15,
-    MM_MODEM_LOCK_PH_NETSUB_PUK = 16,
-};
-
-/// Flags of the property `EnabledFacilityLocks` of a 3GPP modem.
-enum MMModem3gppFacility : unsigned {
-    MM_MODEM_3GPP_FACILITY_SIM = 1U << 0,
-    MM_MODEM_3GPP_FACILITY_PH_SIM = 1U << 2,
-    MM_MODEM_3GPP_FACILITY_PH_FSIM = 1U << 3,
-    MM_MODEM_3GPP_FACILITY_NET_PERS = 1U << 4,
-    MM_MODEM_3GPP_FACILITY_NET_SUB_PERS = 1U << 5,
-    MM_MODEM_3GPP_FACILITY_PROVIDER_PERS = 1U << 6,
-    MM_MODEM_3GPP_FACILITY_CORP_PERS = 1U << 7,
 };
 
 /// Flags of the property `CurrentCapabilities` of a modem.

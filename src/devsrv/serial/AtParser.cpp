@@ -328,7 +328,7 @@ std::optional<int> equipmentError(std::string_view line)
 std::string messageError(std::string_view line)
 {
     constexpr std::string_view kName = "+CMS ERROR:";
-    const std::string text(line);
+    std::string text(line);
     if (!line.starts_with(kName))
         return text;
     const auto number = smallNumber({std::string(trimmed(line.substr(kName.size())))}, 999);
@@ -378,11 +378,11 @@ std::optional<std::string> textValue(const Lines &lines)
     return std::nullopt;
 }
 
-std::optional<std::string> digits(const Lines &lines, std::size_t least, std::size_t most)
+std::optional<std::string> digits(const Lines &lines, std::size_t minimum, std::size_t maximum)
 {
     for (const std::string &line : lines) {
-        const auto text = textValue({line});
-        if (text && text->size() >= least && text->size() <= most && all(*text, isDigit))
+        auto text = textValue({line});
+        if (text && text->size() >= minimum && text->size() <= maximum && all(*text, isDigit))
             return text;
     }
     return std::nullopt;

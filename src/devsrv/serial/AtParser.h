@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CardBackend.h"
-#include "modemmanager/ModemManagerEnums.h"
+#include "SimLock.h"
 
 #include <optional>
 #include <string>
@@ -60,8 +60,8 @@ std::vector<Field> fieldsOf(std::string_view line);
 /// The first line of printable characters, without name and quotes.
 std::optional<std::string> textValue(const Lines &lines);
 
-/// The first line that is a number of `least` to `most` digits.
-std::optional<std::string> digits(const Lines &lines, std::size_t least, std::size_t most);
+/// The first line that is a number of `minimum` to `maximum` digits.
+std::optional<std::string> digits(const Lines &lines, std::size_t minimum, std::size_t maximum);
 
 /// The ESN (8 hexadecimal or 11 decimal digits) and the MEID (14 hexadecimal digits) among the
 /// lines; empty where there is none.

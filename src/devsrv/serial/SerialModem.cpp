@@ -561,7 +561,7 @@ std::optional<RegistrationLine> SerialModem::bestRegistration()
 {
     std::optional<RegistrationLine> best;
     for (Source &source : m_sources) {
-        const auto registration = registrationOf(source);
+        auto registration = registrationOf(source);
         if (registration && isRegistered(registration->state) && !registration->area.empty())
             return registration;
         if (!best || (registration && isRegistered(registration->state)))
@@ -598,7 +598,7 @@ std::optional<Operator> SerialModem::currentOperator()
         return std::nullopt;
     // The card tells of a new registration, which comes with a new operator.
     const Lifetime lifetime = isReporting() ? Lifetime::Network : Lifetime::None;
-    const auto found = operatorOf(once(kAskOperator, lifetime).lines);
+    auto found = operatorOf(once(kAskOperator, lifetime).lines);
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
     m_foundFormat = m_foundFormat.value_or(*found->format);

@@ -125,7 +125,7 @@ QString findNeeded(const QString &name, const LibraryFacts &facts)
     for (const char *directory : {"/lib64", "/usr/lib64", "/usr/local/lib", "/lib", "/usr/lib"})
         directories << QLatin1String(directory);
     for (const QString &directory : directories) {
-        const QString file = QDir(directory).filePath(name);
+        QString file = QDir(directory).filePath(name);
         if (QFileInfo(file).isFile())
             return file;
     }

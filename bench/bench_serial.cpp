@@ -45,7 +45,7 @@ Measured report(QProcess &modem)
     return {ms, commandCount(modem)};
 }
 
-// What an answer takes in all when nothing but reading and writing is done, of so many.
+// The mean time of an answer if the port is only written and read.
 double answerMs(const QByteArray &path, int count)
 {
     const int port = ::open(path.constData(), O_RDWR | O_NOCTTY);

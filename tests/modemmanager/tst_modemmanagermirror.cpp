@@ -53,7 +53,7 @@ public:
 
     ModemManagerCard *operator->() const { return m_card.get(); }
 
-    // All that a report asks, each value behind its name, on a thread of its own.
+    // Asks the queries of a report on a thread of its own. Each value follows its name.
     QString report()
     {
         return elsewhere([this] { return reportHere(); });
@@ -195,7 +195,7 @@ private Q_SLOTS:
         QTRY_COMPARE(card.events().join(' '), "6614");
     }
 
-    // A thread in the middle of a report keeps its modem; one that is told of the change does not.
+    // A thread in the middle of a report keeps its modem; the listener of the change does not.
     void holdsOneSnapshotPerReport()
     {
         FakeManager daemon(m_bed->connection);

@@ -17,7 +17,7 @@ namespace devsrv {
 /// Thread-safe. Queries are answered from a mirror of the modem; only a message, an AT command, and
 /// the location where the daemon does not signal it, are calls to the daemon. The queries of one
 /// report get one snapshot of the mirror (see SnapshotPin), except for status(), which gets the
-/// latest; a listener that is told of an event gets a snapshot that has the change. Owns a
+/// latest; the listener of an event gets a snapshot that has the change. Owns a
 /// connection to the system bus and the thread on which the mirror lives and events are raised. The
 /// destructor waits for that thread and must not run on it.
 class ModemManagerCard : public CardBackend

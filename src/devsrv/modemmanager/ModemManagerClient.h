@@ -37,7 +37,7 @@ public:
     ~ModemManagerClient();
     Q_DISABLE_COPY_MOVE(ModemManagerClient)
 
-    /// Connects to the bus, in the place of the connection before. Returns the reason on failure,
+    /// Connects to the bus and drops the connection before it. Returns the reason on failure,
     /// after 3 s at most.
     QString open();
 

@@ -131,7 +131,7 @@ void ModemManagerMirror::noteOwner(const QString &, const QString &, const QStri
         fetch();
 }
 
-// The list of modems is asked for: it has all that the signal has, and what came after it.
+// Fetches the list of modems, which has the content of the signal and the changes since then.
 void ModemManagerMirror::noteAdded(const QDBusObjectPath &object)
 {
     if (m_path.isEmpty() || object.path() == m_path)

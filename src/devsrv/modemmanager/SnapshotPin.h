@@ -21,7 +21,7 @@ public:
     using Clock = std::chrono::steady_clock;
     using Snapshot = std::shared_ptr<const ModemSnapshot>;
 
-    /// The snapshot that a query gets; `current` if it begins anew. `query` is its name.
+    /// The snapshot for a query; `current` if the query begins a new group. `query` is its name.
     Snapshot hold(const char *query, const Snapshot &current, std::uint64_t deliveredEvents,
                   Clock::time_point now);
 

@@ -61,8 +61,12 @@ void DeviceServiceLibrary::requireFunctions(QLibrary &library) const
 void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
-    if (control.start(card.toUtf8().constData()) != 0)
-        failRun(QString::fromUtf8(control.lastError()) + suggestion(card, cardNames()));
+    if (control.start(card.toUtf8().constData()) == 0)
+        return;
+    const QString reason = QString::fromUtf8(control.lastError());
+    const QString name = card.section(QLatin1Char(':'), 0, 0).section(QLatin1Char('?'), 0, 0);
+    const QStringList names = cardNames();
+    failRun(names.contains(name) ? reason : reason + suggestion(card, names));
 }
 
 QString DeviceServiceLibrary::source() const

@@ -31,6 +31,10 @@ QString refusal(const QString &path)
             .arg(path);
     }
     if (::access(file.constData(), R_OK | W_OK) != 0) {
+        constexpr mode_t kGroupRights = S_IRGRP | S_IWGRP;
+        if ((facts.st_mode & kGroupRights) != kGroupRights)
+            return QStringLiteral("you may not open %1; grant the right to read and write it")
+                .arg(path);
         return QStringLiteral("you may not open %1; become a member of the group \"%2\"")
             .arg(path, QFileInfo(path).group());
     }

@@ -49,7 +49,7 @@ private Q_SLOTS:
     void reportsTheSame()
     {
         QHash<QString, QString> answers;
-        for (const QString &command : cell("commands").split(' '))
+        for (const QString &command : cell("commands").split(' ', Qt::SkipEmptyParts))
             answers[command] = cell("answer").replace("NAME", command.mid(2).chopped(1));
         QVERIFY(m_bed.startDaemon());
         ScriptedModem *const modem = m_bed.plug(cell("kinds"), answers);

@@ -135,8 +135,13 @@ bool reserve([[maybe_unused]] int descriptor, [[maybe_unused]] qsizetype from,
              [[maybe_unused]] qsizetype to)
 {
 #ifdef FALLOC_FL_KEEP_SIZE
-    return to <= from || fallocate(descriptor, FALLOC_FL_KEEP_SIZE, from, to - from) == 0
-        || errno == EOPNOTSUPP || errno == ENOSYS;
+    if (to <= from)
+        return true;
+    int result = 0;
+    do
+        result = fallocate(descriptor, FALLOC_FL_KEEP_SIZE, from, to - from);
+    while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
 #else
     return true;
 #endif
@@ -177,10 +182,13 @@ Change differenceOf(const QByteArray &content, const QByteArray &old, qsizetype 
 
 // Returns a content that is shorter than the file with blanks up to the file's size, which mean
 // nothing at the end of an XML document: a program that is ended before it has cut them off leaves
-// a whole document. In UTF-16 and UTF-32 a blank is more than a byte; there the content stays.
+// a whole document. In UTF-16 and UTF-32 a blank is more than a byte; there the content stays. It
+// also stays for a file that is so large that the blanks would take all memory.
 QByteArray filledUp(const QByteArray &content, qsizetype size)
 {
-    return content.contains('\0') ? content : content.leftJustified(size, ' ');
+    const bool fills = size <= DataFile::kMaximumSize && isPermittedSize(size)
+        && !content.contains('\0');
+    return fills ? content.leftJustified(size, ' ') : content;
 }
 
 ssize_t writeAt(int descriptor, const QByteArray &content, const Change &change)
@@ -346,8 +354,11 @@ void addMode(const QByteArray &path, mode_t rights)
 
 void warnAbout(const QByteArray &path, const char *warning)
 {
-    const QMutexLocker lock(&s_warningsMutex);
-    if (std::exchange(warnings()[path], warning) != warning)
+    QMutexLocker lock(&s_warningsMutex);
+    const bool isNew = std::exchange(warnings()[path], warning) != warning;
+    // The host's message handler may open files here itself.
+    lock.unlock();
+    if (isNew)
         qWarning("\"%s\": %s", path.constData(), warning);
 }
 

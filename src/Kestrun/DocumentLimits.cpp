@@ -64,11 +64,11 @@ public:
     {
         while ((m_at = m_xml.find(Char('<'), m_at)) != kNone) {
             if (follows("<!--"))
-                skipTo("-->");
+                skipTo("<!--", "-->");
             else if (follows("<![CDATA["))
-                skipTo("]]>");
+                skipTo("<![CDATA[", "]]>");
             else if (follows("<?"))
-                skipTo("?>");
+                skipTo("<?", "?>");
             else if (follows("<!"))
                 skipTypeDeclaration();
             else if (follows("</"))
@@ -90,11 +90,12 @@ private:
         return std::equal(rest.begin(), rest.end(), text.begin(), text.end());
     }
 
-    // Steps onto the end, or behind the document if there is none.
-    void skipTo(std::string_view end)
+    // Steps onto the end, or behind the document if there is none. The end does not overlap the
+    // start: "<!-->" only opens a comment.
+    void skipTo(std::string_view start, std::string_view end)
     {
         const std::basic_string<Char> wide(end.begin(), end.end());
-        m_at = std::min(m_xml.find(wide, m_at + 2), m_xml.size());
+        m_at = std::min(m_xml.find(wide, m_at + start.size()), m_xml.size());
     }
 
     void skipQuoted() { m_at = std::min(m_xml.find(m_xml[m_at], m_at + 1), m_xml.size()); }
@@ -130,9 +131,9 @@ private:
         for (; m_at < m_xml.size(); ++m_at) {
             const Char character = m_xml[m_at];
             if (follows("<!--"))
-                skipTo("-->");
+                skipTo("<!--", "-->");
             else if (follows("<?"))
-                skipTo("?>");
+                skipTo("<?", "?>");
             else if (character == Char('"') || character == Char('\''))
                 skipQuoted();
             else if (character == Char('['))

@@ -110,10 +110,11 @@ private:
 // characters.
 QString decodedName(QByteArrayView bytes)
 {
-    QString name = QString::fromUtf8(bytes);
+    const QString name = QString::fromUtf8(bytes);
+    QString decoded;
+    decoded.reserve(name.size());
     for (qsizetype at = 0; at < name.size(); ++at) {
-        if (name[at] == u'\\')
-            name[at] = u'/';
+        decoded += name[at] == u'\\' ? QChar(u'/') : name[at];
         if (name[at] != u'%' || at + 1 == name.size())
             continue;
         const bool wide = name[at + 1] == u'U';
@@ -122,10 +123,12 @@ QString decodedName(QByteArrayView bytes)
         bool valid = begin + digits <= name.size();
         const ushort code = valid ? QStringView(name).sliced(begin, digits).toUShort(&valid, 16)
                                   : ushort(0);
-        if (valid)
-            name.replace(at, begin + digits - at, QChar(code));
+        if (valid) {
+            decoded.back() = QChar(code);
+            at = begin + digits - 1;
+        }
     }
-    return name;
+    return decoded;
 }
 
 // Decodes a value with its quotes and escapes.

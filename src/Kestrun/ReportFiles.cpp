@@ -109,7 +109,13 @@ void updateConfigFile(const QString &simLock, const char *logPath)
     if (!same)
         again.lock();
     again.setMode(kConfigMode);
-    again.replace(*updated, same ? *original : again.read().value_or(QByteArray()));
+    if (same) {
+        again.replace(*updated, *original);
+        return;
+    }
+    // A document that another program has put there meanwhile stays. The next report updates it.
+    if (const auto present = again.read(); !present || present->isEmpty())
+        again.replace(*updated, QByteArray());
 }
 
 } // namespace kestrun

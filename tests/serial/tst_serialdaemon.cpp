@@ -50,7 +50,7 @@ private Q_SLOTS:
     {
         QHash<QString, QString> answers;
         for (const QString &command : cell("commands").split(' ', Qt::SkipEmptyParts))
-            answers[command] = cell("answer").replace("NAME", command.mid(2).chopped(1));
+            answers[command] = cell("answer").replace("NAME", command.mid(2, command.size() - 3));
         QVERIFY(m_bed.startDaemon());
         ScriptedModem *const modem = m_bed.plug(cell("kinds"), answers);
         QVERIFY(modem);

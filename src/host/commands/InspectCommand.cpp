@@ -5,6 +5,7 @@
 #include "LoadCheck.h"
 #include "Output.h"
 #include "ReportCheck.h"
+#include "VisibleText.h"
 #include "plugin/PluginEntry.h"
 
 #include <QCoreApplication>

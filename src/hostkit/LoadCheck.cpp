@@ -2,8 +2,8 @@
 #include "LoadCheck.h"
 
 #include "DeviceServiceLibrary.h"
-#include "Output.h"
 #include "PluginLibrary.h"
+#include "VisibleText.h"
 
 #include <QCoreApplication>
 #include <QProcess>

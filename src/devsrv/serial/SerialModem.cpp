@@ -125,20 +125,8 @@ void SerialModem::begin()
 
 void SerialModem::stop()
 {
-    QStringList commands;
-    const auto restore = [&](const char *command, const std::optional<int> &mode) {
-        if (mode)
-            commands.append(QLatin1String(command) + QString::number(*mode));
-    };
-    for (std::size_t index = 0; index < kSources; ++index)
-        restore(("AT" + m_sources[index].name + '=').c_str(), m_found.reports[index]);
-    restore("AT+COPS=3,", m_found.operatorFormat);
-    restore("AT+CMGF=", m_found.messageMode);
-    restore("AT+CMEE=", m_found.errorMode);
-    if (m_found.hasEcho)
-        commands.append(QStringLiteral("ATE1"));
-    for (const QString &command : commands) {
-        if (set(command.toStdString()).result == AtResult::TimeOut)
+    for (const auto &[command, mode] : m_found) {
+        if (set(command + std::to_string(mode)).result == AtResult::TimeOut)
             break;
     }
     m_isReady = false;
@@ -214,11 +202,12 @@ void SerialModem::prepare()
     m_isReady = true;
     m_silences = 0;
     set("ATE0");
-    m_found.hasEcho = m_found.hasEcho || m_channel.hasEcho();
+    // After a silence the modes are those that were set here before it: the first ones are kept.
+    if (m_channel.hasEcho())
+        m_found.emplace("ATE", 1);
     set("ATV1");
-    // After a silence the modes are those that were set here before it.
-    if (!m_found.errorMode)
-        m_found.errorMode = firstNumber(ask("AT+CMEE?").lines);
+    if (const auto mode = firstNumber(ask("AT+CMEE?").lines))
+        m_found.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
         set(m_settings.initial);
@@ -295,12 +284,12 @@ bool SerialModem::startReports(Source &source, int mode)
     source.isReporting = mode >= kReportsLocation;
     if (source.isReporting)
         return false;
-    const AtAnswer answer = set("AT" + source.name + '=' + std::to_string(kReportsLocation));
+    const std::string command = "AT" + source.name + '=';
+    const AtAnswer answer = set(command + std::to_string(kReportsLocation));
     source.isReporting = answer.isOk();
     source.isTried = !isPassing(answer);
-    auto &found = m_found.reports[static_cast<std::size_t>(&source - m_sources.data())];
     if (source.isReporting)
-        found = found.value_or(mode);
+        m_found.emplace(command, mode);
     return source.isReporting;
 }
 
@@ -324,7 +313,7 @@ void SerialModem::lose(bool isRemoved)
 {
     if (isRemoved) {
         m_port.close();
-        m_found = {};
+        m_found.clear();
     }
     if (!std::exchange(m_isReady, false))
         return;
@@ -634,7 +623,7 @@ std::optional<Operator> SerialModem::currentOperator()
     const auto found = askOperator();
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
-    m_found.operatorFormat = m_found.operatorFormat.value_or(*found->format);
+    m_found.emplace("AT+COPS=3,", *found->format);
     if (!set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk())
         return found;
     m_kept.erase(kAskOperator);
@@ -679,7 +668,7 @@ bool SerialModem::sendSms(const SmsMessage &message)
     if (!error.empty())
         return fail(error);
     if (firstNumber(once("AT+CMGF?", Lifetime::Card).lines) == kTextMode)
-        m_found.messageMode = kTextMode;
+        m_found.emplace("AT+CMGF=", kTextMode);
     if (!m_isReady || !set("AT+CMGF=0").isOk())
         return fail("the card does not take messages as PDUs");
     for (const Tpdu &part : parts) {

@@ -92,16 +92,6 @@ private:
     };
     static constexpr std::size_t kSources = 4;
 
-    // The modes that had to be changed, as they were.
-    struct FoundModes
-    {
-        std::array<std::optional<int>, kSources> reports;
-        std::optional<int> operatorFormat;
-        std::optional<int> messageMode;
-        std::optional<int> errorMode;
-        bool hasEcho = false;
-    };
-
     // What raises an event when it changes.
     struct Facts
     {
@@ -160,8 +150,8 @@ private:
     std::array<Source, kSources> m_sources;
     SimState m_sim;
     Facts m_told;
-    FoundModes m_found;
-    std::uint8_t m_reference = 0; // of the messages in parts
+    std::map<std::string, int> m_found; // modes that were changed, by the commands that set them
+    std::uint8_t m_reference = 0;       // of the messages in parts
     std::vector<std::int32_t> m_posted;
     bool m_raises = false;
 };

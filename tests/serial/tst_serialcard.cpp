@@ -6,6 +6,7 @@
 #include "PtyModem.h"
 
 #include "BackendRegistry.h"
+#include "serial/PortFinder.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -329,7 +330,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("loss");
         QTest::addColumn<QByteArrayList>("restored");
-        const QByteArrayList found{"AT+CREG=0", "AT+COPS=3,0", "AT+CMGF=1", "AT+CMEE=0", "ATE1"};
+        const QByteArrayList found{"AT+CMEE=0", "AT+CMGF=1", "AT+COPS=3,0", "AT+CREG=0", "ATE1"};
         QTest::newRow("at the end") << "" << found;
         QTest::newRow("after a silence") << "6603 6002" << found;
         QTest::newRow("of another modem") << "6601 6002" << QByteArrayList{"AT+CMEE=2"};
@@ -516,8 +517,11 @@ private Q_SLOTS:
     void saysThatAPortIsSilentOrBusy()
     {
         PtyModem &modem = plug("gsm umts");
+        QString reason;
+        QVERIFY(answersOn(modem.port(), 115'200, reason));
         const Card first(modem);
         QVERIFY(first->imei());
+        QVERIFY(!answersOn(modem.port(), 115'200, reason));
         QVERIFY2(
             Card(modem).error.starts_with("another program uses " + modem.port().toStdString()),
             Card(modem).error.c_str());
@@ -534,6 +538,8 @@ private Q_SLOTS:
         const Card silent(other, "");
         QVERIFY(silent.error.starts_with("no card answers AT commands on "));
         QVERIFY(timer.elapsed() < 5'000);
+        QVERIFY(!answersOn(other.port(), 115'200, reason));
+        QCOMPARE(reason, "no card answers on " + other.port());
     }
 };
 

@@ -299,30 +299,46 @@ private Q_SLOTS:
     void switchesRadioOn_data()
     {
         QTest::addColumn<QString>("found");
-        QTest::addColumn<QString>("options");
+        QTest::addColumn<QString>("option");
         QTest::addColumn<bool>("switches");
         QTest::addColumn<int>("status");
         QTest::newRow("on") << "1"
-                            << "?timeout=400" << false << 3;
+                            << "" << false << 3;
         QTest::newRow("off") << "0"
-                             << "?timeout=400" << true << 2;
+                             << "" << true << 3;
         QTest::newRow("in flight") << "4"
-                                   << "?timeout=400" << true << 2;
+                                   << "" << true << 3;
         QTest::newRow("stays off") << "4"
-                                   << "?timeout=400&enable=no" << false << 2;
+                                   << "&enable=no" << false << 2;
     }
 
+    // A radio that was switched on has to find its SIM and its network first.
     void switchesRadioOn()
     {
         QFETCH(QString, found);
-        QFETCH(QString, options);
+        QFETCH(QString, option);
         QFETCH(bool, switches);
         PtyModem &modem = plug("gsm umts");
         modem.setAnswer("AT+CFUN?", "+CFUN: " + found);
+        std::thread network;
         if (found != "1")
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression("serial: the radio .* off"));
-        const Card card(modem, options);
-        QTEST(card->status().value_or(0), "status"); // the modem's answer stays as it is
+        if (switches) {
+            modem.setAnswer("AT+CPIN?", "+CME ERROR: 14");
+            modem.setAnswer("AT+CREG?", "+CREG: 2,2");
+            modem.setAnswer("AT+CGREG?", "+CGREG: 2,2");
+            network = std::thread([&] {
+                QTest::qSleep(300);
+                modem.setAnswer("AT+CFUN?", "+CFUN: 1");
+                modem.setAnswer("AT+CPIN?", "+CPIN: READY");
+                modem.setAnswer("AT+CREG?", "+CREG: 2,1,\"31C5\",\"83F7CD\"");
+            });
+        }
+        const Card card(modem, "?timeout=400" + option);
+        if (network.joinable())
+            network.join();
+        QTEST(card->status().value_or(0), "status");
+        QCOMPARE(card->registration(Domain::PacketSwitched).value_or(Registration()).lac, "31C5");
         QCOMPARE(modem.takeJournal().contains("AT+CFUN=1"), switches);
     }
 
@@ -499,7 +515,8 @@ private Q_SLOTS:
         modem.setAnswer("AT^SN", "^SN: 4711");
         modem.setAnswer("AT+CGSN=0", "490154203237518");
         QCOMPARE(Card(modem)->serialNumber(), std::nullopt); // the IMEI again
-        const Card card(modem, "?modem=" MODEM_FILES "/caret.ini");
+        const Card card(modem, "?initial=AT+CSQ&modem=" MODEM_FILES "/caret.ini");
+        QVERIFY(modem.takeJournal().contains("AT+CSQ"));
         QCOMPARE(card->versions().value_or(Versions()).hardware, "FR210 Ver.B");
         QCOMPARE(card->serialNumber(), "4711");
         QCOMPARE(card->model(), "FR210");

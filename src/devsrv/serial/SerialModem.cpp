@@ -606,8 +606,8 @@ std::optional<Operator> SerialModem::askOperator()
     // The card tells of a new registration, which comes with a new operator.
     auto found = operatorOf(
         once(kAskOperator, isReporting() ? Lifetime::Network : Lifetime::None).lines);
-    // Without a format the card does not know its operator yet.
-    if (found && !found->format)
+    // A name is not what callers want, and without a format the card knows no operator yet.
+    if (found && found->format != kDigitsFormat)
         m_kept.erase(kAskOperator);
     return found;
 }
@@ -624,10 +624,7 @@ std::optional<Operator> SerialModem::currentOperator()
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
     m_found.emplace("AT+COPS=3,", *found->format);
-    if (!set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk())
-        return found;
-    m_kept.erase(kAskOperator);
-    return askOperator();
+    return set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk() ? askOperator() : found;
 }
 
 std::optional<std::string> SerialModem::plmn()

@@ -620,7 +620,7 @@ std::optional<Operator> SerialModem::currentOperator()
     const auto place = bestRegistration();
     if (place && !isRegistered(place->state))
         return std::nullopt;
-    const auto found = askOperator();
+    auto found = askOperator();
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
     m_found.emplace("AT+COPS=3,", *found->format);

@@ -6,8 +6,6 @@
 #include "TestBed.h"
 
 #include <QElapsedTimer>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -15,28 +13,11 @@ namespace {
 
 constexpr char kImei[] = "490154203237518";
 
-// The command with its log and a system root of its own.
-class Host : public HostProcess
+class Host : public CardHost
 {
 public:
-    Host(const QStringList &command, const QString &card = "modemmanager")
+    Host(const QStringList &command, const QString &card = "modemmanager") : CardHost(command, card)
     {
-        start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
-    }
-
-    QHash<QString, QString> values() { return values(readAllStandardError()); }
-    QHash<QString, QString> values(const QByteArray &log)
-    {
-        // These two values are only in the log.
-        static const QRegularExpression number("strMSISDN=+(.*)");
-        static const QRegularExpression lock("success  card state = (\\d+)");
-        QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
-                                       {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
-        const QJsonObject report = json["values"].toObject();
-        for (const QString &key : report.keys())
-            values[key.section('/', 1)] = report[key].toString();
-        return values;
     }
 
     // The events that the plug-in received, sorted: two threads deliver them.
@@ -49,9 +30,6 @@ public:
         events.sort();
         return events;
     }
-
-private:
-    QTemporaryDir m_root;
 };
 
 } // namespace
@@ -63,7 +41,7 @@ class tst_ModemManager : public QObject
 private:
     TestBed m_bed;
     const QList<TableRow> m_fields = readTable("modem-fields.txt");
-    QHash<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
+    QMap<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
 
 private Q_SLOTS:
     void cleanup()

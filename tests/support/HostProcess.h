@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -62,4 +66,33 @@ public:
         ::kill(pid_t(processId()), signal);
         return says({"{\"callbacks\":0,"}) && ends() && exitCode() == 0;
     }
+};
+
+/// A run of the command on a card, with its log and a system root of its own.
+class CardHost : public HostProcess
+{
+public:
+    CardHost(const QStringList &command, const QString &card)
+    {
+        start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
+    }
+
+    /// The values of a report in JSON, by their names below "Client".
+    QMap<QString, QString> values() { return values(readAllStandardError()); }
+    QMap<QString, QString> values(const QByteArray &log)
+    {
+        // These two values are only in the log.
+        static const QRegularExpression number("strMSISDN=+(.*)");
+        static const QRegularExpression lock("success  card state = (\\d+)");
+        QMap<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
+                                      {"SimLock", lock.match(QString(log)).captured(1)}};
+        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
+        const QJsonObject report = json["values"].toObject();
+        for (const QString &key : report.keys())
+            values[key.section('/', 1)] = report[key].toString();
+        return values;
+    }
+
+private:
+    QTemporaryDir m_root;
 };

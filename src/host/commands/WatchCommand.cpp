@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLineDashboard.h"
 #include "Commands.h"
+#include "Recording.h"
 #include "StopSignals.h"
 #include "Watcher.h"
 
 #include <QCoreApplication>
 
 #include <csignal>
+#include <optional>
 
 ExitStatus runWatch(const CommandLine &line)
 {
@@ -15,13 +17,32 @@ ExitStatus runWatch(const CommandLine &line)
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
+    // Before the dashboard, which changes the working directory.
+    std::optional<RecordingWriter> recording;
+    if (line.has("record"))
+        recording.emplace(line.value("record"));
     CommandLineDashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard, line.has("json") ? Watcher::Form::Json : Watcher::Form::Text);
-    dashboard.init();
+    std::optional<EventObserver> observer;
+    if (recording) {
+        observer.emplace(dashboard);
+        QObject::connect(&*observer, &EventObserver::handled, &watcher,
+                         [&](const HandledEvent &event) { recording->add(event); });
+        recording->begin(dashboard.deviceService().source());
+        observer->observe([&] { dashboard.init(); });
+    } else {
+        dashboard.init();
+    }
     watcher.start();
     QCoreApplication::exec();
+
+    observer.reset();
+    // Those of other threads that the event loop has not delivered.
+    QCoreApplication::sendPostedEvents(&watcher);
+    if (recording)
+        recording->end();
     dashboard.shutDown();
     const DeviceServiceControl *const control = dashboard.deviceService().control();
     watcher.tellEnd(control ? control->callbackCount() : 0);
-    return ExitStatus::Done;
+    return !recording || recording->isComplete() ? ExitStatus::Done : ExitStatus::NotDone;
 }

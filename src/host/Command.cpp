@@ -28,15 +28,22 @@ constexpr Option kHostOptions[] = {
     kLog,
 };
 
+constexpr Option kMetricsLabels = {
+    "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
+
 constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
+    {"metrics", nullptr, "Print metrics of the card and the report as OpenMetrics text."},
+    kMetricsLabels,
 };
 
 constexpr Option kWatchOptions[] = {
     {"json", nullptr, "Print one JSON object on each line."},
+    {"metrics", "FILE",
      "Keep FILE current: OpenMetrics text, written at each event and every 60 s."},
+    kMetricsLabels,
     {"record", "FILE", "Record each event with the card's state and its effects in a new FILE."},
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLineDashboard.h"
 #include "Commands.h"
+#include "MetricsFile.h"
 #include "Recording.h"
 #include "StopSignals.h"
 #include "Watcher.h"
@@ -21,18 +22,30 @@ ExitStatus runWatch(const CommandLine &line)
     std::optional<RecordingWriter> recording;
     if (line.has("record"))
         recording.emplace(line.value("record"));
+    std::optional<MetricsFile> metrics;
+    if (line.has("metrics"))
+        metrics.emplace(line.value("metrics"), line.value("metrics-labels"));
+
     CommandLineDashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard, line.has("json") ? Watcher::Form::Json : Watcher::Form::Text);
     std::optional<EventObserver> observer;
-    if (recording) {
+    if (recording || metrics) {
         observer.emplace(dashboard);
         QObject::connect(&*observer, &EventObserver::handled, &watcher,
-                         [&](const HandledEvent &event) { recording->add(event); });
-        recording->begin(dashboard.deviceService().source());
+                         [&](const HandledEvent &event) {
+                             if (recording)
+                                 recording->add(event);
+                             if (metrics)
+                                 metrics->add(event);
+                         });
+        if (recording)
+            recording->begin(dashboard.deviceService().source());
         observer->observe([&] { dashboard.init(); });
     } else {
         dashboard.init();
     }
+    if (metrics)
+        metrics->start(dashboard.deviceService());
     watcher.start();
     QCoreApplication::exec();
 
@@ -44,5 +57,7 @@ ExitStatus runWatch(const CommandLine &line)
     dashboard.shutDown();
     const DeviceServiceControl *const control = dashboard.deviceService().control();
     watcher.tellEnd(control ? control->callbackCount() : 0);
-    return !recording || recording->isComplete() ? ExitStatus::Done : ExitStatus::NotDone;
+    const bool written = (!recording || recording->isComplete())
+        && (!metrics || metrics->isCurrent());
+    return written ? ExitStatus::Done : ExitStatus::NotDone;
 }

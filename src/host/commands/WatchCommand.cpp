@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "MetricsFile.h"
 #include "Recording.h"
+#include "ServiceManager.h"
 #include "StopSignals.h"
 #include "Watcher.h"
 
@@ -18,6 +19,7 @@ ExitStatus runWatch(const CommandLine &line)
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
+    ServiceManager serviceManager;
     // Before the dashboard, which changes the working directory.
     std::optional<RecordingWriter> recording;
     if (line.has("record"))
@@ -47,7 +49,9 @@ ExitStatus runWatch(const CommandLine &line)
     if (metrics)
         metrics->start(dashboard.deviceService());
     watcher.start();
+    serviceManager.ready();
     QCoreApplication::exec();
+    serviceManager.stopping();
 
     observer.reset();
     // Those of other threads that the event loop has not delivered.

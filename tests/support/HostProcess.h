@@ -63,3 +63,18 @@ public:
         return says({"{\"callbacks\":0,"}) && ends() && exitCode() == 0;
     }
 };
+
+/// Returns the number of JSON texts if the schema below `source` describes each of them.
+inline int validJsonTexts(const QByteArray &texts, const QString &source)
+{
+    Child validator;
+    validator.start(QStringLiteral("python3"),
+                    {source + QStringLiteral("tests/validate_json.py"),
+                     source + QStringLiteral("docs/kestrun.schema.json")});
+    validator.write(texts);
+    validator.closeWriteChannel();
+    validator.waitForFinished();
+    if (validator.exitCode() != 0)
+        qWarning().noquote() << validator.readAllStandardError();
+    return validator.readAllStandardOutput().toInt();
+}

@@ -117,9 +117,12 @@ private Q_SLOTS:
         QCOMPARE(host.exitCode(), 1);
     }
 
+    // The life of the modem is recorded; the emulated card then lives through the same.
     void watchesModemAndDaemonComeAndGo()
     {
-        Host host({"watch", "--json"});
+        const QTemporaryDir directory;
+        const QString recording = directory.filePath("life.jsonl");
+        Host host({"watch", "--json", "--record", recording});
         QVERIFY(host.says({"the daemon does not run", "\"type\":\"report\""}));
         QVERIFY(m_bed.startDaemon(true));
         ScriptedModem *modem = m_bed.plug("gsm umts");
@@ -158,6 +161,8 @@ private Q_SLOTS:
         QCOMPARE(m_bed.witness(0)["modem.generic.state"], "disabled");
 
         QVERIFY(host.stop());
+        HostProcess replay({"replay", recording, "--speed", "max", "--check"});
+        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}));
     }
 
     void completesReportWhenModemOrDaemonBreaksDown()

@@ -96,3 +96,18 @@ public:
 private:
     QTemporaryDir m_root;
 };
+
+/// Returns the number of JSON texts if the schema below `source` describes each of them.
+inline int validJsonTexts(const QByteArray &texts, const QString &source)
+{
+    Child validator;
+    validator.start(QStringLiteral("python3"),
+                    {source + QStringLiteral("tests/validate_json.py"),
+                     source + QStringLiteral("docs/kestrun.schema.json")});
+    validator.write(texts);
+    validator.closeWriteChannel();
+    validator.waitForFinished();
+    if (validator.exitCode() != 0)
+        qWarning().noquote() << validator.readAllStandardError();
+    return validator.readAllStandardOutput().toInt();
+}

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "NamedValues.h"
+
 #include <QDateTime>
-#include <QList>
-#include <QString>
 
 #include <optional>
-#include <utility>
 
 /// The values of a report by element path ("Client/Command/Network/PLMN"), in the order of the
 /// file.
-using ReportValues = QList<std::pair<QString, QString>>;
+using ReportValues = NamedValues;
 
 /// Returns the values of a report, or nothing if the XML is not well-formed.
 std::optional<ReportValues> reportValues(const QByteArray &xml);

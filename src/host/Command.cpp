@@ -15,19 +15,26 @@ constexpr Option kOutputOptions[] = {
 constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
 constexpr Option kPlugin = {"plugin", "FILE", "The plug-in to load."};
 
-constexpr Option kHostOptions[] = {
-    {"card", "CARD",
-     "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."},
-    {"root", "DIR",
-     "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."},
-    {"log", nullptr, "Show the plug-in's log on standard error."},
-};
+constexpr Option kRoot = {
+    "root", "DIR",
+    "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."};
+
+constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
+
+constexpr Option kCard = {
+    "card", "CARD",
+    "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."};
 
 constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
     {"explain", nullptr, "Show where each value comes from, and why it is empty."},
+};
+
+constexpr Option kRecordOptions[] = {
+    {"delays", nullptr, "Record how long each function of the device service takes, too."},
+    {"at", "COMMAND", "Record the answer to an AT command, too; can be given several times."},
 };
 
 constexpr Option kWatchOptions[] = {
@@ -64,6 +71,15 @@ constexpr Command kCommands[] = {
      kWatchOptions,
      {},
      runWatch},
+    {"record",
+     "ask a card everything, and write a card file that answers alike",
+     "Asks a card everything and writes a card file; with --card FILE, the other commands then "
+     "work "
+     "as with that card. The file is written whole or not at all. No message is sent.",
+     SharedOptions::Card,
+     kRecordOptions,
+     {"FILE", "The card file to write.", 1, 1},
+     runRecord},
     {"sms",
      "send a message, or switch delivery receipts",
      "Sends a message, or switches delivery receipts, with the plug-in and the card.",
@@ -138,8 +154,12 @@ QList<Option> optionsOf(const Command &command)
         options << kSdk;
     if (command.shared >= SharedOptions::Libraries)
         options << kPlugin;
+    if (command.shared >= SharedOptions::Card)
+        options << kCard;
     if (command.shared >= SharedOptions::Host)
-        options.append({std::begin(kHostOptions), std::end(kHostOptions)});
+        options << kRoot;
+    if (command.shared >= SharedOptions::Card)
+        options << kLog;
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});
     return options;
 }

@@ -10,6 +10,8 @@ namespace {
 constexpr Option kOutputOptions[] = {
     {"quiet", nullptr, "Show no source of the values and no warnings."},
     {"output", "FILE", "Write to FILE instead of standard output."},
+    {"redact", nullptr,
+     "Replace identities in all output by made-up ones; --redact=all keeps no part of them."},
 };
 
 constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};

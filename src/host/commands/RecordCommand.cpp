@@ -52,12 +52,16 @@ ExitStatus runRecord(const CommandLine &line)
     CardFields fields;
     QString source;
     {
-        const PluginOutput quiet(line.has("log"));
+        const PluginOutput quiet(line.has("log") && !redactor());
         if (const QString card = line.value("card"); !card.isEmpty())
             library.start(card);
         fields = recordCard(library, options);
         source = library.source();
         library.stop();
+    }
+    if (Redactor *const redacting = redactor()) {
+        redacting->learn(fields);
+        fields = redacting->redacted(fields);
     }
     printNote(QStringLiteral("kestrun: source: ") + source);
     writeFile(file, recordFile(fields));

@@ -32,7 +32,8 @@ QStringList commandsOf(const CommandLine &line)
 void writeFile(const QString &name, const QByteArray &content)
 {
     QSaveFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()
+    // commit() does not see that flushing fails, and would put an incomplete file in place.
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.flush()
         || !file.commit()) {
         failRun(QStringLiteral("%1 cannot be written: %2; make room, or choose another file")
                     .arg(name, file.errorString()));

@@ -139,7 +139,7 @@ Verdict imei(const Element &element, const QString &value, const Evidence &evide
 // A name that the plug-in has for a number.
 Verdict named(const Element &element, const QString &value, const Evidence &evidence)
 {
-    const Verdict verdict = text(element, value, evidence);
+    Verdict verdict = text(element, value, evidence);
     if (qstrcmp(verdict.state, kUnsupported) == 0)
         return {kEmptyByRule, QStringLiteral("number-without-name")};
     return verdict;

@@ -6,6 +6,7 @@
 #include "TestBed.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -27,12 +28,16 @@ public:
     QHash<QString, QString> values() { return values(readAllStandardError()); }
     QHash<QString, QString> values(const QByteArray &log)
     {
+        return values(readAllStandardOutput(), log);
+    }
+    QHash<QString, QString> values(const QByteArray &output, const QByteArray &log)
+    {
         // These two values are only in the log.
         static const QRegularExpression number("strMSISDN=+(.*)");
         static const QRegularExpression lock("success  card state = (\\d+)");
         QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
                                        {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
+        const auto json = QJsonDocument::fromJson(output);
         const QJsonObject report = json["values"].toObject();
         for (const QString &key : report.keys())
             values[key.section('/', 1)] = report[key].toString();
@@ -96,9 +101,26 @@ private Q_SLOTS:
             auto seen = m_bed.witness(number);
             const QString card = "modemmanager"
                 + (number > 0 ? ":" + seen["modem.generic.equipment-identifier"] : QString());
-            Host host({"report", "--json"}, card);
+            Host host({"report", "--json", "--explain"}, card);
             QVERIFY(host.ends());
-            const auto values = host.values();
+            const QByteArray json = host.readAllStandardOutput();
+            const auto values = host.values(json, host.readAllStandardError());
+            for (const QJsonValue row : QJsonDocument::fromJson(json)["explanation"].toArray()) {
+                const QString state = row["state"].toString();
+                const QString value = row["value"].toString();
+                QVERIFY2(value.isEmpty() != (state == "ok"), qPrintable(row["field"].toString()));
+                QVERIFY2(state == "ok" || !row["advice"].toString().isEmpty(), qPrintable(state));
+            }
+
+            Host redacted({"report", "--xml", "--redact=all"}, card);
+            QVERIFY(redacted.ends());
+            const QByteArray shown = redacted.readAllStandardOutput()
+                + redacted.readAllStandardError();
+            for (const char *field : {"IMEI", "IMSI", "ESN", "MEID", "MSISDN",
+                                      "Command/Network/CellID", "Command/Network/PLMN"}) {
+                const QByteArray identity = values[field].toLatin1();
+                QVERIFY2(identity.isEmpty() || !shown.contains(identity), identity.constData());
+            }
 
             const QString file = m_directory.filePath("record.ini");
             HostProcess record({"record", file, "--card", card});

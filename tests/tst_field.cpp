@@ -126,6 +126,7 @@ private:
     QList<Canary> m_canaries;
     int m_places = 0;
     int m_traces = 0;
+    int m_found = 0;
 
     QString path(const QString &name) const { return m_directory.filePath(name); }
 
@@ -218,6 +219,8 @@ private:
     {
         if (card == "MAKER")
             return {"--sdk", MAKERS_SDK};
+        if (card.endsWith(".ini"))
+            return {"--card", QFINDTESTDATA("data/" + card)};
         if (!card.contains('['))
             return {"--card", card};
         const QString file = path(QString::number(qHash(card)) + ".ini");
@@ -304,9 +307,9 @@ private Q_SLOTS:
     void replaysRecord_data()
     {
         QTest::addColumn<QString>("card");
-        for (const char *card : {"lte", "hspa", "cdma", "td-scdma", "locked", "none", "MAKER"})
+        for (const char *card : {"lte", "hspa", "cdma", "td-scdma", "locked", "none",
+                                 "odd-record.ini", "no-cell.ini", "MAKER"})
             QTest::newRow(card) << card;
-        QTest::newRow("odd") << QFINDTESTDATA("data/odd-record.ini");
     }
 
     void replaysRecord()
@@ -437,15 +440,17 @@ private Q_SLOTS:
                 const QSet<QByteArray> found = tracesIn(seen, all);
                 leaked = attempt == 0 ? found : leaked.intersect(found);
                 if (!leaked.isEmpty() && attempt == 2)
-                    QFAIL(leaked.values().join(' ') + " in " + seen.join());
+                    qWarning().noquote() << leaked.values().join(' ') << "in" << seen.join();
             }
+            m_found += int(leaked.size());
+            QVERIFY(leaked.isEmpty());
         }
     }
 
     void cleanupTestCase()
     {
-        qInfo("%lld canaries, %d places looked at for %d traces", (long long)m_canaries.size(),
-              m_places, m_traces);
+        qInfo("%d canaries, %d places looked at for %d traces, %d found", int(m_canaries.size()),
+              m_places, m_traces, m_found);
     }
 };
 

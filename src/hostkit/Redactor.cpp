@@ -89,6 +89,14 @@ bool isImei(const QString &text)
         && text.back().digitValue() == checkDigit(text.chopped(1));
 }
 
+// Gives what is made up for an IMEI the right check digit.
+QString withCheckDigitOf(const QString &value, QString made)
+{
+    if (isImei(value))
+        made.back() = QChar(u'0' + checkDigit(made.chopped(1)));
+    return made;
+}
+
 // The length of both codes. In North America the MNC has three digits.
 qsizetype mccAndMnc(const QString &imsi)
 {
@@ -256,10 +264,7 @@ QString Redactor::madeUp(Kind kind, const QString &value) const
     switch (kind) {
     case Kind::Imei: {
         const bool isLong = isNumber(value) && value.size() >= kImei - 1;
-        QString made = scrambled(value, !all && isLong ? kTypeOfImei : 0);
-        if (isImei(value))
-            made.back() = QChar(u'0' + checkDigit(made.chopped(1)));
-        return made;
+        return withCheckDigitOf(value, scrambled(value, !all && isLong ? kTypeOfImei : 0));
     }
     case Kind::Imsi:
         return scrambled(value, all ? 0 : mccAndMnc(value));
@@ -359,7 +364,11 @@ QString Redactor::scanned(const QString &text, bool isAnswer) const
                 }
             }
         }
-        if (length == 0 && !piece(text, folded, at, part, length))
+        const bool isKnown = length > 0 || piece(text, folded, at, part, length);
+        // The forms begin with a sign or with a letter, or with a digit behind letters.
+        const bool mayBegin = begins
+            || (isAsciiDigit(text.at(at)) && !isAsciiDigit(text.at(at - 1)));
+        if (!isKnown && mayBegin && !text.at(at).isSpace())
             part = form(text, at, length);
         if (length == 0 && isAnswer && text.at(at).isLetterOrNumber()) {
             while (at + length < text.size() && text.at(at + length).isLetterOrNumber())
@@ -418,9 +427,8 @@ QString Redactor::form(const QString &text, qsizetype position, qsizetype &lengt
             continue;
         length = match.capturedLength(1);
         const QString value = match.captured(1);
-        if (value.size() == kImei && isNumber(value))
-            return madeUp(isImei(value) ? Kind::Imei : Kind::Imsi, value);
-        return madeUp(candidate.kind, value);
+        // Of an unknown number nothing is kept: the check digit of an IMSI may be right by chance.
+        return withCheckDigitOf(value, madeUp(candidate.kind, value));
     }
     return {};
 }

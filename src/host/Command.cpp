@@ -10,6 +10,8 @@ namespace {
 constexpr Option kOutputOptions[] = {
     {"quiet", nullptr, "Show no source of the values and no warnings."},
     {"output", "FILE", "Write to FILE instead of standard output."},
+    {"redact", nullptr,
+     "Replace identities in all output by made-up ones; --redact=all keeps no part of them."},
 };
 
 constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
@@ -21,12 +23,9 @@ constexpr Option kRoot = {
 
 constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
 
-constexpr Option kHostOptions[] = {
-    {"card", "CARD",
-     "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."},
-    kRoot,
-    kLog,
-};
+constexpr Option kCard = {
+    "card", "CARD",
+    "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."};
 
 constexpr Option kMetricsLabels = {
     "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
@@ -37,6 +36,12 @@ constexpr Option kReportOptions[] = {
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
     {"metrics", nullptr, "Print metrics of the card and the report as OpenMetrics text."},
     kMetricsLabels,
+    {"explain", nullptr, "Show where each value comes from, and why it is empty."},
+};
+
+constexpr Option kRecordOptions[] = {
+    {"delays", nullptr, "Record how long each function of the device service takes, too."},
+    {"at", "COMMAND", "Record the answer to an AT command, too; can be given several times."},
 };
 
 constexpr Option kWatchOptions[] = {
@@ -92,6 +97,15 @@ constexpr Command kCommands[] = {
      kReplayOptions,
      {"FILE", "The recording.", 1, 1},
      runReplay},
+    {"record",
+     "ask a card everything, and write a card file that answers alike",
+     "Asks a card everything and writes a card file; with --card FILE, the other commands then "
+     "work "
+     "as with that card. The file is written whole or not at all. No message is sent.",
+     SharedOptions::Card,
+     kRecordOptions,
+     {"FILE", "The card file to write.", 1, 1},
+     runRecord},
     {"sms",
      "send a message, or switch delivery receipts",
      "Sends a message, or switches delivery receipts, with the plug-in and the card.",
@@ -166,8 +180,12 @@ QList<Option> optionsOf(const Command &command)
         options << kSdk;
     if (command.shared >= SharedOptions::Libraries)
         options << kPlugin;
+    if (command.shared >= SharedOptions::Card)
+        options << kCard;
     if (command.shared >= SharedOptions::Host)
-        options.append({std::begin(kHostOptions), std::end(kHostOptions)});
+        options << kRoot;
+    if (command.shared >= SharedOptions::Card)
+        options << kLog;
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});
     return options;
 }

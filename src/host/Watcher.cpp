@@ -135,9 +135,11 @@ void Watcher::runCommand(const QString &line)
         if (known)
             result = control->raiseEvent(event);
     } else if (command == QLatin1String("set") && !rest.isEmpty()) {
-        result = control->setField(
-            rest.section(QLatin1Char(' '), 0, 0).toUtf8().constData(),
-            rest.section(QLatin1Char(' '), 1).trimmed().toUtf8().constData());
+        const QString field = rest.section(QLatin1Char(' '), 0, 0);
+        const QString value = rest.section(QLatin1Char(' '), 1).trimmed();
+        if (Redactor *const redacting = redactor())
+            redacting->learn(field, value);
+        result = control->setField(field.toUtf8().constData(), value.toUtf8().constData());
     } else {
         known = false;
     }
@@ -177,6 +179,8 @@ void Watcher::checkReport()
     tell(QStringLiteral("report rewritten: ") + m_reportFile,
          {{QStringLiteral("type"), QStringLiteral("report")},
           {QStringLiteral("file"), m_reportFile}});
+    if (Redactor *const redacting = redactor())
+        redacting->learn(*values);
     for (const auto &[path, value] : *values) {
         const QString previous = valueOf(m_values, path);
         if (value != previous)
@@ -192,8 +196,12 @@ void Watcher::tellSource()
          {{QStringLiteral("type"), QStringLiteral("source")}, {QStringLiteral("source"), source}});
 }
 
-void Watcher::tellChange(const QString &path, const QString &previous, const QString &current)
+void Watcher::tellChange(const QString &path, QString previous, QString current)
 {
+    if (const Redactor *const redacting = redactor()) {
+        previous = redacting->redacted(path, previous);
+        current = redacting->redacted(path, current);
+    }
     constexpr int kPathColumn = 37; // the longest path
     tell(QStringLiteral("  %1  \"%2\" \u2192 \"%3\"")
              .arg(path.leftJustified(kPathColumn), visible(previous),

@@ -40,7 +40,7 @@ private:
     void watchFiles();
     void checkReport();
     void tellSource();
-    void tellChange(const QString &path, const QString &previous, const QString &current);
+    void tellChange(const QString &path, QString previous, QString current);
     void tell(const QString &text, QJsonObject object);
 
     Dashboard &m_dashboard;

@@ -23,8 +23,27 @@ void openStandardStreams()
     close(descriptor);
 }
 
+// Takes the extent from the option, which the parser then knows without a value. Everything that is
+// printed later is redacted, also the complaint about another argument.
+void startRedaction(QStringList &arguments)
+{
+    const QString option = QStringLiteral("--redact");
+    for (QString &argument : arguments) {
+        if (argument == QLatin1String("--"))
+            return;
+        if (argument == option)
+            setRedaction(Redactor::Extent::Usual);
+        else if (argument == option + QStringLiteral("=all"))
+            setRedaction(Redactor::Extent::All);
+        else
+            continue;
+        argument = option;
+    }
+}
+
 ExitStatus runCommand(QStringList arguments)
 {
+    startRedaction(arguments);
     if (arguments.size() < 2)
         failUsage(QStringLiteral("a command is missing\n\n") + usage());
     QString name = arguments.takeAt(1);

@@ -26,12 +26,10 @@ struct Run
     QByteArray error;
 };
 
-Run run(const QString &program, const QStringList &arguments, const QByteArray &input = {})
+Run run(const QString &program, const QStringList &arguments)
 {
     Child child;
     child.start(program, arguments);
-    child.write(input);
-    child.closeWriteChannel();
     child.waitForFinished();
     return {child.exitCode(), child.readAllStandardOutput(), child.readAllStandardError()};
 }
@@ -192,10 +190,24 @@ private:
         QString lines = filled(input);
         lines.replace("CARD", files["CARD"]).replace("OTHER", files["OTHER"]);
         QFile::remove(path("written"));
-        // Only watch needs a signal to end.
-        const Run run = ::run("timeout", QStringList{"-s", "INT", "2", HOST} + arguments + more,
-                              lines.toUtf8());
-        return {run.output, run.error, readFile(path("written"))};
+        // watch needs a signal to end, when it has taken all commands.
+        HostProcess host(arguments + more);
+        host.write(lines.toUtf8() + "the end\n");
+        QByteArray output;
+        const bool ended = QTest::qWaitFor(
+            [&] {
+                output += host.readAllStandardOutput();
+                return host.state() == QProcess::NotRunning || output.contains("the end");
+            },
+            15'000);
+        if (ended && host.state() == QProcess::Running) {
+            constexpr int kLastRewriteMs = 300;
+            QTest::qWait(kLastRewriteMs);
+            ::kill(pid_t(host.processId()), SIGINT);
+        }
+        host.waitForFinished();
+        return {output + host.readAllStandardOutput(), host.readAllStandardError(),
+                readFile(path("written"))};
     }
 
     // Returns the traces of canaries in the texts.

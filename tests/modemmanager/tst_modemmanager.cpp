@@ -192,7 +192,7 @@ private Q_SLOTS:
 
         QVERIFY(host.stop());
         HostProcess replay({"replay", recording, "--speed", "max", "--check"});
-        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}));
+        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}) && replay.ends());
     }
 
     void completesReportWhenModemOrDaemonBreaksDown()

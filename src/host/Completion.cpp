@@ -3,7 +3,6 @@
 
 #include "Command.h"
 #include "DeviceServiceLibrary.h"
-#include "LoadCheck.h"
 #include "Output.h"
 #include "PluginLibrary.h"
 
@@ -39,7 +38,6 @@ bool takesValue(const Command &command, const QString &word)
 QStringList cardNames()
 {
     const QString file = DeviceServiceLibrary::find({}, PluginLibrary::defaultFile());
-    requireLoadingReturns(file, {});
     return DeviceServiceLibrary(file).cardNames();
 }
 

@@ -24,7 +24,8 @@ HostOptions resolved(HostOptions options)
 
 HostOptions checked(HostOptions options)
 {
-    requireLoadingReturns(options.sdk, options.plugin);
+    if (options.tried)
+        requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStandardPaths>
@@ -149,6 +150,24 @@ private Q_SLOTS:
         const Run run = kestrun(arguments);
         QVERIFY2(run.output.contains("LatestSimLockState 1 \u2192 0"), run.output.constData());
         QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, unchanged"));
+    }
+
+    // One line for each rule that the library breaks.
+    void findsWhatDeviceServicesDoWrong()
+    {
+        QStringList lines;
+        for (const QString library : {"faulty", "cutsanswers", "losesanswers"}) {
+            const Run run = kestrun({"check", "--json", "--sdk", BROKEN + library + ".so"});
+            QCOMPARE(run.status, 1);
+            QCOMPARE(validJsonTexts(run.output), 1);
+            for (const auto &value : QJsonDocument::fromJson(run.output)["checks"].toArray()) {
+                const QString line = library + ": " + value["name"].toString() + ": "
+                    + value["detail"].toString();
+                if (value["result"] == "failed" && (library == "faulty" || line.contains("AT")))
+                    lines << line;
+            }
+        }
+        compareWithGolden("faulty-services.txt", lines);
     }
 
     void endsWatchWhenReaderIsGone()

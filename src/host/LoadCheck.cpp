@@ -2,81 +2,37 @@
 #include "LoadCheck.h"
 
 #include "DeviceServiceLibrary.h"
-#include "Output.h"
 #include "PluginLibrary.h"
-
-#include <QCoreApplication>
-#include <QProcess>
-
-#include <csignal>
-#include <cstring>
-#include <sys/resource.h>
-#include <unistd.h>
-#if defined(Q_OS_LINUX)
-#include <sys/prctl.h>
-#endif
+#include "Trial.h"
 
 namespace {
 
 constexpr int kTimeoutMs = 10'000;
 
-// A library may end the process with 0 or 1.
-constexpr int kReturned = 42;
-
-// The child writes this to standard output when it has loaded the device service. A message that
-// refuses a library may follow.
+// The child tells this when it has loaded the device service. A message that refuses a library may
+// follow.
 constexpr char kServiceLoaded = '\n';
-
-void prepareChild()
-{
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-#if defined(Q_OS_LINUX)
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-#endif
-}
-
-QString howItEnded(QProcess &child, bool inTime)
-{
-    if (!inTime)
-        return QStringLiteral("does not return within %1 s").arg(kTimeoutMs / 1000);
-    if (child.exitStatus() == QProcess::CrashExit) {
-        return QStringLiteral("crashes (%1)")
-            .arg(QString::fromLocal8Bit(strsignal(child.exitCode())));
-    }
-    const QString said = QString::fromUtf8(child.readAllStandardError()).trimmed();
-    return QStringLiteral("ends the process with status %1%2")
-        .arg(child.exitCode())
-        .arg(said.isEmpty() ? said : QStringLiteral(" (\"%1\")").arg(visible(said)));
-}
 
 } // namespace
 
 LoadResult checkLoading(const QString &sdk, const QString &plugin)
 {
-    QProcess child;
-    child.setChildProcessModifier(prepareChild);
-    child.start(QCoreApplication::applicationFilePath(),
-                {QLatin1String(kLoadCheckCommand), sdk, plugin});
-    const bool inTime = child.waitForFinished(kTimeoutMs);
-    if (child.error() == QProcess::FailedToStart) {
+    const TrialResult result = runTrial({QLatin1String(kLoadCheckCommand), sdk, plugin},
+                                        kTimeoutMs);
+    if (!result.notStarted.isEmpty()) {
         return {QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
-                    .arg(child.errorString()),
+                    .arg(result.notStarted),
                 {}};
     }
-    const QString ending = howItEnded(child, inTime);
-    child.kill();
-    child.waitForFinished();
-    const QByteArray answer = child.readAllStandardOutput();
-    const bool serviceLoaded = answer.startsWith(kServiceLoaded);
-    if (inTime && child.exitStatus() == QProcess::NormalExit && child.exitCode() == kReturned)
-        return {{}, QString::fromUtf8(answer.mid(serviceLoaded ? 1 : 0))};
+    const bool serviceLoaded = result.answer.startsWith(kServiceLoaded);
+    if (result.ending.isEmpty())
+        return {{}, QString::fromUtf8(result.answer.mid(serviceLoaded ? 1 : 0))};
     const QString fatal = serviceLoaded
         ? QStringLiteral("the plug-in %1 %2 while it is loaded; use another one with --plugin FILE")
-              .arg(plugin, ending)
+              .arg(plugin, result.ending)
         : QStringLiteral("the device service %1 %2 while it is loaded; use another one with "
                          "--sdk FILE")
-              .arg(sdk, ending);
+              .arg(sdk, result.ending);
     return {fatal, {}};
 }
 
@@ -88,14 +44,7 @@ void requireLoadingReturns(const QString &sdk, const QString &plugin)
 
 void runLoadCheck(const QStringList &files)
 {
-    // What the libraries print must not look like a report to the parent.
-    const int parent = dup(STDOUT_FILENO);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    const auto tell = [parent](const QByteArray &answer) {
-        [[maybe_unused]] const ssize_t written = write(parent, answer.constData(),
-                                                       static_cast<std::size_t>(answer.size()));
-    };
-    try {
+    answerTrial([&](const TellParent &tell) {
         const DeviceServiceLibrary service(files.value(0));
         tell(QByteArray(1, kServiceLoaded));
         if (!files.value(1).isEmpty()) {
@@ -103,8 +52,5 @@ void runLoadCheck(const QStringList &files)
             plugin.load();
             plugin.instance();
         }
-    } catch (const Failure &failure) {
-        tell(failure.message.toUtf8());
-    }
-    _exit(kReturned);
+    });
 }

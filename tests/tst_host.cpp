@@ -113,7 +113,7 @@ private Q_SLOTS:
         Run run = kestrun(arguments);
         run.error.replace(m_directory.path().toUtf8(), "TEMP");
         run.output.replace(m_directory.path().toUtf8(), "TEMP");
-        QTEST(QString::number(run.status), "status");
+        QVERIFY2(QString::number(run.status) == cell("status"), run.error.constData());
         for (const auto &[seen, column] :
              {std::pair(run.output, "output"), std::pair(run.error, "error")}) {
             QVERIFY2(seen.contains(cell(column).toUtf8()), seen.constData());

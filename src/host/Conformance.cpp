@@ -3,7 +3,6 @@
 
 #include "DeviceServiceLibrary.h"
 #include "Failure.h"
-#include "Output.h"
 #include "Trial.h"
 #include "devsrv/DeviceService.h"
 

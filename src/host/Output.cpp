@@ -2,6 +2,7 @@
 #include "Output.h"
 
 #include "Failure.h"
+#include "VisibleText.h"
 
 #include <QFile>
 
@@ -30,18 +31,6 @@ void put(FILE *stream, const QString &text)
 }
 
 } // namespace
-
-QString visible(const QString &text)
-{
-    QString shown;
-    for (const QChar character : text) {
-        if (character.category() == QChar::Other_Control)
-            shown += QStringLiteral("\\%1").arg(character.unicode(), 3, 8, QLatin1Char('0'));
-        else
-            shown += character;
-    }
-    return shown;
-}
 
 void setOutputFile(const QString &file)
 {

@@ -26,10 +26,6 @@ void print(const QString &text);
 /// a pipe is no failure.
 void requirePrinted();
 
-/// Returns the text with each control character as "\NNN", in octal: a text from outside must not
-/// control the terminal.
-QString visible(const QString &text);
-
 /// Writes a line that is not an error to standard error.
 void printNote(const QString &line);
 

@@ -4,6 +4,7 @@
 #include "Json.h"
 #include "Output.h"
 #include "RegularFile.h"
+#include "VisibleText.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

@@ -4,6 +4,7 @@
 #include "Json.h"
 #include "LoadCheck.h"
 #include "Output.h"
+#include "VisibleText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "Output.h"
 #include "Report.h"
@@ -41,7 +42,7 @@ ExitStatus runNotify(const CommandLine &line)
         failUsage(QStringLiteral("give two parameters or none"));
     numbers.resize(3);
 
-    Dashboard dashboard(line.hostOptions());
+    CommandLineDashboard dashboard(line.hostOptions());
     dashboard.init();
     const QString file = dashboard.reportFile();
     const FileState snapshot(file);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "Json.h"
 #include "Output.h"
 #include "Report.h"
 #include "Suggestion.h"
+#include "VisibleText.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -42,7 +44,7 @@ ExitStatus runReport(const CommandLine &line)
 {
     requireOneForm(line);
     const QString field = line.value("field");
-    Dashboard dashboard(line.hostOptions());
+    CommandLineDashboard dashboard(line.hostOptions());
     const QString file = dashboard.reportFile();
     const FileState previous(file);
     const ConfigState previousConfig(dashboard.configFile());

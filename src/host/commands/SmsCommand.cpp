@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "Output.h"
 
@@ -37,7 +38,7 @@ void send(const CommandLine &line)
     const QString text = line.positional().at(2);
     checkIsLatin1(QStringLiteral("number"), number);
     checkIsLatin1(QStringLiteral("text"), text);
-    Dashboard dashboard(line.hostOptions());
+    CommandLineDashboard dashboard(line.hostOptions());
     const KestrunHostTable &table = dashboard.plugin().requireTable(
         QStringLiteral("send messages"));
     dashboard.init();
@@ -55,7 +56,7 @@ void setReceipts(const CommandLine &line)
     const bool on = choice == QLatin1String("on");
     if (!on && choice != QLatin1String("off"))
         failUsage(QStringLiteral("\"%1\" is neither on nor off").arg(choice));
-    Dashboard dashboard(line.hostOptions());
+    CommandLineDashboard dashboard(line.hostOptions());
     const KestrunHostTable &table = dashboard.plugin().requireTable(
         QStringLiteral("switch delivery receipts"));
     dashboard.init();

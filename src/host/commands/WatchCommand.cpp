@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "StopSignals.h"
 #include "Watcher.h"
@@ -14,7 +15,7 @@ ExitStatus runWatch(const CommandLine &line)
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
-    Dashboard dashboard(line.hostOptions());
+    CommandLineDashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard, line.has("json") ? Watcher::Form::Json : Watcher::Form::Text);
     dashboard.init();
     watcher.start();

@@ -4,8 +4,8 @@
 #include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
 #include "Failure.h"
-#include "Output.h"
 #include "Suggestion.h"
+#include "VisibleText.h"
 
 #include <QFileInfo>
 

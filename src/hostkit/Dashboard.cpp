@@ -3,7 +3,6 @@
 
 #include "Failure.h"
 #include "LoadCheck.h"
-#include "Output.h"
 #include "PluginOutput.h"
 #include "TrialRoot.h"
 
@@ -35,7 +34,6 @@ Dashboard::Dashboard(const HostOptions &options)
     : m_options(checked(resolved(options))), m_plugin(m_options.plugin),
       m_deviceService(m_options.sdk)
 {
-    setPluginLog(m_options.log);
     m_plugin.load();
     if (!m_options.card.isEmpty())
         m_deviceService.start(m_options.card);
@@ -62,13 +60,11 @@ Dashboard::~Dashboard()
 
 void Dashboard::init()
 {
-    std::optional<PluginOutput> redirected(m_options.log);
+    const PluginOutput quiet(m_options.log);
     m_interfaces = m_plugin.instance();
     m_object = m_interfaces.object;
     if (!m_interfaces.base->Init())
         failRun(QStringLiteral("the plug-in could not start; --log shows its reasons"));
-    redirected.reset();
-    printNote(QStringLiteral("kestrun: source: ") + m_deviceService.source());
 }
 
 void Dashboard::shutDown()

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Shows the log of the plug-in and the device service on standard error, or drops it.
-void setPluginLog(bool shown);
-
 /// Keeps the output of the plug-in and of its shell commands away from standard output for as long
 /// as the object lives: it goes to standard error with the log, and is dropped without it.
 class PluginOutput

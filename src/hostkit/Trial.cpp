@@ -2,7 +2,7 @@
 #include "Trial.h"
 
 #include "Failure.h"
-#include "Output.h"
+#include "VisibleText.h"
 
 #include <QCoreApplication>
 #include <QProcess>

@@ -1,6 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 
-/* A device service that breaks each rule of "kestrun check" once. */
+/*
+ * A device service that breaks the rules of "kestrun check". ANSWER_LENGTH is the length of its AT
+ * answers as it tells them; 2 is right, and 0 means that there is none.
+ */
 #include "devsrv/DeviceService.h"
 
 #include <stdlib.h>
@@ -86,11 +89,8 @@ int32_t ZEPA_ExuceATCmd(const char *command, int32_t length)
     char answer[] = "OK";
     (void)command;
     (void)length;
-#if defined(CUTS_ANSWERS)
-    answerCallback(answer, 1);
-#elif !defined(LOSES_ANSWERS)
-    answerCallback(answer, 2);
-#endif
+    if (ANSWER_LENGTH > 0)
+        answerCallback(answer, ANSWER_LENGTH);
     return 0;
 }
 

@@ -152,7 +152,7 @@ private Q_SLOTS:
         QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, unchanged"));
     }
 
-    // One line for each rule that the library breaks.
+    // One line for each way in which a library breaks a rule.
     void findsWhatDeviceServicesDoWrong()
     {
         QStringList lines;
@@ -160,13 +160,13 @@ private Q_SLOTS:
             const Run run = kestrun({"check", "--json", "--sdk", BROKEN + library + ".so"});
             QCOMPARE(run.status, 1);
             QCOMPARE(validJsonTexts(run.output), 1);
-            for (const auto &value : QJsonDocument::fromJson(run.output)["checks"].toArray()) {
-                const QString line = library + ": " + value["name"].toString() + ": "
-                    + value["detail"].toString();
-                if (value["result"] == "failed" && (library == "faulty" || line.contains("AT")))
-                    lines << line;
+            const QJsonArray checks = QJsonDocument::fromJson(run.output)["checks"].toArray();
+            for (const QJsonValue check : checks) {
+                if (check[u"result"] == "failed")
+                    lines << check[u"name"].toString() + ": " + check[u"detail"].toString();
             }
         }
+        lines.removeDuplicates();
         compareWithGolden("faulty-services.txt", lines);
     }
 

@@ -254,7 +254,7 @@ Verdict checkTexts(const Query &query, Memory &memory)
         values << QStringLiteral("%1 \"%2\"").arg(name, value);
         if (!form.match(value).hasMatch()) {
             return failed(QStringLiteral("%1 does not have the form %2")
-                              .arg(values.constLast(), form.pattern()));
+                              .arg(values.constLast(), QLatin1String(text.form)));
         }
     }
     return {Mark::Passed, values.join(QStringLiteral(", "))};

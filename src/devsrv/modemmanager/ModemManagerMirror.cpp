@@ -25,9 +25,12 @@ constexpr milliseconds kLastBusPause{30'000};
 // How long start-up waits for the registration of a modem that it switched on, and then for its
 // operator, technology and location, which the daemon tells later than the registration.
 constexpr milliseconds kSearchTime{5'000};
-constexpr milliseconds kSettleTime{2'000};
+constexpr milliseconds kCompletionTime{2'000};
 
-bool isSettled(const ModemValues &modem)
+// From then on: the daemon asks for the place in each kind of network.
+constexpr milliseconds kSettleTime{250};
+
+bool isComplete(const ModemValues &modem)
 {
     const bool hasPlace = modem.plmn && !modem.location.isEmpty();
     return modem.accessTechnologies != 0 && (hasPlace || !modem.registrationState);
@@ -380,12 +383,11 @@ void ModemManagerMirror::checkStarted()
         return;
     const auto &modem = m_snapshot->modem;
     // A modem that was on before is not waited for.
-    const bool isRegistered = modem && modem->isAtLeast(MM_MODEM_STATE_REGISTERED);
-    if (m_enabled.isEmpty() || !modem || !modem->isAtLeast(MM_MODEM_STATE_DISABLED)
-        || (isRegistered && isSettled(*modem)))
+    if (m_enabled.isEmpty() || !modem || !modem->isAtLeast(MM_MODEM_STATE_DISABLED))
         finishStart();
-    else if (isRegistered)
-        QTimer::singleShot(kSettleTime, this, &ModemManagerMirror::finishStart);
+    else if (modem->isAtLeast(MM_MODEM_STATE_REGISTERED))
+        QTimer::singleShot(isComplete(*modem) ? kSettleTime : kCompletionTime, this,
+                           &ModemManagerMirror::finishStart);
     else if (modem->isAtLeast(MM_MODEM_STATE_ENABLED))
         QTimer::singleShot(kSearchTime, this, &ModemManagerMirror::finishStart);
 }

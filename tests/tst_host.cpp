@@ -152,6 +152,18 @@ private Q_SLOTS:
         QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, unchanged"));
     }
 
+    // A command that fails leaves the file of an earlier one.
+    void writesOutputFile()
+    {
+        const QString file = path("output");
+        QCOMPARE(report({"--xml", "--output", file}).status, 0);
+        QCOMPARE(readFile(file), readFile(reportFile("root")));
+        QCOMPARE(report({"--output", file, "--card", "no-such-card"}).status, 1);
+        QCOMPARE(readFile(file), readFile(reportFile("root")));
+        QCOMPARE(report({"--field", "Client/IMEI", "--output", file}).status, 0);
+        QCOMPARE(readFile(file), QByteArray("490154203237518\n"));
+    }
+
     // One line for each way in which a library breaks a rule.
     void findsWhatDeviceServicesDoWrong()
     {

@@ -6,7 +6,8 @@
 
 #include <utility>
 
-/// Has print() write to a file instead of standard output. Throws Failure if it cannot be written.
+/// Has print() write to a file instead of standard output; the first one replaces what the file
+/// has. Throws Failure if it cannot be written.
 void setOutputFile(const QString &file);
 
 /// With true, printNote() shows nothing.

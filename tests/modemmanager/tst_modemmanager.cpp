@@ -206,11 +206,12 @@ private Q_SLOTS:
                 m_bed.daemon.end();
             QVERIFY2(host.ends(), qPrintable(how));
             QCOMPARE(host.exitCode(), 0);
-            const auto values = host.values();
-            QCOMPARE(values["IMEI"], kImei);
-            QCOMPARE(values["Command/Device/SmsTriggerState"], "");
-            // The report goes on with the modem with which it began.
-            QCOMPARE(values["Command/Network/CellID"], "83F7CD");
+            // The report goes on with the modem with which it began. The file may already have the
+            // next report, of which the modem's end is the reason.
+            const QByteArray log = host.readAllStandardError();
+            QCOMPARE(host.values(log)["Command/Device/SmsTriggerState"], "");
+            QVERIFY(log.contains(QByteArray("strIMEI===========") + kImei));
+            QVERIFY(log.contains("strCellID===========83F7CD"));
             if (how == "unplugged")
                 QVERIFY(m_bed.inhibit(*modem, false) && m_bed.waitForModem(1));
         }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "HostProcess.h"
+#include "Schema.h"
 #include "TestData.h"
 
 #include <QDir>
@@ -134,7 +135,7 @@ private Q_SLOTS:
         QVERIFY(table.error.contains("=========strIMEI===========490154203237518\n"));
 
         const QByteArray file = readFile(reportFile("root"));
-        QVERIFY(!file.isEmpty());
+        QVERIFY(isValidReport(file));
         QCOMPARE(report({"--xml"}).output, file);
         const QByteArray json = report({"--json"}).output;
         QCOMPARE(validJsonTexts(json), 1);

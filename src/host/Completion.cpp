@@ -5,6 +5,7 @@
 #include "DeviceServiceLibrary.h"
 #include "Output.h"
 #include "PluginLibrary.h"
+#include "ReportCheck.h"
 
 #include <algorithm>
 
@@ -47,8 +48,11 @@ QStringList candidates(const QStringList &words)
         return commandNames() << QStringLiteral("--help");
     const Command &command = findCommand(words.constFirst());
     const QString &previous = words.at(words.size() - 2);
-    if (takesValue(command, previous))
+    if (takesValue(command, previous)) {
+        if (previous == QLatin1String("--field"))
+            return reportFields();
         return previous == QLatin1String("--card") ? cardNames() : QStringList();
+    }
     if (words.constLast().startsWith(QLatin1Char('-')))
         return optionNames(command);
     if (words.size() > 2)

@@ -15,22 +15,43 @@ constexpr Option kOutputOptions[] = {
 constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
 constexpr Option kPlugin = {"plugin", "FILE", "The plug-in to load."};
 
+constexpr Option kRoot = {
+    "root", "DIR",
+    "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."};
+
+constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
+
 constexpr Option kHostOptions[] = {
     {"card", "CARD",
      "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."},
-    {"root", "DIR",
-     "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."},
-    {"log", nullptr, "Show the plug-in's log on standard error."},
+    kRoot,
+    kLog,
 };
+
+constexpr Option kMetricsLabels = {
+    "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
 
 constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
+    {"metrics", nullptr, "Print metrics of the card and the report as OpenMetrics text."},
+    kMetricsLabels,
 };
 
 constexpr Option kWatchOptions[] = {
     {"json", nullptr, "Print one JSON object on each line."},
+    {"metrics", "FILE",
+     "Keep FILE current: OpenMetrics text, written at each event and every 60 s."},
+    kMetricsLabels,
+    {"record", "FILE", "Record each event with the card's state and its effects in a new FILE."},
+};
+
+constexpr Option kReplayOptions[] = {
+    {"speed", "N", "Replay N times as fast, or without waits with \"max\"; by default 1."},
+    {"check", nullptr, "Compare signals, rewrites and values, and end at the first difference."},
+    kRoot,
+    kLog,
 };
 
 constexpr Option kSmsOptions[] = {
@@ -67,6 +88,14 @@ constexpr Command kCommands[] = {
      kWatchOptions,
      {},
      runWatch},
+    {"replay",
+     "drive the plug-in through a recording of watch --record",
+     "Drives the plug-in with an emulated card through the life that \"kestrun watch --record\" "
+     "recorded. Uses a temporary root unless --root names one.",
+     SharedOptions::Libraries,
+     kReplayOptions,
+     {"FILE", "The recording.", 1, 1},
+     runReplay},
     {"sms",
      "send a message, or switch delivery receipts",
      "Sends a message, or switches delivery receipts, with the plug-in and the card.",

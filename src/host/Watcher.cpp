@@ -12,20 +12,12 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
-#include <algorithm>
 #include <cerrno>
 #include <unistd.h>
 
 namespace {
 
 constexpr char kCommands[] = "insert [CARD] | remove | event NUMBER | set FIELD VALUE";
-
-QString valueOf(const ReportValues &values, const QString &path)
-{
-    const auto found = std::find_if(values.begin(), values.end(),
-                                    [&](const auto &entry) { return entry.first == path; });
-    return found == values.end() ? QString() : found->second;
-}
 
 } // namespace
 

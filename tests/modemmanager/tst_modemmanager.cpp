@@ -7,8 +7,6 @@
 #include "TestBed.h"
 
 #include <QElapsedTimer>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -16,29 +14,11 @@ namespace {
 
 constexpr char kImei[] = "490154203237518";
 
-// The command with its log and a system root of its own.
-class Host : public HostProcess
+class Host : public CardHost
 {
 public:
-    Host(const QStringList &command, const QString &card = "modemmanager")
+    Host(const QStringList &command, const QString &card = "modemmanager") : CardHost(command, card)
     {
-        start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
-    }
-
-    QHash<QString, QString> values() { return values(readAllStandardError()); }
-    QHash<QString, QString> values(const QByteArray &log)
-    {
-        // These two values are only in the log.
-        static const QRegularExpression number("strMSISDN=+(.*)");
-        static const QRegularExpression lock("success  card state = (\\d+)");
-        QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
-                                       {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
-        const QJsonObject report = json["values"].toObject();
-        for (const QString &key : report.keys())
-            values[key.section('/', 1)] = report[key].toString();
-        values["file"] = json["file"].toString();
-        return values;
     }
 
     // The events that the plug-in received, sorted: two threads deliver them.
@@ -51,9 +31,6 @@ public:
         events.sort();
         return events;
     }
-
-private:
-    QTemporaryDir m_root;
 };
 
 } // namespace
@@ -65,7 +42,7 @@ class tst_ModemManager : public QObject
 private:
     TestBed m_bed;
     const QList<TableRow> m_fields = readTable("modem-fields.txt");
-    QHash<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
+    QMap<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
 
 private Q_SLOTS:
     void cleanup()
@@ -100,7 +77,7 @@ private Q_SLOTS:
             Host host({"report", "--json"}, card);
             QVERIFY(host.ends());
             const auto values = host.values();
-            QVERIFY(isValidReport(readFile(values["file"])));
+            QVERIFY(isValidReport(readFile(host.file)));
             seen = m_bed.witness(number);
             seen.insert(m_bed.witness(number, {"--location-get"}));
             if (values["Command/Network/AcT"] == "LTE")
@@ -142,9 +119,12 @@ private Q_SLOTS:
         QCOMPARE(host.exitCode(), 1);
     }
 
+    // The life of the modem is recorded; the emulated card then lives through the same.
     void watchesModemAndDaemonComeAndGo()
     {
-        Host host({"watch", "--json"});
+        const QTemporaryDir directory;
+        const QString recording = directory.filePath("life.jsonl");
+        Host host({"watch", "--json", "--record", recording});
         QVERIFY(host.says({"the daemon does not run", "\"type\":\"report\""}));
         QVERIFY(m_bed.startDaemon(true));
         ScriptedModem *modem = m_bed.plug("gsm umts");
@@ -185,6 +165,8 @@ private Q_SLOTS:
         QCOMPARE(m_bed.witness(0)["modem.generic.state"], "disabled");
 
         QVERIFY(host.stop());
+        HostProcess replay({"replay", recording, "--speed", "max", "--check"});
+        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}));
     }
 
     void completesReportWhenModemOrDaemonBreaksDown()
@@ -267,7 +249,7 @@ private Q_SLOTS:
         QVERIFY(host.ends());
         const QByteArray log = host.readAllStandardError();
         const auto values = host.values(log);
-        QVERIFY(isValidReport(readFile(values["file"])));
+        QVERIFY(isValidReport(readFile(host.file)));
         QStringList lost;
         for (const TableRow &row : m_fields) {
             if (const QString field = row["field"]; values[field] != m_usual[field])

@@ -2,6 +2,7 @@
 #include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "Json.h"
+#include "Metrics.h"
 #include "Output.h"
 #include "Report.h"
 #include "Suggestion.h"
@@ -34,8 +35,27 @@ QString fieldOf(const ReportValues &values, const QString &field)
 
 void requireOneForm(const CommandLine &line)
 {
-    if (line.has("xml") + line.has("json") + line.has("field") > 1)
-        failUsage(QStringLiteral("--xml, --json and --field exclude each other; choose one"));
+    if (line.has("xml") + line.has("json") + line.has("field") + line.has("metrics") > 1) {
+        failUsage(QStringLiteral("--xml, --json, --field and --metrics exclude each other; choose "
+                                 "one"));
+    }
+}
+
+ExitStatus reportMetrics(const CommandLine &line)
+{
+    Metrics metrics(line.value("metrics-labels"));
+    CommandLineDashboard dashboard(line.hostOptions());
+    {
+        EventObserver observer(dashboard);
+        QObject::connect(&observer, &EventObserver::handled, &observer,
+                         [&](const HandledEvent &event) { metrics.add(event); });
+        observer.observe([&] { dashboard.init(); });
+    }
+    dashboard.shutDown();
+    print(QString::fromUtf8(metrics.text()));
+    if (metrics.reports == 0)
+        failRun(QStringLiteral("no report was written: ") + whyNotWritten(dashboard.reportFile()));
+    return ExitStatus::Done;
 }
 
 } // namespace
@@ -43,6 +63,8 @@ void requireOneForm(const CommandLine &line)
 ExitStatus runReport(const CommandLine &line)
 {
     requireOneForm(line);
+    if (line.has("metrics"))
+        return reportMetrics(line);
     const QString field = line.value("field");
     CommandLineDashboard dashboard(line.hostOptions());
     const QString file = dashboard.reportFile();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Output.h"
 
+#include "EventObserver.h"
 #include "Failure.h"
 #include "VisibleText.h"
 
@@ -43,6 +44,22 @@ void setRedaction(Redactor::Extent extent)
 Redactor *redactor()
 {
     return s_redactor.get();
+}
+
+NamedValues presentable(const NamedValues &values)
+{
+    if (!s_redactor)
+        return values;
+    s_redactor->learn(values);
+    return s_redactor->redacted(values);
+}
+
+HandledEvent presentable(HandledEvent event)
+{
+    event.card = presentable(event.card);
+    if (event.report)
+        event.report = presentable(*event.report);
+    return event;
 }
 
 void setOutputFile(const QString &file)

@@ -166,7 +166,7 @@ void RecordingWriter::begin(const QString &source)
 {
     write({{QStringLiteral("format"), kFormat},
            {QStringLiteral("version"), kVersion},
-           {QStringLiteral("source"), source}});
+           {QStringLiteral("source"), redactor() ? redactor()->redacted(source) : source}});
 }
 
 void RecordingWriter::add(const HandledEvent &event)

@@ -60,12 +60,8 @@ ExitStatus runRecord(const CommandLine &line)
         source = library.source();
         library.stop();
     }
-    if (Redactor *const redacting = redactor()) {
-        redacting->learn(fields);
-        fields = redacting->redacted(fields);
-    }
     printNote(QStringLiteral("kestrun: source: ") + source);
-    writeFile(file, recordFile(fields));
+    writeFile(file, recordFile(presentable(fields)));
     print(QStringLiteral("%1 has %2 fields; \"kestrun report --card %1\" replays them.\n")
               .arg(file)
               .arg(fields.size()));

@@ -88,7 +88,7 @@ ExitStatus reportMetrics(const CommandLine &line)
     {
         EventObserver observer(dashboard);
         QObject::connect(&observer, &EventObserver::handled, &observer,
-                         [&](const HandledEvent &event) { metrics.add(event); });
+                         [&](const HandledEvent &event) { metrics.add(presentable(event)); });
         observer.observe([&] { dashboard.init(); });
     }
     dashboard.shutDown();
@@ -124,9 +124,8 @@ ExitStatus runReport(const CommandLine &line)
     if (!report)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));
     QList<Explanation> rows = explain(report->values, calls, versionFiles(dashboard.root()));
-    if (Redactor *const redacting = redactor()) {
-        redacting->learn(report->values);
-        report->values = redacting->redacted(report->values);
+    report->values = presentable(report->values);
+    if (const Redactor *const redacting = redactor()) {
         for (Explanation &row : rows)
             row.value = redacting->redacted(row.path, row.value);
     }

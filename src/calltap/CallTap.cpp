@@ -123,7 +123,10 @@ const char *CallTap_Open(const char *file, CallTapObserver observer, void *conte
     s_observer = observer;
     s_context = context;
     s_service = dlopen(file, RTLD_NOW | RTLD_LOCAL);
-    return s_service ? nullptr : dlerror();
+    if (!s_service)
+        return dlerror();
+    // This library would pass each call on to itself.
+    return dlsym(s_service, "CallTap_Open") ? "it is not a device service" : nullptr;
 }
 
 int32_t ZEPA_DevSrv_RegisterDevMgrCallback(ZEPA_DevEventCallback callback)

@@ -22,7 +22,10 @@ QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
 
 DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, CallTrace *trace) : m_file(file)
 {
-    if (trace)
+    // The path of a library that could not be loaded is not known. Its name alone would find the
+    // tap.
+    const bool traced = trace && QFileInfo(m_file).isAbsolute();
+    if (traced)
         CallTrace::load();
     QLibrary library(m_file);
     library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
@@ -36,7 +39,7 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, CallTrace *trace
     if (const auto getControl = reinterpret_cast<DevSrvGetControlFunction>(
             library.resolve("DevSrv_GetControl")))
         m_control = getControl();
-    if (trace)
+    if (traced)
         trace->connectTo(m_file);
 }
 

@@ -23,7 +23,7 @@ public:
     static QString find(const QString &file, const QString &plugin);
 
     /// Loads the library that find() returned. With `trace`, the plug-in that is loaded next makes
-    /// its calls through it; `file` is then absolute. Throws Failure.
+    /// its calls through it; `file` is then that of requireLoadingReturns(). Throws Failure.
     explicit DeviceServiceLibrary(const QString &file, CallTrace *trace = nullptr);
 
     /// Returns the absolute path of the loaded library.

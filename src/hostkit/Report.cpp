@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <unistd.h>
 
 std::optional<ReportValues> reportValues(const QByteArray &xml)
@@ -41,6 +42,13 @@ std::optional<ReportValues> reportValues(const QByteArray &xml)
     if (reader.hasError())
         return std::nullopt;
     return values;
+}
+
+QString valueOf(const ReportValues &values, const QString &path)
+{
+    const auto found = std::find_if(values.begin(), values.end(),
+                                    [&](const auto &entry) { return entry.first == path; });
+    return found == values.end() ? QString() : found->second;
 }
 
 FileState::FileState(const QString &file)

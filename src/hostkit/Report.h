@@ -15,6 +15,9 @@ using ReportValues = QList<std::pair<QString, QString>>;
 /// Returns the values of a report, or nothing if the XML is not well-formed.
 std::optional<ReportValues> reportValues(const QByteArray &xml);
 
+/// Returns the value at a path, or an empty text if there is none.
+QString valueOf(const ReportValues &values, const QString &path);
+
 /// The state of a file at one moment. Two of them differ if the file was written in between.
 struct FileState
 {

@@ -27,7 +27,7 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
                     .arg(library.errorString(), fileName()));
     }
     requireSoname();
-    requireFunctions(library);
+    resolveFunctions(library);
     if (const auto getControl = reinterpret_cast<DevSrvGetControlFunction>(
             library.resolve("DevSrv_GetControl")))
         m_control = getControl();
@@ -44,11 +44,12 @@ void DeviceServiceLibrary::requireSoname() const
                 .arg(m_file, visible(facts->soname), fileName()));
 }
 
-void DeviceServiceLibrary::requireFunctions(QLibrary &library) const
+void DeviceServiceLibrary::resolveFunctions(QLibrary &library)
 {
     QStringList missing;
     for (const DeviceServiceFunction &function : kDeviceServiceFunctions) {
-        if (!library.resolve(function.name))
+        m_functions[function.name] = library.resolve(function.name);
+        if (!m_functions[function.name])
             missing << QLatin1String(function.name);
     }
     if (!missing.isEmpty()) {

@@ -4,6 +4,7 @@
 #include "devsrv/DeviceServiceControl.h"
 
 #include <QDir>
+#include <QHash>
 #include <QLibrary>
 #include <QList>
 
@@ -24,6 +25,13 @@ public:
     explicit DeviceServiceLibrary(const QString &file);
 
     const QString &file() const { return m_file; }
+
+    /// Calls a function of DeviceService.h by its name and returns its result. Any thread.
+    template <typename Function, typename... Arguments>
+    std::int32_t call(const char *name, Arguments... arguments) const
+    {
+        return reinterpret_cast<Function *>(m_functions.value(name))(arguments...);
+    }
 
     /// Starts a card: a shipped one, a card file, or a backend with its argument. A relative path
     /// starts at the directory in which the host was started; "./lte" is a file even though a
@@ -66,9 +74,10 @@ public:
 private:
     QString fileOrName(const QString &card) const;
     void requireSoname() const;
-    void requireFunctions(QLibrary &library) const;
+    void resolveFunctions(QLibrary &library);
 
     const QDir m_directory = QDir::current();
     const QString m_file;
+    QHash<QByteArray, QFunctionPointer> m_functions;
     const DeviceServiceControl *m_control = nullptr;
 };

@@ -9,7 +9,6 @@
 #include <QStringList>
 #include <QXmlStreamReader>
 
-#include <algorithm>
 #include <unistd.h>
 
 std::optional<ReportValues> reportValues(const QByteArray &xml)
@@ -44,13 +43,6 @@ std::optional<ReportValues> reportValues(const QByteArray &xml)
     return values;
 }
 
-QString valueOf(const ReportValues &values, const QString &path)
-{
-    const auto found = std::find_if(values.begin(), values.end(),
-                                    [&](const auto &entry) { return entry.first == path; });
-    return found == values.end() ? QString() : found->second;
-}
-
 FileState::FileState(const QString &file)
 {
     const QFileInfo info(file);
@@ -69,39 +61,47 @@ std::optional<WrittenReport> readWrittenReport(const QString &file, const FileSt
     return values ? std::optional(WrittenReport{xml, *values}) : std::nullopt;
 }
 
-QString whyNotWritten(const QString &file)
+Obstacle obstacle(const QString &file)
 {
     const QFileInfo info(file);
     QString missing;
     QFileInfo above(info.path());
     for (; !above.exists(); above.setFile(above.path()))
         missing = above.filePath();
-    if (above.isDir() && !above.isExecutable())
-        return QStringLiteral("there is no right to enter %1; grant it").arg(above.filePath());
+    if (above.isDir() && !above.isExecutable()) {
+        return {"no-right",
+                QStringLiteral("there is no right to enter %1; grant it").arg(above.filePath())};
+    }
     if (!missing.isEmpty()) {
-        return QStringLiteral("the directory %1 is missing; the dashboard's installation creates "
-                              "it, and --root DIR works without it")
-            .arg(missing);
+        return {"no-directory",
+                QStringLiteral("the directory %1 is missing; the dashboard's installation creates "
+                               "it, and --root DIR works without it")
+                    .arg(missing)};
     }
     if (info.isDir())
-        return QStringLiteral("%1 is a directory; move it away").arg(file);
+        return {"not-a-file", QStringLiteral("%1 is a directory; move it away").arg(file)};
     if (info.exists() && !info.isFile())
-        return QStringLiteral("%1 is not a regular file; move it away").arg(file);
+        return {"not-a-file", QStringLiteral("%1 is not a regular file; move it away").arg(file)};
     QFile existing(file);
     if (info.exists() && !existing.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
-        return QStringLiteral("%1 cannot be written: %2; grant the right, or remove the file")
-            .arg(file, existing.errorString());
+        return {"no-right",
+                QStringLiteral("%1 cannot be written: %2; grant the right, or remove the file")
+                    .arg(file, existing.errorString())};
     }
     if (!info.exists() && access(QFile::encodeName(info.path()).constData(), W_OK) != 0) {
-        return QStringLiteral("no file can be created in %1: %2; grant the right")
-            .arg(info.path(), qt_error_string());
+        return {"no-right",
+                QStringLiteral("no file can be created in %1: %2; grant the right")
+                    .arg(info.path(), qt_error_string())};
     }
     constexpr qint64 kSmall = 65'536;
-    if (QStorageInfo(info.path()).bytesAvailable() < kSmall)
-        return QStringLiteral("the disk that holds %1 is full; make room").arg(info.path());
-    return QStringLiteral("%1 was not written completely, and no reason is visible; --log shows "
-                          "the messages of the plug-in")
-        .arg(file);
+    if (QStorageInfo(info.path()).bytesAvailable() < kSmall) {
+        return {"disk-full",
+                QStringLiteral("the disk that holds %1 is full; make room").arg(info.path())};
+    }
+    return {"unknown",
+            QStringLiteral("%1 was not written completely, and no reason is visible; "
+                           "--log shows the messages of the plug-in")
+                .arg(file)};
 }
 
 ConfigState::ConfigState(const QString &fileName) : file(fileName)

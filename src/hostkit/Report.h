@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "NamedValues.h"
+
 #include <QDateTime>
-#include <QList>
-#include <QString>
 
 #include <optional>
-#include <utility>
 
 /// The values of a report by element path ("Client/Command/Network/PLMN"), in the order of the
 /// file.
-using ReportValues = QList<std::pair<QString, QString>>;
+using ReportValues = NamedValues;
 
 /// Returns the values of a report, or nothing if the XML is not well-formed.
 std::optional<ReportValues> reportValues(const QByteArray &xml);
-
-/// Returns the value at a path, or an empty text if there is none.
-QString valueOf(const ReportValues &values, const QString &path);
 
 /// The state of a file at one moment. Two of them differ if the file was written in between.
 struct FileState
@@ -38,9 +34,25 @@ struct WrittenReport
 /// Returns the report if it was written after `previous` and is complete; otherwise nothing.
 std::optional<WrittenReport> readWrittenReport(const QString &file, const FileState &previous);
 
-/// Returns one sentence that says why a file in the plug-in's directory could not be written, for
-/// example which directory or which right is missing, and what to do.
-QString whyNotWritten(const QString &file);
+/// Why a file in the plug-in's directory could not be written.
+struct Obstacle
+{
+    const char *code; ///< one of kObstacleCodes
+    QString message;  ///< one sentence: for example which right is missing, and what to do
+};
+
+/// The codes of obstacles, for programs. They do not change.
+inline constexpr const char *kObstacleCodes[] = {"no-right", "no-directory", "not-a-file",
+                                                 "disk-full", "unknown"};
+
+/// Returns the obstacle, which is "unknown" if none is visible.
+Obstacle obstacle(const QString &file);
+
+/// Returns the message of obstacle().
+inline QString whyNotWritten(const QString &file)
+{
+    return obstacle(file).message;
+}
 
 /// The SIM-lock state in "Config.xml" at one moment.
 struct ConfigState

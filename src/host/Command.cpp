@@ -12,14 +12,9 @@ constexpr Option kOutputOptions[] = {
     {"output", "FILE", "Write to FILE instead of standard output."},
 };
 
-constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
-constexpr Option kPlugin = {"plugin", "FILE", "The plug-in to load."};
-
 constexpr Option kHostOptions[] = {
-    {"card", "CARD",
-     "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."},
-    {"root", "DIR",
-     "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."},
+    kCardOption,
+    kRootOption,
     {"log", nullptr, "Show the plug-in's log on standard error."},
 };
 
@@ -134,9 +129,9 @@ QList<Option> optionsOf(const Command &command)
 {
     QList<Option> options(command.own.begin(), command.own.end());
     if (command.shared >= SharedOptions::Sdk)
-        options << kSdk;
+        options << kSdkOption;
     if (command.shared >= SharedOptions::Libraries)
-        options << kPlugin;
+        options << kPluginOption;
     if (command.shared >= SharedOptions::Host)
         options.append({std::begin(kHostOptions), std::end(kHostOptions)});
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});

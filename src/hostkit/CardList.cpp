@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "CardList.h"
 
-CardRows backendRows(const DeviceServiceLibrary &library)
+NamedValues backendRows(const DeviceServiceLibrary &library)
 {
-    CardRows rows;
+    NamedValues rows;
     for (const DevSrvBackend &backend : library.backends()) {
         QString help = QString::fromUtf8(backend.help);
         if (!backend.built) {
@@ -17,9 +17,9 @@ CardRows backendRows(const DeviceServiceLibrary &library)
 }
 
 // To find out which port has a card, commands have to be sent to each: only the user starts that.
-CardRows deviceRows(const DeviceServiceLibrary &library, bool ports)
+NamedValues deviceRows(const DeviceServiceLibrary &library, bool ports)
 {
-    CardRows rows;
+    NamedValues rows;
     for (const DevSrvBackend &backend : library.backends()) {
         if ((qstrcmp(backend.name, "serial") == 0) != ports)
             continue;
@@ -32,10 +32,10 @@ CardRows deviceRows(const DeviceServiceLibrary &library, bool ports)
 }
 
 // The rows of a list of the control interface: a name, and what is said of it.
-CardRows rowsOf(const char *(*next)(std::int32_t, const char **), const QString &prefix,
-                const QString &about)
+NamedValues rowsOf(const char *(*next)(std::int32_t, const char **), const QString &prefix,
+                   const QString &about)
 {
-    CardRows rows;
+    NamedValues rows;
     const char *text = nullptr;
     for (std::int32_t index = 0; const char *name = next(index, &text); ++index)
         rows.append({prefix + QString::fromUtf8(name), about + QString::fromUtf8(text)});

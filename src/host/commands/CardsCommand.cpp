@@ -8,7 +8,7 @@
 
 namespace {
 
-CardRows fieldRows(const DeviceServiceControl &control)
+NamedValues fieldRows(const DeviceServiceControl &control)
 {
     auto rows = rowsOf(control.cardField);
     if (control.size > offsetof(DeviceServiceControl, modemField)) {

@@ -22,6 +22,7 @@ constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
+    {"explain", nullptr, "Show where each value comes from, and why it is empty."},
 };
 
 constexpr Option kWatchOptions[] = {

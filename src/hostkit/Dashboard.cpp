@@ -23,7 +23,7 @@ HostOptions resolved(HostOptions options)
 
 HostOptions checked(HostOptions options)
 {
-    requireLoadingReturns(options.sdk, options.plugin);
+    options.sdk = requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 
@@ -31,7 +31,7 @@ HostOptions checked(HostOptions options)
 
 Dashboard::Dashboard(const HostOptions &options)
     : m_options(checked(resolved(options))), m_plugin(m_options.plugin),
-      m_deviceService(m_options.sdk)
+      m_deviceService(m_options.sdk, m_options.trace)
 {
     m_plugin.load();
     if (!m_options.card.isEmpty())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CallTrace.h"
 #include "DeviceServiceLibrary.h"
 #include "PluginLibrary.h"
 
@@ -16,6 +17,7 @@ struct HostOptions
     QString card;   ///< argument of DeviceServiceLibrary::start(); empty: the service's default
     QString root;   ///< directory used in place of "/" and of the working directory; empty: none
     bool log = false;
+    CallTrace *trace = nullptr; ///< sees the calls of the plug-in; null: they are made directly
 };
 
 /// Plays the dashboard for the plug-in: starts the device service, loads and initialises the
@@ -49,6 +51,9 @@ public:
 
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }
+
+    /// Returns the absolute path of the directory that is used in place of "/"; empty: none is.
+    const QString &root() const { return m_options.root; }
 
     /// Returns the path of the file, or an empty text if the plug-in has no table to ask.
     QString reportFile() const { return dataFile(QStringLiteral("UpdateRule.dat")); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceServiceLibrary.h"
 
+#include "CallTrace.h"
 #include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
 #include "Failure.h"
@@ -8,6 +9,8 @@
 #include "VisibleText.h"
 
 #include <QFileInfo>
+
+#include <dlfcn.h>
 
 QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
 {
@@ -17,8 +20,10 @@ QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
     return QFileInfo::exists(beside) ? beside : fileName();
 }
 
-DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
+DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, CallTrace *trace) : m_file(file)
 {
+    if (trace)
+        CallTrace::load();
     QLibrary library(m_file);
     library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     if (!library.load()) {
@@ -31,6 +36,17 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
     if (const auto getControl = reinterpret_cast<DevSrvGetControlFunction>(
             library.resolve("DevSrv_GetControl")))
         m_control = getControl();
+    if (trace)
+        trace->connectTo(m_file);
+}
+
+QString DeviceServiceLibrary::loadedFile() const
+{
+    Dl_info info;
+    const QFunctionPointer function = m_functions.value(kDeviceServiceFunctions[0].name);
+    if (QFileInfo(m_file).isAbsolute() || !dladdr(reinterpret_cast<void *>(function), &info))
+        return m_file;
+    return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
 }
 
 // The plug-in asks for the device service by its soname: it would load another library, or none.

@@ -10,6 +10,8 @@
 
 #include <utility>
 
+class CallTrace;
+
 /// The device-service library, which is loaded before the plug-in, as in a dashboard.
 ///
 /// There is one object at a time, on the thread of the Dashboard. The library stays loaded when it
@@ -21,8 +23,12 @@ public:
     /// the library, which the system then finds.
     static QString find(const QString &file, const QString &plugin);
 
-    /// Loads the library that find() returned. Throws Failure.
-    explicit DeviceServiceLibrary(const QString &file);
+    /// Loads the library that find() returned. With `trace`, the plug-in that is loaded next makes
+    /// its calls through it; `file` is then absolute. Throws Failure.
+    explicit DeviceServiceLibrary(const QString &file, CallTrace *trace = nullptr);
+
+    /// Returns the absolute path of the loaded library.
+    QString loadedFile() const;
 
     const QString &file() const { return m_file; }
 

@@ -23,8 +23,8 @@ constexpr int kTimeoutMs = 10'000;
 // A library may end the process with 0 or 1.
 constexpr int kReturned = 42;
 
-// The child writes this to standard output when it has loaded the device service. A message that
-// refuses a library may follow.
+// When the child has loaded the device service, it writes this and a line with the file to standard
+// output. A message that refuses a library may follow.
 constexpr char kServiceLoaded = '\n';
 
 void prepareChild()
@@ -60,30 +60,38 @@ LoadResult checkLoading(const QString &sdk, const QString &plugin)
                 {QLatin1String(kLoadCheckCommand), sdk, plugin});
     const bool inTime = child.waitForFinished(kTimeoutMs);
     if (child.error() == QProcess::FailedToStart) {
-        return {QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
+        return {sdk,
+                QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
                     .arg(child.errorString()),
                 {}};
     }
     const QString ending = howItEnded(child, inTime);
     child.kill();
     child.waitForFinished();
-    const QByteArray answer = child.readAllStandardOutput();
-    const bool serviceLoaded = answer.startsWith(kServiceLoaded);
+    QString answer = QString::fromUtf8(child.readAllStandardOutput());
+    const bool serviceLoaded = answer.startsWith(QLatin1Char(kServiceLoaded));
+    QString service = sdk;
+    if (serviceLoaded) {
+        service = answer.section(QLatin1Char('\n'), 1, 1);
+        answer = answer.section(QLatin1Char('\n'), 2);
+    }
     if (inTime && child.exitStatus() == QProcess::NormalExit && child.exitCode() == kReturned)
-        return {{}, QString::fromUtf8(answer.mid(serviceLoaded ? 1 : 0))};
+        return {service, {}, answer};
     const QString fatal = serviceLoaded
         ? QStringLiteral("the plug-in %1 %2 while it is loaded; use another one with --plugin FILE")
               .arg(plugin, ending)
         : QStringLiteral("the device service %1 %2 while it is loaded; use another one with "
                          "--sdk FILE")
               .arg(sdk, ending);
-    return {fatal, {}};
+    return {service, fatal, {}};
 }
 
-void requireLoadingReturns(const QString &sdk, const QString &plugin)
+QString requireLoadingReturns(const QString &sdk, const QString &plugin)
 {
-    if (const QString fatal = checkLoading(sdk, plugin).fatal; !fatal.isEmpty())
-        failRun(fatal);
+    const LoadResult result = checkLoading(sdk, plugin);
+    if (!result.fatal.isEmpty())
+        failRun(result.fatal);
+    return result.service;
 }
 
 void runLoadCheck(const QStringList &files)
@@ -97,7 +105,7 @@ void runLoadCheck(const QStringList &files)
     };
     try {
         const DeviceServiceLibrary service(files.value(0));
-        tell(QByteArray(1, kServiceLoaded));
+        tell(kServiceLoaded + service.loadedFile().toUtf8() + '\n');
         if (!files.value(1).isEmpty()) {
             PluginLibrary plugin(files.value(1));
             plugin.load();

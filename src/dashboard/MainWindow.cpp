@@ -208,7 +208,7 @@ void MainWindow::buildPages()
     tree->setAccessibleName(tr("Report"));
     tree->setModel(&m_report);
     tree->setUniformRowHeights(true);
-    tree->header()->setSectionResizeMode(ReportModel::Element, QHeaderView::ResizeToContents);
+    tree->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     tree->expandAll();
     connect(&m_report, &QAbstractItemModel::rowsInserted, tree, &QTreeView::expandAll);
     auto *const report = new Splitter;
@@ -253,10 +253,10 @@ void MainWindow::onOpened()
     setLanguage(m_language);
 }
 
-void MainWindow::onReport()
+void MainWindow::onReport(const QList<Explanation> &elements)
 {
     const ReportValues values = m_session.values();
-    m_report.setValues(values);
+    m_report.setElements(elements);
     m_plot.setTechnology(valueOf(values, QStringLiteral("Client/Command/Network/AcT")));
     onCard();
 }

@@ -45,7 +45,7 @@ private:
     void buildPages();
     void addPage(QWidget *page, const QString &title);
     void onOpened();
-    void onReport();
+    void onReport(const QList<Explanation> &elements);
     void onCard();
     void writeReport();
     void showProblem(const QString &why);

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Report.h"
+#include "Explanation.h"
 
 #include <QStandardItemModel>
 
-/// The report as a tree with a column for the values. Values of the latest rewrite that changed are
-/// bold.
+/// The report as a tree, with the state and the origin of each value. Values that the latest
+/// rewrite changed are bold.
 ///
 /// Lives on the main thread.
 class ReportModel : public QStandardItemModel
@@ -14,16 +14,17 @@ class ReportModel : public QStandardItemModel
     Q_OBJECT
 
 public:
-    enum Column { Element, Value, ColumnCount };
+    enum Column { Element, Value, State, Origin, ColumnCount };
 
     ReportModel();
 
-    void setValues(const ReportValues &values);
+    void setElements(const QList<Explanation> &elements);
 
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
-    QStandardItem *valueItem(const QString &path);
+    QStandardItem &item(const QString &path, Column column);
+    void addElement(const QString &path);
 
     QHash<QString, QStandardItem *> m_elements; // the items of the first column, by path
 };

@@ -112,6 +112,7 @@ void Session::load()
     HostOptions options = m_options;
     // A card that cannot be started leaves the window with the choice of another one.
     options.card.clear();
+    options.trace = &m_trace;
     auto dashboard = std::make_unique<Dashboard>(options);
     auto *const controller = static_cast<QObject *>(
         dashboard->plugin().requireTable(QStringLiteral("be shown in a window")).controller());
@@ -123,7 +124,9 @@ void Session::load()
     m_events = std::make_unique<EventTap>(
         library, [this](int event) { tellEvent(event); },
         [this](int event, qint64 milliseconds) { timeEvent(event, milliseconds); });
-    onMain([this, &library, file = m_dashboard->reportFile()] { watchReport(file, library); });
+    onMain([this, &library, file = m_dashboard->reportFile(), root = m_dashboard->root()] {
+        watchReport(file, root, library);
+    });
 }
 
 void Session::startChosenCard()
@@ -140,11 +143,12 @@ void Session::startChosenCard()
     }
 }
 
-void Session::watchReport(const QString &file, DeviceServiceLibrary &library)
+void Session::watchReport(const QString &file, const QString &root, DeviceServiceLibrary &library)
 {
     m_deviceService = &library;
     m_report = std::make_unique<ReportWatch>(file);
-    connect(m_report.get(), &ReportWatch::rewritten, this, &Session::tellChanges);
+    connect(m_report.get(), &ReportWatch::rewritten, this,
+            [this, root](const QList<ValueChange> &changes) { tellChanges(changes, root); });
     onWorker(tr("Starting the plug-in, which writes a report"), [this] {
         timeReport([this] { m_dashboard->init(); });
         m_events->followPlugin();
@@ -309,7 +313,7 @@ void Session::timeEvent(int event, qint64 milliseconds)
         Q_EMIT reportTimed(milliseconds);
 }
 
-void Session::tellChanges(const QList<ValueChange> &changes)
+void Session::tellChanges(const QList<ValueChange> &changes, const QString &root)
 {
     m_timeLine.add(RecordKind::Rewrite,
                    tr("%n value(s) changed", nullptr, static_cast<int>(changes.size())));
@@ -318,6 +322,6 @@ void Session::tellChanges(const QList<ValueChange> &changes)
                        QStringLiteral("%1: \"%2\" → \"%3\"")
                            .arg(change.path, visible(change.previous), visible(change.current)));
     }
-    Q_EMIT reportRead();
+    Q_EMIT reportRead(explain(values(), m_trace.reportCalls(), versionFiles(root)));
     requestCard();
 }

@@ -5,6 +5,7 @@
 #include "CardState.h"
 #include "Dashboard.h"
 #include "EventTap.h"
+#include "Explanation.h"
 #include "RecordModel.h"
 #include "ReportWatch.h"
 
@@ -77,8 +78,8 @@ Q_SIGNALS:
     void busy(const QString &what);
     /// The plug-in has written a report, on a call or on an event.
     void reportTimed(qint64 milliseconds);
-    /// The report was rewritten; values() are the new ones.
-    void reportRead();
+    /// The report was rewritten; values() are the new ones. Each of its elements is explained.
+    void reportRead(const QList<Explanation> &elements);
     /// A signal of the plug-in.
     void availableChanged(bool available);
     void cardAsked(const CardFacts &facts);
@@ -101,8 +102,8 @@ private:
     void onMain(Task task);
 
     // Called on the main thread.
-    void watchReport(const QString &file, DeviceServiceLibrary &library);
-    void tellChanges(const QList<ValueChange> &changes);
+    void watchReport(const QString &file, const QString &root, DeviceServiceLibrary &library);
+    void tellChanges(const QList<ValueChange> &changes, const QString &root);
     void requestCard();
     void askCard();
 
@@ -119,6 +120,7 @@ private:
     void timeEvent(int event, qint64 milliseconds);
 
     const HostOptions m_options;
+    CallTrace m_trace;
     RecordModel &m_timeLine;
     std::unique_ptr<ReportWatch> m_report;
     QTimer m_cardTimer;

@@ -13,7 +13,7 @@ CardPage::CardPage(Session &session)
     m_cards->setAccessibleName(tr("Cards"));
     m_cards->setRootIsDecorated(false);
     m_cards->setHeaderLabels({tr("Card"), tr("What it is")});
-    auto *const search = new QPushButton(tr("&Look again"));
+    auto *const search = new QPushButton(tr("L&ook again"));
     auto *const ports = new QPushButton(tr("Try serial &ports"));
     ports->setToolTip(tr("Sends commands to each serial port to find those with a card."));
     ports->setAccessibleDescription(ports->toolTip());

@@ -87,7 +87,7 @@ QWidget *EmulatedPanel::cardBox()
 {
     auto *const box = new QGroupBox(tr("Card"));
     QFormLayout *const form = formIn(box);
-    auto *const browseButton = new QPushButton(tr("Choose a card &file…"));
+    auto *const browseButton = new QPushButton(tr("Ch&oose a card file…"));
     connect(browseButton, &QPushButton::clicked, this, &EmulatedPanel::browse);
     form->addRow(tr("&Card:"), m_card);
     form->addRow(browseButton);
@@ -116,7 +116,7 @@ QWidget *EmulatedPanel::eventBox()
     auto *const box = new QGroupBox(tr("Raise an event"));
     QFormLayout *const form = formIn(box);
     form->addRow(tr("&Event:"), m_event);
-    form->addRow(button(tr("R&aise"), tr("The event is raised."),
+    form->addRow(button(tr("Rai&se"), tr("The event is raised."),
                         [this](const auto &control) { return raise(control); }));
     return box;
 }
@@ -136,7 +136,7 @@ QWidget *EmulatedPanel::faultBox()
     form->addRow(button(tr("Se&t the fault"), tr("The fault is set."),
                         [this](const auto &control) { return setFault(control); }));
     form->addRow(
-        button(tr("C&lear the fault"), tr("The fault is cleared."), [this](const auto &control) {
+        button(tr("Clear the f&ault"), tr("The fault is cleared."), [this](const auto &control) {
             return control.setFault(m_function->currentText().toLatin1().constData(), nullptr);
         }));
     return box;

@@ -177,9 +177,12 @@ void MainWindow::buildMenu()
 QWidget *MainWindow::buildHead()
 {
     m_message = new MessageBar;
-    connect(m_message, &MessageBar::retried, this, [this] {
+    connect(m_message, &MessageBar::accepted, this, [this](MessageBar::Offer offer) {
         solveProblem();
-        m_session.open();
+        if (offer == MessageBar::Offer::TrialDirectory)
+            m_session.openInTrialDirectory();
+        else
+            m_session.open();
     });
     m_header = new CardHeader;
     m_write = new QPushButton(tr("&Write a report"));
@@ -209,6 +212,8 @@ void MainWindow::buildPages()
     tree->setModel(&m_report);
     tree->setUniformRowHeights(true);
     tree->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    // What does not fit is reached by scrolling.
+    tree->header()->setStretchLastSection(false);
     tree->expandAll();
     connect(&m_report, &QAbstractItemModel::rowsInserted, tree, &QTreeView::expandAll);
     auto *const report = new Splitter;
@@ -279,7 +284,10 @@ void MainWindow::writeReport()
 void MainWindow::showProblem(const QString &why)
 {
     m_problem = why;
-    m_message->show(why, !m_session.window());
+    m_message->show(why,
+                    !m_session.window()              ? MessageBar::Offer::Retry
+                        : m_session.needsDirectory() ? MessageBar::Offer::TrialDirectory
+                                                     : MessageBar::Offer::Nothing);
 }
 
 void MainWindow::solveProblem()

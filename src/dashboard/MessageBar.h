@@ -14,15 +14,18 @@ class MessageBar : public QFrame
 public:
     MessageBar();
 
-    /// Shows the message; with `canRetry` also the button that emits retried().
-    void show(const QString &message, bool canRetry);
+    /// What a button offers.
+    enum class Offer { Nothing, Retry, TrialDirectory };
+
+    void show(const QString &message, Offer offer);
 
     QString message() const { return m_message->text(); }
 
 Q_SIGNALS:
-    void retried();
+    void accepted(MessageBar::Offer offer);
 
 private:
     QLabel *const m_message;
-    QPushButton *const m_retry;
+    QPushButton *const m_accept;
+    Offer m_offer = Offer::Nothing;
 };

@@ -6,6 +6,7 @@
 #include "VisibleText.h"
 
 #include <QElapsedTimer>
+#include <QStandardPaths>
 
 #include <algorithm>
 #include <utility>
@@ -103,13 +104,29 @@ void Session::open()
     m_window = nullptr;
     m_deviceService = nullptr;
     m_report.reset();
-    onWorker(tr("Loading the plug-in and the device service"), [this] { load(); });
+    onWorker(tr("Loading the plug-in and the device service"),
+             [this, options = m_options] { load(options); });
 }
 
-void Session::load()
+void Session::openInTrialDirectory()
+{
+    m_options.root = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)
+        + QStringLiteral("/trial");
+    open();
+}
+
+bool Session::needsDirectory() const
+{
+    return m_options.root.isEmpty() && m_report
+        && qstrcmp(obstacle(m_report->file()).code, "no-directory") == 0;
+}
+
+void Session::load(const HostOptions &chosen)
 {
     close();
-    HostOptions options = m_options;
+    // Paths are relative to it, also when everything is loaded again.
+    QDir::setCurrent(m_startDirectory);
+    HostOptions options = chosen;
     // A card that cannot be started leaves the window with the choice of another one.
     options.card.clear();
     options.trace = &m_trace;
@@ -119,7 +136,7 @@ void Session::load()
     connect(controller, SIGNAL(DeviceAvailable()), this, SLOT(onAvailable()));
     connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
     m_dashboard = std::move(dashboard);
-    startChosenCard();
+    startCardOf(chosen);
     DeviceServiceLibrary &library = m_dashboard->deviceService();
     m_events = std::make_unique<EventTap>(
         library, [this](int event) { tellEvent(event); },
@@ -129,12 +146,12 @@ void Session::load()
     });
 }
 
-void Session::startChosenCard()
+void Session::startCardOf(const HostOptions &chosen)
 {
-    if (m_options.card.isEmpty())
+    if (chosen.card.isEmpty())
         return;
     try {
-        m_dashboard->deviceService().start(m_options.card);
+        m_dashboard->deviceService().start(chosen.card);
     } catch (const Failure &failure) {
         Q_EMIT failed(failure.message);
         // The default card would be taken for the chosen one.

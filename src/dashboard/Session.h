@@ -43,6 +43,12 @@ public:
     /// A second call does it again from the beginning.
     void open();
 
+    /// Opens again with a directory of the user in place of "/".
+    void openInTrialDirectory();
+
+    /// Returns whether the directory of the report is missing on this computer.
+    bool needsDirectory() const;
+
     /// Sends the plug-in the message that rewrites the report.
     void writeReport();
 
@@ -108,8 +114,8 @@ private:
     void askCard();
 
     // Called on the worker's thread.
-    void load();
-    void startChosenCard();
+    void load(const HostOptions &chosen);
+    void startCardOf(const HostOptions &chosen);
     template <typename Call>
     void timeReport(Call call);
     QString sendOnWorker(const QString &number, const QString &text, bool receipt);
@@ -119,7 +125,8 @@ private:
     void tellEvent(int event);
     void timeEvent(int event, qint64 milliseconds);
 
-    const HostOptions m_options;
+    HostOptions m_options;
+    const QString m_startDirectory = QDir::currentPath();
     CallTrace m_trace;
     RecordModel &m_timeLine;
     std::unique_ptr<ReportWatch> m_report;

@@ -42,6 +42,8 @@ public:
         session.open();
     }
 
+    ~WindowUnderTest() { QDir::setCurrent(startDirectory); }
+
     /// Waits until the plug-in is initialised and its report is shown.
     bool opens()
     {
@@ -58,7 +60,7 @@ public:
         }
     }
 
-    const QDir startDirectory = QDir::current();
+    const QString startDirectory = QDir::currentPath();
     RecordModel timeLine;
     RecordModel log;
     LogTap tap{log};

@@ -44,7 +44,7 @@ constexpr Picture kPictures[] = {
     {"window-interface", "Interface", {700, 560}},
     {"window-narrow", "Report", {320, 560}},
     {"window-narrow-sms", "SMS", {320, 480}, true},
-    {"window-german", "Nachrichten", {480, 480}, false, "de"},
+    {"window-german", "Bericht", {720, 480}, false, "de"},
 };
 
 // A short life of the card, so that the pages have something to show.

@@ -1,3 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "WindowUnderTest.h"
-int main(int argc, char **argv) { beLoadCheck(argc, argv); return 0; }
+int main(int argc, char **argv)
+{
+    beLoadCheck(argc, argv);
+    return 0;
+}

@@ -39,16 +39,15 @@ RecordView::RecordView(RecordModel &model, const QString &name, const QList<Filt
     layout->addWidget(filter);
     layout->addWidget(m_table);
 
-    connect(&m_shown, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] {
-        const QScrollBar *const bar = m_table->verticalScrollBar();
-        m_atEnd = bar->value() == bar->maximum();
-    });
-    connect(&m_shown, &QAbstractItemModel::rowsInserted, this, [this] {
+    // The range changes with the number of rows, the value when the user scrolls.
+    QScrollBar *const bar = m_table->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this,
+            [this, bar](int value) { m_atEnd = value == bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
         if (m_atEnd)
-            m_table->scrollToBottom();
+            bar->setValue(maximum);
     });
     choose(filters.constFirst());
-    m_table->scrollToBottom();
 }
 
 void RecordView::choose(const Filter &filter)

@@ -58,7 +58,7 @@ void ReportModel::setElements(const QList<Explanation> &elements)
         font.setBold(!first && value.text() != visible(element.value));
         value.setFont(font);
         show(value, element.value);
-        show(item(element.path, State), stateName(element.state));
+        item(element.path, State).setText(element.state);
         QString origin = element.origin.isEmpty() ? element.kind : element.origin;
         if (!element.advice.isEmpty())
             origin += QStringLiteral(" (%1): %2").arg(element.reason, element.advice);
@@ -87,6 +87,15 @@ void ReportModel::addElement(const QString &path)
     if (!m_elements.contains(parent))
         addElement(parent);
     m_elements.value(parent)->appendRow(row);
+}
+
+// The states are named in the present language, which may have changed since they were set.
+QVariant ReportModel::data(const QModelIndex &index, int role) const
+{
+    const QVariant data = QStandardItemModel::data(index, role);
+    if (index.column() != State || role != Qt::DisplayRole || !data.isValid())
+        return data;
+    return stateName(data.toString());
 }
 
 QVariant ReportModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -20,6 +20,7 @@ public:
 
     void setElements(const QList<Explanation> &elements);
 
+    QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:

@@ -71,7 +71,8 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setStyle(QStringLiteral("fusion"));
     const QPalette light = QApplication::palette();
-    const QDir folder(QString::fromLocal8Bit(argv[1]));
+    // Loading the plug-in changes the working directory.
+    const QDir folder(QDir(QString::fromLocal8Bit(argv[1])).absolutePath());
     WindowUnderTest test({"lte"});
     test.window.show();
     if (!test.opens())

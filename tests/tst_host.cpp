@@ -137,6 +137,7 @@ private Q_SLOTS:
         QCOMPARE(report({"--xml"}).output, file);
         const QByteArray json = report({"--json"}).output;
         QCOMPARE(validJsonTexts(json), 1);
+        QCOMPARE(validJsonTexts(report({"--json", "--explain"}).output), 1);
         QCOMPARE(QJsonDocument::fromJson(json)["values"].toObject().size(), 24);
     }
 

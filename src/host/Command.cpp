@@ -10,19 +10,21 @@ namespace {
 constexpr Option kOutputOptions[] = {
     {"quiet", nullptr, "Show no source of the values and no warnings."},
     {"output", "FILE", "Write to FILE instead of standard output."},
+    kRedactOption,
 };
 
-constexpr Option kHostOptions[] = {
-    kCardOption,
-    kRootOption,
-    {"log", nullptr, "Show the plug-in's log on standard error."},
-};
+constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
 
 constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
     {"explain", nullptr, "Show where each value comes from, and why it is empty."},
+};
+
+constexpr Option kRecordOptions[] = {
+    {"delays", nullptr, "Record how long each function of the device service takes, too."},
+    {"at", "COMMAND", "Record the answer to an AT command, too; can be given several times."},
 };
 
 constexpr Option kWatchOptions[] = {
@@ -59,6 +61,15 @@ constexpr Command kCommands[] = {
      kWatchOptions,
      {},
      runWatch},
+    {"record",
+     "ask a card everything, and write a card file that answers alike",
+     "Asks a card everything and writes a card file; with --card FILE, the other commands then "
+     "work "
+     "as with that card. The file is written whole or not at all. No message is sent.",
+     SharedOptions::Card,
+     kRecordOptions,
+     {"FILE", "The card file to write.", 1, 1},
+     runRecord},
     {"sms",
      "send a message, or switch delivery receipts",
      "Sends a message, or switches delivery receipts, with the plug-in and the card.",
@@ -133,8 +144,12 @@ QList<Option> optionsOf(const Command &command)
         options << kSdkOption;
     if (command.shared >= SharedOptions::Libraries)
         options << kPluginOption;
+    if (command.shared >= SharedOptions::Card)
+        options << kCardOption;
     if (command.shared >= SharedOptions::Host)
-        options.append({std::begin(kHostOptions), std::end(kHostOptions)});
+        options << kRootOption;
+    if (command.shared >= SharedOptions::Card)
+        options << kLog;
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});
     return options;
 }

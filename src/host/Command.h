@@ -22,7 +22,7 @@ struct Arguments
 };
 
 /// The options that several commands share.
-enum class SharedOptions { None, Sdk, Libraries, Host };
+enum class SharedOptions { None, Sdk, Libraries, Card, Host };
 
 /// One command of the host. Help, completion and the command line are made from it.
 struct Command

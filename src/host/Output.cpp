@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -19,10 +20,11 @@ int s_error = 0;
 FILE *s_output = stdout;
 QString s_outputName = QStringLiteral("standard output");
 bool s_quiet = false;
+std::unique_ptr<Redactor> s_redactor;
 
 void put(FILE *stream, const QString &text)
 {
-    const QByteArray bytes = text.toUtf8();
+    const QByteArray bytes = (s_redactor ? s_redactor->redacted(text) : text).toUtf8();
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size
         && std::fflush(stream) == 0;
@@ -31,6 +33,16 @@ void put(FILE *stream, const QString &text)
 }
 
 } // namespace
+
+void setRedaction(Redactor::Extent extent)
+{
+    s_redactor = std::make_unique<Redactor>(extent);
+}
+
+Redactor *redactor()
+{
+    return s_redactor.get();
+}
 
 void setOutputFile(const QString &file)
 {

@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Redactor.h"
+
 #include <QList>
 #include <QString>
 
 #include <utility>
+
+/// Has everything that is printed, and the log, be without identities from now on.
+void setRedaction(Redactor::Extent extent);
+
+/// Returns what makes the output redacted, or null if it is not.
+Redactor *redactor();
 
 /// Has print() write to a file instead of standard output. Throws Failure if it cannot be written.
 void setOutputFile(const QString &file);

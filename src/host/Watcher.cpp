@@ -121,9 +121,11 @@ void Watcher::runCommand(const QString &line)
         if (known)
             result = control->raiseEvent(event);
     } else if (command == QLatin1String("set") && !rest.isEmpty()) {
-        result = control->setField(
-            rest.section(QLatin1Char(' '), 0, 0).toUtf8().constData(),
-            rest.section(QLatin1Char(' '), 1).trimmed().toUtf8().constData());
+        const QString field = rest.section(QLatin1Char(' '), 0, 0);
+        const QString value = rest.section(QLatin1Char(' '), 1).trimmed();
+        if (Redactor *const redacting = redactor())
+            redacting->learn(field, value);
+        result = control->setField(field.toUtf8().constData(), value.toUtf8().constData());
     } else {
         known = false;
     }
@@ -139,6 +141,8 @@ void Watcher::tellRewrite(const QList<ValueChange> &changes)
     tell(QStringLiteral("report rewritten: ") + m_report.file(),
          {{QStringLiteral("type"), QStringLiteral("report")},
           {QStringLiteral("file"), m_report.file()}});
+    if (Redactor *const redacting = redactor())
+        redacting->learn(m_report.values());
     for (const ValueChange &change : changes)
         tellChange(change);
 }
@@ -150,8 +154,12 @@ void Watcher::tellSource()
          {{QStringLiteral("type"), QStringLiteral("source")}, {QStringLiteral("source"), source}});
 }
 
-void Watcher::tellChange(const ValueChange &change)
+void Watcher::tellChange(ValueChange change)
 {
+    if (const Redactor *const redacting = redactor()) {
+        change.previous = redacting->redacted(change.path, change.previous);
+        change.current = redacting->redacted(change.path, change.current);
+    }
     constexpr int kPathColumn = 37; // the longest path
     tell(QStringLiteral("  %1  \"%2\" \u2192 \"%3\"")
              .arg(change.path.leftJustified(kPathColumn), visible(change.previous),

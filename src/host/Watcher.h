@@ -37,7 +37,7 @@ private:
     void runCommand(const QString &line);
     void tellSource();
     void tellRewrite(const QList<ValueChange> &changes);
-    void tellChange(const ValueChange &change);
+    void tellChange(ValueChange change);
     void tell(const QString &text, QJsonObject object);
 
     Dashboard &m_dashboard;

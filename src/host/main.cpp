@@ -11,6 +11,8 @@ namespace {
 
 ExitStatus runCommand(QStringList arguments)
 {
+    if (const auto extent = takeRedaction(arguments))
+        setRedaction(*extent);
     if (arguments.size() < 2)
         failUsage(QStringLiteral("a command is missing\n\n") + usage());
     QString name = arguments.takeAt(1);

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Redactor.h"
+
+#include <QStringList>
+
+#include <optional>
+
 /// An option of the command line.
 struct Option
 {
@@ -18,3 +24,11 @@ inline constexpr Option kCardOption = {
 inline constexpr Option kRootOption = {
     "root", "DIR",
     "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."};
+
+inline constexpr Option kRedactOption = {
+    "redact", nullptr,
+    "Replace identities in all output by made-up ones; --redact=all keeps no part of them."};
+
+/// Returns the extent if --redact is among the arguments. "--redact=all" becomes "--redact", which
+/// parsers know without a value.
+std::optional<Redactor::Extent> takeRedaction(QStringList &arguments);

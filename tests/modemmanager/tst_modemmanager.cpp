@@ -62,6 +62,7 @@ class tst_ModemManager : public QObject
 
 private:
     TestBed m_bed;
+    QTemporaryDir m_directory;
     const QList<TableRow> m_fields = readTable("modem-fields.txt");
     QHash<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
 
@@ -98,6 +99,15 @@ private Q_SLOTS:
             Host host({"report", "--json"}, card);
             QVERIFY(host.ends());
             const auto values = host.values();
+
+            const QString file = m_directory.filePath("record.ini");
+            HostProcess record({"record", file, "--card", card});
+            QVERIFY(record.ends());
+            QCOMPARE(record.exitCode(), 0);
+            Host replay({"report", "--json"}, file);
+            QVERIFY(replay.ends());
+            QCOMPARE(replay.values(), values);
+
             seen = m_bed.witness(number);
             seen.insert(m_bed.witness(number, {"--location-get"}));
             if (values["Command/Network/AcT"] == "LTE")

@@ -84,24 +84,29 @@ ExitStatus runReport(const CommandLine &line)
     requireOneForm(line);
     const QString field = line.value("field");
     const bool explained = line.has("explain");
-    CallTrace trace;
     HostOptions options = line.hostOptions();
-    options.trace = explained ? &trace : nullptr;
+    options.trace = explained ? &callTrace() : nullptr;
     CommandLineDashboard dashboard(options);
     const QString file = dashboard.reportFile();
     const FileState previous(file);
     const ConfigState previousConfig(dashboard.configFile());
     dashboard.init();
-    const auto report = readWrittenReport(file, previous);
+    auto report = readWrittenReport(file, previous);
     const ConfigState currentConfig(dashboard.configFile());
     const QString source = dashboard.deviceService().source();
-    const QList<TracedCall> calls = trace.reportCalls();
+    const QList<TracedCall> calls = callTrace().reportCalls();
     dashboard.shutDown();
 
     dashboard.plugin().requireTable(QStringLiteral("tell where it wrote its report"));
     if (!report)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));
-    const QList<Explanation> rows = explain(report->values, calls, versionFiles(dashboard.root()));
+    QList<Explanation> rows = explain(report->values, calls, versionFiles(dashboard.root()));
+    if (Redactor *const redacting = redactor()) {
+        redacting->learn(report->values);
+        report->values = redacting->redacted(report->values);
+        for (Explanation &row : rows)
+            row.value = redacting->redacted(row.path, row.value);
+    }
     if (line.has("xml")) {
         print(QString::fromUtf8(report->xml));
     } else if (line.has("json")) {

@@ -24,6 +24,10 @@ void send(const CommandLine &line)
 {
     const QString number = line.positional().at(1);
     const QString text = line.positional().at(2);
+    if (Redactor *const redacting = redactor()) {
+        redacting->learn(Redactor::Kind::Number, number);
+        redacting->learn(Redactor::Kind::Text, text);
+    }
     requireLatin1(QStringLiteral("number"), number);
     requireLatin1(QStringLiteral("text"), text);
     CommandLineDashboard dashboard(line.hostOptions());

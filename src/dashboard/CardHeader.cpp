@@ -120,7 +120,7 @@ CardHeader::CardHeader()
     layout->addLayout(texts, 1);
 }
 
-void CardHeader::show(const CardFacts &facts, const ReportValues &report)
+void CardHeader::show(const CardFacts &facts, const QString &technology)
 {
     const auto field = [&](const char *name) {
         return visible(valueOf(facts.fields, QLatin1String(name)));
@@ -128,7 +128,7 @@ void CardHeader::show(const CardFacts &facts, const ReportValues &report)
     const QString lock = field("Lock/State");
     const int registration = registrationOf(facts.fields);
     const bool locked = !lock.isEmpty() && lock != QLatin1String("0");
-    m_source->setText(visible(facts.source));
+    m_source->setText(facts.source);
     if (field("Card/Present") != QLatin1String("true")) {
         m_picture->setState(CardPicture::State::Missing);
         m_model->setText(tr("No card"));
@@ -142,9 +142,8 @@ void CardHeader::show(const CardFacts &facts, const ReportValues &report)
     m_model->setText(model.isEmpty() ? tr("A card without a model") : model);
     QStringList words;
     const QString plmn = field("Network/PLMN");
-    const QString technology = valueOf(report, QStringLiteral("Client/Command/Network/AcT"));
     words << (plmn.isEmpty() ? tr("no operator") : tr("operator %1").arg(plmn));
-    words << (technology.isEmpty() ? tr("no technology") : visible(technology));
+    words << (technology.isEmpty() ? tr("no technology") : technology);
     words << tr(kRegistrations[registration]);
     words << (lock.isEmpty() ? tr("lock unknown")
                   : locked   ? tr("SIM locked (state %1)").arg(lock)

@@ -31,7 +31,8 @@ class CardHeader : public QWidget
 public:
     CardHeader();
 
-    void show(const CardFacts &facts, const ReportValues &report);
+    /// `technology` is that of the report. The texts are shown as they are.
+    void show(const CardFacts &facts, const QString &technology);
 
 private:
     CardPicture *const m_picture;

@@ -2,7 +2,6 @@
 #include "CardPage.h"
 
 #include "Session.h"
-#include "VisibleText.h"
 
 #include <QVBoxLayout>
 
@@ -30,8 +29,11 @@ CardPage::CardPage(Session &session)
             [this] { m_use->setEnabled(!m_cards->selectedItems().isEmpty()); });
     connect(&session, &Session::cardsFound, this, [this](const NamedValues &rows) {
         m_cards->clear();
-        for (const auto &[name, about] : rows)
-            m_cards->addTopLevelItem(new QTreeWidgetItem({visible(name), visible(about)}));
+        for (const auto &[name, about] : rows) {
+            auto *const item = new QTreeWidgetItem({m_session.shown(name), m_session.shown(about)});
+            item->setData(0, Qt::UserRole, name);
+            m_cards->addTopLevelItem(item);
+        }
         m_cards->resizeColumnToContents(0);
     });
     m_use->setEnabled(false);
@@ -46,5 +48,5 @@ void CardPage::use()
 {
     const QList<QTreeWidgetItem *> chosen = m_cards->selectedItems();
     if (!chosen.isEmpty())
-        m_session.startCard(chosen.constFirst()->text(0));
+        m_session.startCard(chosen.constFirst()->data(0, Qt::UserRole).toString());
 }

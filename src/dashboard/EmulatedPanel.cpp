@@ -174,7 +174,8 @@ void EmulatedPanel::run(const QString &done, const Action &action)
     if (!library || !library->control())
         return;
     const DeviceServiceControl &control = *library->control();
-    m_done->setText(action(control) == 0 ? done : QString::fromUtf8(control.lastError()));
+    m_done->setText(action(control) == 0 ? done
+                                         : m_session.shown(QString::fromUtf8(control.lastError())));
 }
 
 std::int32_t EmulatedPanel::insert(const DeviceServiceControl &control)

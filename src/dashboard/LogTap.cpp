@@ -11,6 +11,7 @@
 namespace {
 
 std::atomic<RecordModel *> s_model = nullptr;
+const Redactor *s_redactor = nullptr;
 
 RecordKind kindOf(QtMsgType type)
 {
@@ -28,17 +29,19 @@ RecordKind kindOf(QtMsgType type)
 
 void addMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
+    const QString shown = visible(s_redactor ? s_redactor->redacted(message) : message);
     // The program ends before the window can show it.
     if (type == QtFatalMsg)
-        std::fprintf(stderr, "kestrun-dashboard: %s\n", qPrintable(visible(message)));
+        std::fprintf(stderr, "kestrun-dashboard: %s\n", qPrintable(shown));
     if (RecordModel *const model = s_model)
-        model->add(kindOf(type), visible(message));
+        model->add(kindOf(type), shown);
 }
 
 } // namespace
 
-LogTap::LogTap(RecordModel &model)
+LogTap::LogTap(RecordModel &model, const Redactor *redactor)
 {
+    s_redactor = redactor;
     s_model = &model;
     qInstallMessageHandler(addMessage);
 }

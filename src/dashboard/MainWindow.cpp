@@ -34,6 +34,8 @@ constexpr struct
     const char *name;
 } kLanguages[] = {{"en", "en-us", "English"}, {"de", "de-de", "Deutsch"}};
 
+constexpr char kTechnology[] = "Client/Command/Network/AcT";
+
 // Puts its widgets side by side where there is room, and otherwise on top of each other.
 class Splitter : public QSplitter
 {
@@ -260,16 +262,15 @@ void MainWindow::onOpened()
 
 void MainWindow::onReport(const QList<Explanation> &elements)
 {
-    const ReportValues values = m_session.values();
     m_report.setElements(elements);
-    m_plot.setTechnology(valueOf(values, QStringLiteral("Client/Command/Network/AcT")));
+    m_plot.setTechnology(m_session.value(kTechnology));
     onCard();
 }
 
 void MainWindow::onCard()
 {
     if (!m_facts.fields.isEmpty())
-        m_header->show(m_facts, m_session.values());
+        m_header->show(m_facts, m_session.value(kTechnology));
 }
 
 void MainWindow::writeReport()
@@ -284,7 +285,7 @@ void MainWindow::writeReport()
 void MainWindow::showProblem(const QString &why)
 {
     m_problem = why;
-    m_message->show(why,
+    m_message->show(m_session.shown(why),
                     !m_session.window()              ? MessageBar::Offer::Retry
                         : m_session.needsDirectory() ? MessageBar::Offer::TrialDirectory
                                                      : MessageBar::Offer::Nothing);

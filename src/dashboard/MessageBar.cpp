@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "MessageBar.h"
 
-#include "VisibleText.h"
-
 #include <QAccessible>
 #include <QHBoxLayout>
 #include <QStyle>
@@ -38,7 +36,7 @@ MessageBar::MessageBar() : m_message(new QLabel), m_accept(new QPushButton)
 
 void MessageBar::show(const QString &message, Offer offer)
 {
-    m_message->setText(visible(message));
+    m_message->setText(message);
     m_message->setAccessibleName(m_message->text());
     m_offer = offer;
     m_accept->setVisible(offer != Offer::Nothing);

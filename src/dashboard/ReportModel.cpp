@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ReportModel.h"
 
-#include "VisibleText.h"
-
 #include <QFont>
 
 namespace {
@@ -36,8 +34,8 @@ QString stateName(const QString &code)
 
 void show(QStandardItem &item, const QString &text)
 {
-    item.setText(visible(text));
-    item.setToolTip(item.text());
+    item.setText(text);
+    item.setToolTip(text);
 }
 
 } // namespace
@@ -55,7 +53,7 @@ void ReportModel::setElements(const QList<Explanation> &elements)
             addElement(element.path);
         QStandardItem &value = item(element.path, Value);
         QFont font;
-        font.setBold(!first && value.text() != visible(element.value));
+        font.setBold(!first && value.text() != element.value);
         value.setFont(font);
         show(value, element.value);
         item(element.path, State).setText(element.state);

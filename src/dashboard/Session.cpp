@@ -54,17 +54,43 @@ QList<std::pair<int, QString>> knownEvents()
     return events;
 }
 
-Session::Session(const HostOptions &options, RecordModel &timeLine)
-    : m_options(options), m_timeLine(timeLine)
+Session::Session(const HostOptions &options, RecordModel &timeLine, Redactor *redactor)
+    : m_options(options), m_redactor(redactor), m_trace([redactor](const TracedCall &call) {
+          // Before the plug-in writes the values to its log.
+          if (redactor)
+              redactor->learn(call.values);
+      }),
+      m_timeLine(timeLine)
 {
     constexpr int kCardMs = 200;
     m_cardTimer.setSingleShot(true);
     m_cardTimer.setInterval(kCardMs);
     connect(&m_cardTimer, &QTimer::timeout, this, &Session::askCard);
     connect(this, &Session::failed, this,
-            [this](const QString &why) { m_timeLine.add(RecordKind::Problem, visible(why)); });
+            [this](const QString &why) { tell(RecordKind::Problem, why); });
     m_worker.moveToThread(&m_thread);
     m_thread.start();
+}
+
+QString Session::shown(const QString &text) const
+{
+    return visible(m_redactor ? m_redactor->redacted(text) : text);
+}
+
+QString Session::shownValue(const QString &path, const QString &value) const
+{
+    return visible(m_redactor ? m_redactor->redacted(path, value) : value);
+}
+
+QString Session::value(const char *path) const
+{
+    const QString name = QLatin1String(path);
+    return m_report ? shownValue(name, valueOf(m_report->values(), name)) : QString();
+}
+
+void Session::tell(RecordKind kind, const QString &text)
+{
+    m_timeLine.add(kind, shown(text));
 }
 
 Session::~Session()
@@ -171,7 +197,7 @@ void Session::watchReport(const QString &file, const QString &root, DeviceServic
         m_events->followPlugin();
         onMain([this, window = m_dashboard->window()] {
             m_window = window;
-            m_timeLine.add(RecordKind::Call, QStringLiteral("Init() → true"));
+            tell(RecordKind::Call, QStringLiteral("Init() → true"));
             requestCard();
             Q_EMIT opened();
         });
@@ -185,8 +211,8 @@ void Session::writeReport()
     onWorker(tr("A report is being written"), [this] {
         timeReport([this] {
             const int result = m_dashboard->notify(kRewrite, 0, 0);
-            m_timeLine.add(RecordKind::Call,
-                           QStringLiteral("Notify(%1, 0, 0) → %2").arg(kRewrite).arg(result));
+            tell(RecordKind::Call,
+                 QStringLiteral("Notify(%1, 0, 0) → %2").arg(kRewrite).arg(result));
             Q_EMIT notified(result);
         });
     });
@@ -215,6 +241,10 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
 {
     if (!m_window)
         return;
+    if (m_redactor) {
+        m_redactor->learn(Redactor::Kind::Number, number);
+        m_redactor->learn(Redactor::Kind::Text, text);
+    }
     onWorker(tr("A message is being sent"), [this, number, text, receipt] {
         QString result;
         try {
@@ -222,8 +252,8 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
         } catch (const Failure &failure) {
             result = failure.message;
         }
-        m_timeLine.add(RecordKind::Call, QStringLiteral("SMS: ") + result);
-        Q_EMIT smsDone(result);
+        tell(RecordKind::Call, QStringLiteral("SMS: ") + result);
+        Q_EMIT smsDone(shown(result));
     });
 }
 
@@ -244,9 +274,9 @@ void Session::startCard(const QString &card)
 {
     if (!m_window)
         return;
-    onWorker(tr("Starting %1").arg(card), [this, card] {
+    onWorker(tr("Starting %1").arg(shown(card)), [this, card] {
         m_dashboard->deviceService().start(card);
-        m_timeLine.add(RecordKind::Card, visible(m_dashboard->deviceService().source()));
+        tell(RecordKind::Card, m_dashboard->deviceService().source());
         timeReport([this] { m_dashboard->notify(kRewrite, 0, 0); });
         onMain([this] { requestCard(); });
     });
@@ -281,7 +311,13 @@ void Session::askCard()
     m_asking = true;
     onWorker(tr("Asking the card"), [this] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
-        onMain([this, facts = CardFacts{library.source(), ::askCard(library).fields}] {
+        CardFacts facts{library.source(), ::askCard(library).fields};
+        if (m_redactor) {
+            m_redactor->learn(facts.fields);
+            facts.fields = m_redactor->redacted(facts.fields);
+        }
+        facts.source = shown(facts.source);
+        onMain([this, facts] {
             m_asking = false;
             Q_EMIT cardAsked(facts);
         });
@@ -306,21 +342,21 @@ void Session::close()
 
 void Session::onAvailable()
 {
-    m_timeLine.add(RecordKind::Signal, QStringLiteral("DeviceAvailable()"));
+    tell(RecordKind::Signal, QStringLiteral("DeviceAvailable()"));
     Q_EMIT availableChanged(true);
 }
 
 void Session::onUnavailable()
 {
-    m_timeLine.add(RecordKind::Signal, QStringLiteral("DeviceUnavailable()"));
+    tell(RecordKind::Signal, QStringLiteral("DeviceUnavailable()"));
     Q_EMIT availableChanged(false);
 }
 
 void Session::tellEvent(int event)
 {
     const EventName *const name = findEvent(event);
-    m_timeLine.add(RecordKind::Event,
-                   QStringLiteral("%1: %2").arg(event).arg(name ? tr(name->text) : tr("unknown")));
+    tell(RecordKind::Event,
+         QStringLiteral("%1: %2").arg(event).arg(name ? tr(name->text) : tr("unknown")));
     onMain([this] { requestCard(); });
 }
 
@@ -332,13 +368,22 @@ void Session::timeEvent(int event, qint64 milliseconds)
 
 void Session::tellChanges(const QList<ValueChange> &changes, const QString &root)
 {
-    m_timeLine.add(RecordKind::Rewrite,
-                   tr("%n value(s) changed", nullptr, static_cast<int>(changes.size())));
+    const ReportValues &values = m_report->values();
+    if (m_redactor)
+        m_redactor->learn(values);
+    tell(RecordKind::Rewrite, tr("%n value(s) changed", nullptr, static_cast<int>(changes.size())));
     for (const ValueChange &change : changes) {
         m_timeLine.add(RecordKind::Change,
                        QStringLiteral("%1: \"%2\" → \"%3\"")
-                           .arg(change.path, visible(change.previous), visible(change.current)));
+                           .arg(change.path, shownValue(change.path, change.previous),
+                                shownValue(change.path, change.current)));
     }
-    Q_EMIT reportRead(explain(values(), m_trace.reportCalls(), versionFiles(root)));
+    QList<Explanation> elements = explain(values, m_trace.reportCalls(), versionFiles(root));
+    for (Explanation &element : elements) {
+        element.value = shownValue(element.path, element.value);
+        element.origin = shown(element.origin);
+        element.reason = shown(element.reason);
+    }
+    Q_EMIT reportRead(elements);
     requestCard();
 }

@@ -7,6 +7,7 @@
 #include "EventTap.h"
 #include "Explanation.h"
 #include "RecordModel.h"
+#include "Redactor.h"
 #include "ReportWatch.h"
 
 #include <QThread>
@@ -33,8 +34,9 @@ class Session : public QObject
     Q_OBJECT
 
 public:
-    /// The records go to `timeLine`, which must live longer than this object.
-    Session(const HostOptions &options, RecordModel &timeLine);
+    /// The records go to `timeLine`. With a redactor, the session shows no identities. Both must
+    /// live longer than this object.
+    Session(const HostOptions &options, RecordModel &timeLine, Redactor *redactor = nullptr);
 
     /// Waits until the calls that were begun have returned.
     ~Session() override;
@@ -72,8 +74,12 @@ public:
     /// Returns the plug-in's interface with a window, or null while the plug-in is not loaded.
     IUIPlugin *window() const { return m_window; }
 
-    /// Returns the values of the latest report; nothing before the first one.
-    ReportValues values() const { return m_report ? m_report->values() : ReportValues(); }
+    /// Returns the text as the window may show it: without identities if there is a redactor, and
+    /// with visible control characters. Any thread.
+    QString shown(const QString &text) const;
+
+    /// Returns the value of an element of the latest report, as the window may show it.
+    QString value(const char *path) const;
 
 Q_SIGNALS:
     /// The plug-in is initialised.
@@ -84,7 +90,7 @@ Q_SIGNALS:
     void busy(const QString &what);
     /// The plug-in has written a report, on a call or on an event.
     void reportTimed(qint64 milliseconds);
-    /// The report was rewritten; values() are the new ones. Each of its elements is explained.
+    /// The report was rewritten; its elements, with texts that the window may show.
     void reportRead(const QList<Explanation> &elements);
     /// A signal of the plug-in.
     void availableChanged(bool available);
@@ -107,6 +113,10 @@ private:
     template <typename Task>
     void onMain(Task task);
 
+    // Called on any thread.
+    void tell(RecordKind kind, const QString &text);
+    QString shownValue(const QString &path, const QString &value) const;
+
     // Called on the main thread.
     void watchReport(const QString &file, const QString &root, DeviceServiceLibrary &library);
     void tellChanges(const QList<ValueChange> &changes, const QString &root);
@@ -127,6 +137,7 @@ private:
 
     HostOptions m_options;
     const QString m_startDirectory = QDir::currentPath();
+    Redactor *const m_redactor;
     CallTrace m_trace;
     RecordModel &m_timeLine;
     std::unique_ptr<ReportWatch> m_report;

@@ -11,6 +11,7 @@
 #include <QLocale>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -27,7 +28,7 @@ std::unique_ptr<QCoreApplication> createApplication(int &argc, char **argv)
 }
 
 // Ends the program after --help and --version, and after a wrong option.
-HostOptions readOptions()
+HostOptions readOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -38,7 +39,8 @@ HostOptions readOptions()
         parser.addOption(
             {QLatin1String(option.name), QLatin1String(option.help), QLatin1String(option.value)});
     }
-    parser.process(*QCoreApplication::instance());
+    parser.addOption({QLatin1String(kRedactOption.name), QLatin1String(kRedactOption.help)});
+    parser.process(arguments);
     const auto value = [&](const Option &option) {
         return parser.value(QLatin1String(option.name));
     };
@@ -57,17 +59,21 @@ int main(int argc, char **argv)
     const auto application = createApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kestrun-dashboard"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUN_VERSION));
-    const QStringList arguments = QCoreApplication::arguments();
+    QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QLatin1String(kLoadCheckCommand))
         runLoadCheck(arguments.mid(2));
-    const HostOptions options = readOptions();
+    const std::optional<Redactor::Extent> extent = takeRedaction(arguments);
+    const HostOptions options = readOptions(arguments);
     QGuiApplication::setDesktopFileName(QStringLiteral("kestrun-dashboard"));
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("kestrun-dashboard")));
 
     RecordModel timeLine;
     RecordModel log;
-    const LogTap tap(log);
-    Session session(options, timeLine);
+    std::optional<Redactor> redactor;
+    if (extent)
+        redactor.emplace(*extent);
+    const LogTap tap(log, redactor ? &*redactor : nullptr);
+    Session session(options, timeLine, redactor ? &*redactor : nullptr);
     MainWindow window(session, timeLine, log);
     QObject::connect(&window, &MainWindow::closed, application.get(), &QCoreApplication::quit,
                      Qt::QueuedConnection);

@@ -29,14 +29,16 @@ public:
         QString root = {}; ///< empty: a temporary one
         QString plugin = PLUGIN_FILE;
         QString sdk = SDK_FILE;
+        bool redacted = false;
     };
 
     explicit WindowUnderTest(const Choice &choice)
-        : session({.plugin = choice.plugin,
+        : tap(log, choice.redacted ? &redactor : nullptr),
+          session({.plugin = choice.plugin,
                    .sdk = choice.sdk,
                    .card = choice.card,
                    .root = choice.root.isEmpty() ? m_root.path() : choice.root},
-                  timeLine),
+                  timeLine, choice.redacted ? &redactor : nullptr),
           window(session, timeLine, log)
     {
         session.open();
@@ -63,7 +65,8 @@ public:
     const QString startDirectory = QDir::currentPath();
     RecordModel timeLine;
     RecordModel log;
-    LogTap tap{log};
+    Redactor redactor{Redactor::Extent::Usual};
+    LogTap tap;
     QTemporaryDir m_root;
     Session session;
     MainWindow window;

@@ -108,6 +108,9 @@ void MainWindow::setLanguage(const QString &language)
         if (!accepted)
             return showProblem(tr("The plug-in refused the language; choose another one."));
     }
+    // The window would lose what is typed into it.
+    if (m_language == QLatin1String(chosen->code))
+        return;
     m_language = QLatin1String(chosen->code);
     for (QTranslator *const translator : {&m_translator, &m_qtTranslator})
         QCoreApplication::removeTranslator(translator);

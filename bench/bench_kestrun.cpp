@@ -2,17 +2,14 @@
 
 // Measures reports and their parts against the minimum work that they need, in one run, and prints
 // a table of ratios.
+#include "Bench.h"
 #include "ConfigDocument.h"
 #include "DocumentLimits.h"
 #include "NetworkInfo.h"
 #include "ResidentMemory.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "kestrun/CollectionDataLogic.h"
-#include "kestrun/KestrunHostTable.h"
 
-#include <QDir>
 #include <QDomDocument>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QProcess>
@@ -71,15 +68,6 @@ void writePlain(const char *file, const QByteArray &bytes)
     std::fclose(out);
 }
 
-template <typename Action>
-double milliseconds(Action action)
-{
-    QElapsedTimer timer;
-    timer.start();
-    action();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
 // Measures `whole` and its ratio to `floor`. The two alternate, since the state of the machine and
 // the heap varies by more than the difference between them.
 template <typename Floor, typename Whole>
@@ -109,12 +97,6 @@ void runCommands(const Place &place)
 }
 
 // Lets the following reports use the files at a place.
-void moveTo(const Place &place)
-{
-    KestrunSetSystemRoot(place.root.path().toUtf8().constData());
-    QDir::setCurrent(place.root.path());
-}
-
 void writeReport()
 {
     CCollectionDataLogic::GetInstance()->WriteDataToFile();
@@ -123,7 +105,7 @@ void writeReport()
 void report(benchmark::State &state, const Place &place, bool shell, bool log,
             QtMessageHandler handler)
 {
-    moveTo(place);
+    moveTo(place.root.path());
     s_shell = shell;
     setLog(log);
     qInstallMessageHandler(handler);
@@ -224,11 +206,6 @@ private:
     std::map<std::string, std::vector<double>> m_counters;
 };
 
-void row(const char *what, double value, const char *unit, const char *goal)
-{
-    std::printf("%-58s %9.3f %-4s %s\n", what, value, unit, goal);
-}
-
 struct Growth
 {
     long sinceReport100;
@@ -296,11 +273,7 @@ Growth growthOfReports()
 
 void prepare(Place &place)
 {
-    moveTo(place);
-    std::wstring path;
-    CCollectionDataLogic::GetInstance()->GetPath(path);
-    place.dataDirectory = QString::fromStdWString(path);
-    QDir().mkpath(place.dataDirectory);
+    place.dataDirectory = moveTo(place.root.path());
     writePlain((place.dataDirectory + QStringLiteral("Config.xml")).toUtf8().constData(),
                configOf(1));
     writeReport();

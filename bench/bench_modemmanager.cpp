@@ -2,13 +2,10 @@
 
 // Measures reports on a modem of the real daemon against the daemon's own client, and on a machine
 // with many modems and messages against one with a single modem; prints the ratios of one run.
+#include "Bench.h"
 #include "TestBed.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "kestrun/CollectionDataLogic.h"
-#include "kestrun/KestrunHostTable.h"
 
-#include <QDir>
-#include <QElapsedTimer>
 #include <QEventLoop>
 
 #include <algorithm>
@@ -31,15 +28,6 @@ extern "C" int system(const char *command)
 namespace {
 
 void discard(QtMsgType, const QMessageLogContext &, const QString &) {}
-
-template <typename Action>
-double milliseconds(Action action)
-{
-    QElapsedTimer timer;
-    timer.start();
-    action();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
 
 // The least of several times: whatever else the machine does only adds.
 template <typename Action>
@@ -87,11 +75,6 @@ double programMs(const QString &program, const QStringList &arguments)
     });
 }
 
-void row(const char *what, double value, const char *unit, const char *goal)
-{
-    std::printf("%-58s %9.3f %-4s %s\n", what, value, unit, goal);
-}
-
 double fakeReportMs(TestBed &bed, int modems, int messages)
 {
     FakeManager daemon(bed.connection);
@@ -111,11 +94,7 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     qInstallMessageHandler(discard);
     const QTemporaryDir root;
-    KestrunSetSystemRoot(root.path().toUtf8().constData());
-    QDir::setCurrent(root.path());
-    std::wstring path;
-    CCollectionDataLogic::GetInstance()->GetPath(path);
-    QDir().mkpath(QString::fromStdWString(path));
+    moveTo(root.path());
 
     TestBed bed;
     if (!bed.startDaemon() || !bed.plug(QStringLiteral("gsm umts"))) {

@@ -2,18 +2,14 @@
 
 // Measures reports on a scripted modem on a serial port, each of whose answers takes 20 ms, against
 // the same number of answers to a program that does no more than read and write.
+#include "Bench.h"
 #include "devsrv/DeviceServiceControl.h"
-#include "kestrun/CollectionDataLogic.h"
-#include "kestrun/KestrunHostTable.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -38,10 +34,7 @@ struct Measured
 Measured report(QProcess &modem)
 {
     commandCount(modem);
-    QElapsedTimer timer;
-    timer.start();
-    CCollectionDataLogic::GetInstance()->WriteDataToFile();
-    const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+    const double ms = milliseconds([] { CCollectionDataLogic::GetInstance()->WriteDataToFile(); });
     return {ms, commandCount(modem)};
 }
 
@@ -49,25 +42,19 @@ Measured report(QProcess &modem)
 double answerMs(const QByteArray &path, int count)
 {
     const int port = ::open(path.constData(), O_RDWR | O_NOCTTY);
-    QElapsedTimer timer;
-    timer.start();
-    for (int answer = 0; answer < count; ++answer) {
-        QByteArray line;
-        char bytes[256];
-        ssize_t size = ::write(port, "AT\r", 3);
-        while (size > 0 && !line.contains("OK\r\n")) {
-            size = ::read(port, bytes, sizeof bytes);
-            line.append(bytes, static_cast<qsizetype>(size));
+    const double ms = milliseconds([&] {
+        for (int answer = 0; answer < count; ++answer) {
+            QByteArray line;
+            char bytes[256];
+            ssize_t size = ::write(port, "AT\r", 3);
+            while (size > 0 && !line.contains("OK\r\n")) {
+                size = ::read(port, bytes, sizeof bytes);
+                line.append(bytes, static_cast<qsizetype>(size));
+            }
         }
-    }
-    const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+    });
     ::close(port);
     return ms / count;
-}
-
-void row(const char *what, double value, const char *unit, const char *goal)
-{
-    std::printf("%-58s %9.3f %-4s %s\n", what, value, unit, goal);
 }
 
 } // namespace
@@ -77,11 +64,7 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QTemporaryDir root;
-    KestrunSetSystemRoot(root.path().toUtf8().constData());
-    QDir::setCurrent(root.path());
-    std::wstring path;
-    CCollectionDataLogic::GetInstance()->GetPath(path);
-    QDir().mkpath(QString::fromStdWString(path));
+    moveTo(root.path());
 
     QProcess modem;
     modem.start(QStringLiteral(MODEM), {QStringLiteral("--delay"), QString::number(kAnswerMs)});

@@ -26,12 +26,10 @@ struct Run
     QByteArray error;
 };
 
-Run run(const QString &program, const QStringList &arguments, const QByteArray &input = {})
+Run run(const QString &program, const QStringList &arguments)
 {
     Child child;
     child.start(program, arguments);
-    child.write(input);
-    child.closeWriteChannel();
     child.waitForFinished();
     return {child.exitCode(), child.readAllStandardOutput(), child.readAllStandardError()};
 }
@@ -126,6 +124,7 @@ private:
     QList<Canary> m_canaries;
     int m_places = 0;
     int m_traces = 0;
+    int m_found = 0;
 
     QString path(const QString &name) const { return m_directory.filePath(name); }
 
@@ -191,10 +190,24 @@ private:
         QString lines = filled(input);
         lines.replace("CARD", files["CARD"]).replace("OTHER", files["OTHER"]);
         QFile::remove(path("written"));
-        // Only watch needs a signal to end.
-        const Run run = ::run("timeout", QStringList{"-s", "INT", "2", HOST} + arguments + more,
-                              lines.toUtf8());
-        return {run.output, run.error, readFile(path("written"))};
+        // watch needs a signal to end, when it has taken all commands.
+        HostProcess host(arguments + more);
+        host.write(lines.toUtf8() + "the end\n");
+        QByteArray output;
+        const bool ended = QTest::qWaitFor(
+            [&] {
+                output += host.readAllStandardOutput();
+                return host.state() == QProcess::NotRunning || output.contains("the end");
+            },
+            15'000);
+        if (ended && host.state() == QProcess::Running) {
+            constexpr int kLastRewriteMs = 300;
+            QTest::qWait(kLastRewriteMs);
+            ::kill(pid_t(host.processId()), SIGINT);
+        }
+        host.waitForFinished();
+        return {output + host.readAllStandardOutput(), host.readAllStandardError(),
+                readFile(path("written"))};
     }
 
     // Returns the traces of canaries in the texts.
@@ -218,6 +231,8 @@ private:
     {
         if (card == "MAKER")
             return {"--sdk", MAKERS_SDK};
+        if (card.endsWith(".ini"))
+            return {"--card", QFINDTESTDATA("data/" + card)};
         if (!card.contains('['))
             return {"--card", card};
         const QString file = path(QString::number(qHash(card)) + ".ini");
@@ -304,9 +319,9 @@ private Q_SLOTS:
     void replaysRecord_data()
     {
         QTest::addColumn<QString>("card");
-        for (const char *card : {"lte", "hspa", "cdma", "td-scdma", "locked", "none", "MAKER"})
+        for (const char *card : {"lte", "hspa", "cdma", "td-scdma", "locked", "none",
+                                 "odd-record.ini", "no-cell.ini", "MAKER"})
             QTest::newRow(card) << card;
-        QTest::newRow("odd") << QFINDTESTDATA("data/odd-record.ini");
     }
 
     void replaysRecord()
@@ -437,15 +452,17 @@ private Q_SLOTS:
                 const QSet<QByteArray> found = tracesIn(seen, all);
                 leaked = attempt == 0 ? found : leaked.intersect(found);
                 if (!leaked.isEmpty() && attempt == 2)
-                    QFAIL(leaked.values().join(' ') + " in " + seen.join());
+                    qWarning().noquote() << leaked.values().join(' ') << "in" << seen.join();
             }
+            m_found += int(leaked.size());
+            QVERIFY(leaked.isEmpty());
         }
     }
 
     void cleanupTestCase()
     {
-        qInfo("%lld canaries, %d places looked at for %d traces", (long long)m_canaries.size(),
-              m_places, m_traces);
+        qInfo("%d canaries, %d places looked at for %d traces, %d found", int(m_canaries.size()),
+              m_places, m_traces, m_found);
     }
 };
 

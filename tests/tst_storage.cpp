@@ -113,17 +113,25 @@ private Q_SLOTS:
         QFETCH(bool, writable);
         const TestRoot root;
         root.write("SysConfig.dat", "[EHIDS_PRODUCT_VERSION]\nAPP_INSTALL_PATH=" + name.toUtf8());
+        const QString settings = root.path("SysConfig.dat");
         const QString directory = kestrun::currentDataDirectory().path;
         QVERIFY(QDir().mkpath(directory));
-        for (const uid_t owner : {uid_t(0), uid_t(1234)}) {
-            QCOMPARE(chown(root.path("SysConfig.dat").toLocal8Bit(), owner, 0), 0);
+        for (const auto &[owner, isLink] : {std::pair(0U, false), {1234U, false}, {1234U, true}}) {
+            QCOMPARE(chown(settings.toLocal8Bit(), isLink ? 0 : owner, 0), 0);
+            if (isLink) {
+                QVERIFY(QFile::rename(settings, root.path("target")));
+                QVERIFY(QFile::link(root.path("target"), settings));
+                QCOMPARE(lchown(settings.toLocal8Bit(), owner, 0), 0);
+            }
             QFile::remove(directory + "UpdateRule.dat");
             const LogCapture log;
             kestrun::writeReportFile("<report/>");
             kestrun::updateConfigFile("1", "module");
             const bool written = writable || owner == 0;
             QCOMPARE(QFile::exists(directory + "UpdateRule.dat"), written);
-            QCOMPARE(log.lines().filter("another user's SysConfig.dat").size(), written ? 0 : 1);
+            // A warning is not repeated.
+            QCOMPARE(log.lines().filter("another user's SysConfig.dat").size(),
+                     written || isLink ? 0 : 1);
         }
     }
 

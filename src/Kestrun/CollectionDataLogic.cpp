@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "kestrun/CollectionDataLogic.h"
 
-#include "DataCardInfo.h"
-#include "HostPcInfo.h"
+#include "ControllerState.h"
+#include "ControllerUse.h"
 #include "Log.h"
-#include "NetworkInfo.h"
 #include "ReportDocument.h"
 #include "ReportFiles.h"
 #include "StorageLocation.h"
@@ -12,12 +11,9 @@
 
 #include <QScopeGuard>
 
-#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <thread>
-#include <vector>
 
 using namespace kestrun;
 
@@ -50,106 +46,7 @@ std::condition_variable s_reportEnded;
 
 } // namespace
 
-// The controller's data.
-struct kestrun::ControllerState
-{
-    std::map<std::string, std::string> data;
-    CDataCardInfo dataCard;
-    CHostPcInfo hostPc;
-    CNetworkInfo network;
-
-    std::atomic<std::uint64_t> requestedReports = 0;
-    std::atomic<std::uint64_t> writtenReports = 0; // requests that the latest report covers
-
-    // The calls on this controller, by thread, and whether the last of them deletes it. Both are
-    // under the lock of ControllerUse.
-    std::vector<std::thread::id> users;
-    bool destroyed = false;
-
-    void runReport();
-    void writeReportAndConfig();
-};
-
 std::atomic<CCollectionDataLogic *> CCollectionDataLogic::_Instance = nullptr;
-
-// Keeps a controller from being deleted while a call uses it.
-class kestrun::ControllerUse
-{
-public:
-    // Uses the present controller, if there is one.
-    ControllerUse()
-    {
-        const std::lock_guard lock(s_mutex);
-        begin(CCollectionDataLogic::_Instance);
-    }
-
-    explicit ControllerUse(CCollectionDataLogic *controller)
-    {
-        const std::lock_guard lock(s_mutex);
-        begin(controller);
-    }
-
-    ~ControllerUse()
-    {
-        if (!m_controller)
-            return;
-        std::unique_lock lock(s_mutex);
-        ControllerState &state = *m_controller->m_state;
-        state.users.erase(
-            std::find(state.users.begin(), state.users.end(), std::this_thread::get_id()));
-        const bool last = state.destroyed && state.users.empty();
-        s_unused.notify_all();
-        lock.unlock();
-        if (last)
-            delete m_controller;
-    }
-
-    ControllerUse(const ControllerUse &) = delete;
-    ControllerUse &operator=(const ControllerUse &) = delete;
-
-    CCollectionDataLogic *controller() const { return m_controller; }
-
-    static CCollectionDataLogic *instance()
-    {
-        const std::lock_guard lock(s_mutex);
-        if (!CCollectionDataLogic::_Instance)
-            CCollectionDataLogic::_Instance = new CCollectionDataLogic;
-        return CCollectionDataLogic::_Instance;
-    }
-
-    static void destroyInstance()
-    {
-        std::unique_lock lock(s_mutex);
-        CCollectionDataLogic *const controller = CCollectionDataLogic::_Instance.exchange(nullptr);
-        if (!controller)
-            return;
-        ControllerState &state = *controller->m_state;
-        const auto self = std::this_thread::get_id();
-        state.destroyed = std::find(state.users.begin(), state.users.end(), self)
-            != state.users.end();
-        if (state.destroyed)
-            return;
-        s_unused.wait(lock, [&] { return state.users.empty(); });
-        lock.unlock();
-        delete controller;
-    }
-
-private:
-    void begin(CCollectionDataLogic *controller)
-    {
-        if (controller)
-            controller->m_state->users.push_back(std::this_thread::get_id());
-        m_controller = controller;
-    }
-
-    static std::mutex s_mutex;
-    static std::condition_variable s_unused;
-
-    CCollectionDataLogic *m_controller = nullptr;
-};
-
-std::mutex ControllerUse::s_mutex;
-std::condition_variable ControllerUse::s_unused;
 
 CCollectionDataLogic::CCollectionDataLogic() : m_state(std::make_unique<ControllerState>()) {}
 

@@ -102,6 +102,15 @@ std::optional<QByteArray> changeable(const QByteArray &path)
     return real;
 }
 
+// Returns the user who decided what a path leads to: the owner of a foreign link, or else of the
+// file.
+uid_t chooserOf(const QByteArray &path, uid_t fileOwner)
+{
+    struct stat link;
+    const bool isLink = lstat(path.constData(), &link) == 0 && S_ISLNK(link.st_mode);
+    return isLink && link.st_uid != geteuid() ? link.st_uid : fileOwner;
+}
+
 int openDescriptor(const QByteArray &path, int flags)
 {
     constexpr mode_t kModeOfNewFile = 0666;
@@ -217,8 +226,11 @@ DataFile::DataFile(const QString &path)
 
 DataFile::~DataFile()
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
+    if (m_descriptor < 0)
+        return;
+    // A process that another thread has forked meanwhile would keep the lock.
+    flock(m_descriptor, LOCK_UN);
+    ::close(m_descriptor);
 }
 
 bool DataFile::open(Access access)
@@ -248,7 +260,7 @@ bool DataFile::open(Access access)
         warnAbout(m_path, "it is larger than 64 MiB; it is not read");
     else
         forgetWarning(m_path);
-    m_owner = status.st_uid;
+    m_owner = chooserOf(m_path, status.st_uid);
     m_device = status.st_dev;
     m_number = status.st_ino;
     return true;

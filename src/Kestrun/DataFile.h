@@ -58,7 +58,7 @@ public:
     /// Returns true if both objects have the same file open.
     bool isSameAs(const DataFile &other) const;
 
-    /// Returns the owner of the open file.
+    /// Returns the owner of the open file, or of the link that another user has put in its place.
     uid_t owner() const { return m_owner; }
 
 private:

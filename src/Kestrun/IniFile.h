@@ -22,7 +22,8 @@ public:
     /// is a list or an object. `key` is a section, a slash and a name.
     QString value(const QString &key) const;
 
-    /// Returns the user that the file belongs to, or this process's user if there is no file.
+    /// Returns the user that the file, or a foreign link in its place, belongs to; this process's
+    /// user if there is no file.
     uid_t owner() const { return m_owner; }
 
 private:

@@ -15,10 +15,15 @@ constexpr Option kOutputOptions[] = {
 
 constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
 
+constexpr Option kMetricsLabels = {
+    "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
+
 constexpr Option kReportOptions[] = {
     {"xml", nullptr, "Print the file without changes."},
     {"json", nullptr, "Print a JSON object with the values by element path."},
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
+    {"metrics", nullptr, "Print metrics of the card and the report as OpenMetrics text."},
+    kMetricsLabels,
     {"explain", nullptr, "Show where each value comes from, and why it is empty."},
 };
 
@@ -29,6 +34,17 @@ constexpr Option kRecordOptions[] = {
 
 constexpr Option kWatchOptions[] = {
     {"json", nullptr, "Print one JSON object on each line."},
+    {"metrics", "FILE",
+     "Keep FILE current: OpenMetrics text, written at each event and every 60 s."},
+    kMetricsLabels,
+    {"record", "FILE", "Record each event with the card's state and its effects in a new FILE."},
+};
+
+constexpr Option kReplayOptions[] = {
+    {"speed", "N", "Replay N times as fast, or without waits with \"max\"; by default 1."},
+    {"check", nullptr, "Compare signals, rewrites and values, and end at the first difference."},
+    kRootOption,
+    kLog,
 };
 
 constexpr Option kSmsOptions[] = {
@@ -61,6 +77,14 @@ constexpr Command kCommands[] = {
      kWatchOptions,
      {},
      runWatch},
+    {"replay",
+     "drive the plug-in through a recording of watch --record",
+     "Drives the plug-in with an emulated card through the life that \"kestrun watch --record\" "
+     "recorded. Uses a temporary root unless --root names one.",
+     SharedOptions::Libraries,
+     kReplayOptions,
+     {"FILE", "The recording.", 1, 1},
+     runReplay},
     {"record",
      "ask a card everything, and write a card file that answers alike",
      "Asks a card everything and writes a card file; with --card FILE, the other commands then "

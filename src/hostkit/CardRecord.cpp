@@ -80,7 +80,7 @@ public:
             if (call.result != 0 && qstrcmp(call.function, "ZEPA_ExuceATCmd") != 0)
                 setNumber("Results/", call.function, call.result);
         }
-        m_calls += state.calls;
+        m_calls += before.calls + state.calls;
         if (options.delays)
             addDelays();
         return m_fields;

@@ -4,9 +4,12 @@
 #include "Dashboard.h"
 #include "RegularFile.h"
 
+#include <QDeadlineTimer>
+
 #include <algorithm>
-#include <atomic>
 #include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -41,10 +44,8 @@ QByteArray contentOf(const QString &fileName)
 // Without the report modes, which the plug-in itself changes.
 CardFields comparable(CardFields fields)
 {
-    fields.removeIf([](const auto &entry) {
-        return entry.first.endsWith(QLatin1String("/ReportMode"))
-            || entry.first == QLatin1String(kTriggerField);
-    });
+    fields.removeIf(
+        [](const auto &entry) { return entry.first.endsWith(QLatin1String("/ReportMode")); });
     return fields;
 }
 
@@ -80,10 +81,14 @@ EventObserver::EventObserver(Dashboard &dashboard)
 
 EventObserver::~EventObserver()
 {
-    for (const auto callback : {onArrival, onEnd}) {
-        setCallback("ZEPA_DevSrv_UnRegisterDevMgrCallback", callback);
-        setCallback("ZEPA_DevSrv_UnRegisterDevInitEventCallback", callback);
+    withdraw(onArrival);
+    {
+        // Else the end of an event that the plug-in is handling would not be heard.
+        QMutexLocker lock(&m_mutex);
+        const QDeadlineTimer limit(10s);
+        while (m_openCount > 0 && m_ended.wait(&m_mutex, limit)) {}
     }
+    withdraw(onEnd);
     m_dashboard.deviceService().call<decltype(ZEPA_UnRegDataRevCallBack)>(
         "ZEPA_UnRegDataRevCallBack", onAnswer);
     s_observer = nullptr;
@@ -91,7 +96,8 @@ EventObserver::~EventObserver()
 
 int EventObserver::onArrival(int event, void *)
 {
-    s_observer.load()->begin(event);
+    if (EventObserver *const self = s_observer; self->m_started)
+        self->begin(event);
     return 0;
 }
 
@@ -114,20 +120,33 @@ void EventObserver::beginStart()
     m_dashboard.deviceService().call<decltype(ZEPA_RegDataRevCallBack)>("ZEPA_RegDataRevCallBack",
                                                                         onAnswer);
     begin(kStart);
-    setCallback("ZEPA_DevSrv_RegisterDevMgrCallback", onArrival);
-    setCallback("ZEPA_DevSrv_RegisterDevInitEventCallback", onArrival);
+    registerFor(onArrival);
 }
 
 void EventObserver::endStart()
 {
-    setCallback("ZEPA_DevSrv_RegisterDevMgrCallback", onEnd);
-    setCallback("ZEPA_DevSrv_RegisterDevInitEventCallback", onEnd);
+    registerFor(onEnd);
+    m_started = true;
     end(kStart);
 }
 
-void EventObserver::setCallback(const char *function, ZEPA_DevEventCallback callback)
+// A card maker's library may refuse; there are no events then.
+void EventObserver::registerFor(ZEPA_DevEventCallback callback)
 {
-    m_dashboard.deviceService().call<std::int32_t(ZEPA_DevEventCallback)>(function, callback);
+    const DeviceServiceLibrary &service = m_dashboard.deviceService();
+    service.call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>("ZEPA_DevSrv_RegisterDevMgrCallback",
+                                                               callback);
+    service.call<decltype(ZEPA_DevSrv_RegisterDevInitEventCallback)>(
+        "ZEPA_DevSrv_RegisterDevInitEventCallback", callback);
+}
+
+void EventObserver::withdraw(ZEPA_DevEventCallback callback)
+{
+    const DeviceServiceLibrary &service = m_dashboard.deviceService();
+    service.call<decltype(ZEPA_DevSrv_UnRegisterDevMgrCallback)>(
+        "ZEPA_DevSrv_UnRegisterDevMgrCallback", callback);
+    service.call<decltype(ZEPA_DevSrv_UnRegisterDevInitEventCallback)>(
+        "ZEPA_DevSrv_UnRegisterDevInitEventCallback", callback);
 }
 
 void EventObserver::begin(int event)
@@ -150,13 +169,8 @@ void EventObserver::begin(int event)
 void EventObserver::end(int event)
 {
     std::vector<OpenEvent> &events = openEvents();
-    // Those that arrived while the plug-in started have no end.
-    while (!events.empty() && events.back().handled.event != event) {
-        events.pop_back();
-        const QMutexLocker lock(&m_mutex);
-        --m_openCount;
-    }
-    if (events.empty())
+    // One that arrived while the plug-in started is not observed.
+    if (events.empty() || events.back().handled.event != event)
         return;
     OpenEvent open = std::move(events.back());
     events.pop_back();
@@ -164,11 +178,13 @@ void EventObserver::end(int event)
     done.durationUs = (nowNs() - open.askedNs) / 1000;
     {
         const QMutexLocker lock(&m_mutex);
-        --m_openCount;
         open.alone = open.alone && open.arrivals == m_arrivals;
     }
     noteReport(open, done);
     Q_EMIT handled(done);
+    const QMutexLocker lock(&m_mutex);
+    --m_openCount;
+    m_ended.wakeAll();
 }
 
 // A report that was rewritten meanwhile is that of the event, or of another one that was handled at
@@ -183,14 +199,12 @@ void EventObserver::noteReport(const OpenEvent &open, HandledEvent &event)
     if (event.report) {
         const CardFields now = askCard(m_dashboard.deviceService()).fields;
         event.cardChanged = comparable(now) != comparable(event.card);
+        const QMutexLocker lock(&m_mutex);
+        event.card.append({QLatin1String(kTriggerField), QString::fromLatin1(m_pieces)});
+        m_pieces.clear();
     } else if (asked) {
         event.failure = QLatin1String(obstacle(m_reportFile).code);
     }
-    const QMutexLocker lock(&m_mutex);
-    if (event.report)
-        m_triggerAnswer = QString::fromLatin1(std::exchange(m_pieces, {}));
-    if (m_triggerAnswer && valueOf(event.card, QStringLiteral("Card/Present")) == u"true")
-        event.card.append({QLatin1String(kTriggerField), *m_triggerAnswer});
 }
 
 void EventObserver::noteSignal(const QString &name)

@@ -7,7 +7,9 @@
 #include <QMutex>
 #include <QObject>
 #include <QStringList>
+#include <QWaitCondition>
 
+#include <atomic>
 #include <optional>
 #include <vector>
 
@@ -16,10 +18,11 @@ class Dashboard;
 /// A device event, or the start of the plug-in, and what the plug-in did.
 struct HandledEvent
 {
-    int event = 0;                      ///< its number; 0: the start of the plug-in
-    qint64 arrivedUs = 0;               ///< in microseconds since the observer was created
-    qint64 durationUs = 0;              ///< how long the plug-in took
-    CardFields card;                    ///< the card's state at the arrival
+    int event = 0;         ///< its number; 0: the start of the plug-in
+    qint64 arrivedUs = 0;  ///< in microseconds since the observer was created
+    qint64 durationUs = 0; ///< how long the plug-in took
+    CardFields card; ///< the card's state at the arrival, and what it answered to the plug-in's AT
+                     ///< command, if the plug-in rewrote the report
     QStringList emitted;                ///< the signals of the plug-in, by name
     std::optional<ReportValues> report; ///< the values, if the plug-in rewrote the report
     bool cardChanged = false;           ///< whether the card changed while it did so
@@ -72,7 +75,8 @@ private:
 
     void beginStart();
     void endStart();
-    void setCallback(const char *function, ZEPA_DevEventCallback callback);
+    void registerFor(ZEPA_DevEventCallback callback);
+    void withdraw(ZEPA_DevEventCallback callback);
     void begin(int event);
     void end(int event);
     void noteReport(const OpenEvent &open, HandledEvent &event);
@@ -81,9 +85,10 @@ private:
     Dashboard &m_dashboard;
     const QString m_reportFile;
     const qint64 m_startNs;
+    std::atomic<bool> m_started = false;
     QMutex m_mutex; // of the members below
+    QWaitCondition m_ended;
     int m_openCount = 0;
     int m_arrivals = 0;
-    QByteArray m_pieces; // of an AT answer
-    std::optional<QString> m_triggerAnswer;
+    QByteArray m_pieces; // of the AT answers since the last report
 };

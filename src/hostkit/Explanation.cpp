@@ -39,20 +39,28 @@ struct Evidence
     const VersionFiles &files;
 
     // The calls of one function, in order.
-    QList<TracedCall> callsOf(const QByteArray &function) const
+    QList<const TracedCall *> callsOf(const QByteArray &function) const
     {
-        QList<TracedCall> found;
-        std::copy_if(calls.begin(), calls.end(), std::back_inserter(found),
-                     [&](const TracedCall &call) { return call.function == function; });
+        QList<const TracedCall *> found;
+        for (const TracedCall &call : calls) {
+            if (call.function == function)
+                found.append(&call);
+        }
         return found;
+    }
+
+    // Returns the last call of a function, or null if it was not made.
+    const TracedCall *lastCallOf(const QByteArray &function) const
+    {
+        const QList<const TracedCall *> found = callsOf(function);
+        return found.isEmpty() ? nullptr : found.constLast();
     }
 
     // What the last call of a function wrote; nothing if it failed or was not made.
     QString written(const QByteArray &function, const char *field) const
     {
-        const QList<TracedCall> found = callsOf(function);
-        return found.isEmpty() ? QString()
-                               : valueOf(found.constLast().values, QLatin1String(field));
+        const TracedCall *const call = lastCallOf(function);
+        return call ? valueOf(call->values, QLatin1String(field)) : QString();
     }
 
     bool isLte() const
@@ -116,10 +124,8 @@ Verdict neverFilled(const Element &, const QString &, const Evidence &)
 // A text that one call writes. The plug-in uses the last of several calls.
 Verdict text(const Element &element, const QString &value, const Evidence &evidence)
 {
-    const auto call = std::find_if(
-        evidence.calls.rbegin(), evidence.calls.rend(),
-        [&](const TracedCall &made) { return made.function == element.origin; });
-    if (call == evidence.calls.rend())
+    const TracedCall *const call = evidence.lastCallOf(element.origin);
+    if (!call)
         return {kRefused, QStringLiteral("not-asked")};
     if (call->result != 0)
         return failed(*call, evidence);
@@ -136,10 +142,20 @@ Verdict imei(const Element &element, const QString &value, const Evidence &evide
     return text(element, value, evidence);
 }
 
+Verdict cdmaText(const Element &element, const QString &value, const Evidence &evidence)
+{
+    Verdict verdict = text(element, value, evidence);
+    const QString type = evidence.written("ZEPA_DevSrv_GetProductType", "Card/ProductType");
+    const bool isOther = !type.isEmpty() && type != QString::number(ZEPA_PRODUCT_TYPE_CDMA);
+    if (isOther && qstrcmp(verdict.state, kRefused) == 0)
+        return {kUnsupported, QStringLiteral("not-a-cdma-card")};
+    return verdict;
+}
+
 // A name that the plug-in has for a number.
 Verdict named(const Element &element, const QString &value, const Evidence &evidence)
 {
-    const Verdict verdict = text(element, value, evidence);
+    Verdict verdict = text(element, value, evidence);
     if (qstrcmp(verdict.state, kUnsupported) == 0)
         return {kEmptyByRule, QStringLiteral("number-without-name")};
     return verdict;
@@ -151,9 +167,12 @@ Verdict smsTrigger(const Element &element, const QString &value, const Evidence 
         return {kUnsupported, QStringLiteral("command-not-supported")};
     // The callback is registered first; without it the command is not sent.
     for (const char *function : {"ZEPA_RegDataRevCallBack", element.origin}) {
-        const QList<TracedCall> calls = evidence.callsOf(function);
-        if (!calls.isEmpty() && calls.constLast().result != 0)
-            return failed(calls.constLast(), evidence);
+        const TracedCall *const call = evidence.lastCallOf(function);
+        if (!call || call->result == 0)
+            continue;
+        Verdict verdict = failed(*call, evidence);
+        return qstrcmp(verdict.state, kRefused) == 0 ? Verdict{kRefused, QStringLiteral("not-sent")}
+                                                     : verdict;
     }
     return value.isEmpty() ? Verdict{kUnsupported, QStringLiteral("no-value")} : Verdict{};
 }
@@ -167,7 +186,7 @@ struct RegistrationQuery
 
 // For each text the plug-in asks for the report mode, switches the reports of the location on, and
 // asks again. For the cell of LTE it stops if they were on. The cell comes before the area.
-RegistrationQuery queryFor(bool isCell, bool lte, const QList<TracedCall> &calls)
+RegistrationQuery queryFor(bool isCell, bool lte, const QList<const TracedCall *> &calls)
 {
     RegistrationQuery query;
     qsizetype next = 0;
@@ -175,11 +194,11 @@ RegistrationQuery queryFor(bool isCell, bool lte, const QList<TracedCall> &calls
         query = {};
         if (next >= calls.size())
             break;
-        query.last = &calls.at(next++);
+        query.last = calls.at(next++);
         query.stopped = cell && lte
             && valueOf(query.last->values, QStringLiteral("PS/ReportMode")) == QLatin1String("2");
         if (query.last->result == 0 && !query.stopped)
-            query.last = next < calls.size() ? &calls.at(next++) : nullptr;
+            query.last = calls.value(next++, nullptr);
         if (cell == isCell)
             break;
     }
@@ -190,8 +209,8 @@ Verdict registered(bool isCell, const Element &element, const QString &value,
                    const Evidence &evidence)
 {
     const bool lte = evidence.isLte();
-    const QList<TracedCall> calls = evidence.callsOf(originOf(element, evidence).toLatin1());
-    const RegistrationQuery query = queryFor(isCell, lte, calls);
+    const RegistrationQuery query = queryFor(
+        isCell, lte, evidence.callsOf(originOf(element, evidence).toLatin1()));
     if (!query.last)
         return {kRefused, QStringLiteral("not-asked")};
     if (query.stopped)
@@ -259,8 +278,8 @@ constexpr Element kElements[] = {
     {"Client/Time", kPlugin, "", neverFilled},
     {"Client/IMEI", kCall, "ZEPA_DevSrv_GetImeiInfo", imei, kShortText},
     {"Client/SN", kCall, "ZEPA_DevSrv_GetSN", text, kShortText},
-    {"Client/ESN", kCall, "ZEPA_DevSrv_GetESN", text, kCdmaText},
-    {"Client/MEID", kCall, "ZEPA_DevSrv_GetESN", text, kCdmaText},
+    {"Client/ESN", kCall, "ZEPA_DevSrv_GetESN", cdmaText, kCdmaText},
+    {"Client/MEID", kCall, "ZEPA_DevSrv_GetESN", cdmaText, kCdmaText},
     {"Client/IMSI", kCall, "ZEPA_DevSrv_GetImsiInfo", text, kShortText},
     {"Client/Command/Trigger", kPlugin, "", neverFilled},
     {"Client/Command/Device/Model", kCall, "ZEPA_DevSrv_GetDeviceName", text, kShortText},
@@ -291,6 +310,7 @@ struct Advice
 constexpr Advice kAdvice[] = {
     {"never-filled", "nothing to do: the plug-in always leaves this element empty"},
     {"cdma-has-no-imei", "nothing to do: a CDMA card is identified by its MEID and ESN"},
+    {"not-a-cdma-card", "nothing to do: only CDMA cards have an ESN and a MEID"},
     {"number-without-name", "the card gave a number that has no name; report it with a record"},
     {"location-reports-were-on",
      "the plug-in leaves the cell out if location reports were on before; insert the card again"},
@@ -301,6 +321,7 @@ constexpr Advice kAdvice[] = {
     {"unknown-system", "nothing to do: only versions of macOS are reported"},
     {"command-not-supported", "nothing to do: the card does not have the SMS trigger"},
     {"no-value", "nothing to do: the card answered, but has no such value"},
+    {"not-sent", "the device service sends this card no AT commands; --log may show why"},
     {"not-asked", "the plug-in did not ask; --log shows why"},
     {"buffer-full", "the value fills its buffer, and its end may be missing"},
     {kRefused, "the card refused; try again when it is ready and registered"},

@@ -63,6 +63,14 @@ bool isAsciiDigit(QChar character)
     return character >= u'0' && character <= u'9';
 }
 
+// As QString::toUpper(), but of the same length.
+QString folded(QString text)
+{
+    for (QChar &character : text)
+        character = character.toUpper();
+    return text;
+}
+
 bool isWord(QChar character)
 {
     return character.isLetterOrNumber() || character == u'_';
@@ -87,6 +95,14 @@ bool isImei(const QString &text)
 {
     return text.size() == kImei && isNumber(text)
         && text.back().digitValue() == checkDigit(text.chopped(1));
+}
+
+// Gives what is made up for an IMEI the right check digit.
+QString withCheckDigitOf(const QString &value, QString made)
+{
+    if (isImei(value))
+        made.back() = QChar(u'0' + checkDigit(made.chopped(1)));
+    return made;
 }
 
 // The length of both codes. In North America the MNC has three digits.
@@ -182,7 +198,7 @@ void Redactor::index(const QString &value, const QString &made)
 {
     for (const QString &text : {value, made}) {
         for (qsizetype offset = 0; offset + kPiece <= text.size(); ++offset) {
-            const QString piece = text.mid(offset, kPiece).toUpper();
+            const QString piece = folded(text.mid(offset, kPiece));
             // A piece with fewer digits may be a part of any word.
             if (std::count_if(piece.begin(), piece.end(), isAsciiDigit) < 3)
                 continue;
@@ -192,20 +208,52 @@ void Redactor::index(const QString &value, const QString &made)
     }
 }
 
-// Finds the longest piece of a known value that begins at `position`.
-bool Redactor::piece(const QString &text, const QString &folded, qsizetype position, QString &made,
-                     qsizetype &length) const
+// The longest piece of a known value in a folded text.
+Redactor::Match Redactor::pieceAt(const QString &text, qsizetype position) const
 {
-    const auto found = m_pieces.constFind(folded.mid(position, kPiece));
+    const auto found = m_pieces.constFind(text.mid(position, kPiece));
     if (found == m_pieces.constEnd())
-        return false;
-    const QString value = found->value.toUpper();
-    length = kPiece;
+        return {};
+    const QString value = folded(found->value);
+    qsizetype length = kPiece;
     while (position + length < text.size() && found->offset + length < value.size()
-           && folded.at(position + length) == value.at(found->offset + length))
+           && text.at(position + length) == value.at(found->offset + length))
         ++length;
-    made = found->made.mid(found->offset, length);
-    return true;
+    return {length, found->made.mid(found->offset, length)};
+}
+
+// The longest of the known values that are there as a whole.
+Redactor::Match Redactor::valueAt(const QString &text, qsizetype position) const
+{
+    Match match;
+    for (auto value = m_words.begin(); value != m_words.end(); ++value) {
+        const QString &known = value.key();
+        const qsizetype end = position + known.size();
+        const bool ends = end >= text.size() || !isWord(text.at(end)) || !isWord(known.back());
+        if (known.size() > match.length && ends
+            && QStringView(text).mid(position).startsWith(known))
+            match = {known.size(), *value};
+    }
+    return match;
+}
+
+// A word of an answer. The card's own words are kept: names, small numbers, OK and ERROR.
+Redactor::Match Redactor::answerWordAt(const QString &text, qsizetype position) const
+{
+    static const QStringList words{QStringLiteral("OK"),      QStringLiteral("ERROR"),
+                                   QStringLiteral("COMMAND"), QStringLiteral("NOT"),
+                                   QStringLiteral("SUPPORT"), QStringLiteral("CME"),
+                                   QStringLiteral("CMS")};
+    constexpr qsizetype kSmallNumber = 3;
+    qsizetype end = position;
+    while (end < text.size() && text.at(end).isLetterOrNumber())
+        ++end;
+    const QString word = text.mid(position, end - position);
+    const bool isName = position > 0 && !word.isEmpty() && word.front().isLetter()
+        && QStringLiteral("+^*%$#").contains(text.at(position - 1));
+    const bool isSmall = word.size() <= kSmallNumber && isNumber(word);
+    const bool isKept = isName || isSmall || words.contains(word);
+    return {word.size(), isKept ? word : scrambled(word, 0)};
 }
 
 // Returns bytes that only this object can compute.
@@ -229,9 +277,10 @@ QString Redactor::scrambled(const QString &value, qsizetype kept) const
     });
     const unsigned letters = isHexadecimal ? 6 : 26;
     QString made;
-    // A number of which few digits are left may have no other form.
-    constexpr int kAttempts = 100;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    // A short number may have no other form, and in a long text five digits are the same by chance.
+    constexpr qsizetype kLongText = 200;
+    const int attempts = value.size() > kLongText ? 1 : 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
         const QByteArray bytes = stream(value, attempt);
         made = value;
         for (qsizetype at = kept; at < value.size(); ++at) {
@@ -256,10 +305,7 @@ QString Redactor::madeUp(Kind kind, const QString &value) const
     switch (kind) {
     case Kind::Imei: {
         const bool isLong = isNumber(value) && value.size() >= kImei - 1;
-        QString made = scrambled(value, !all && isLong ? kTypeOfImei : 0);
-        if (isImei(value))
-            made.back() = QChar(u'0' + checkDigit(made.chopped(1)));
-        return made;
+        return withCheckDigitOf(value, scrambled(value, !all && isLong ? kTypeOfImei : 0));
     }
     case Kind::Imsi:
         return scrambled(value, all ? 0 : mccAndMnc(value));
@@ -274,19 +320,13 @@ QString Redactor::madeUp(Kind kind, const QString &value) const
         return made.join(QLatin1Char('.'));
     }
     case Kind::Answer:
-        return answer(value);
+        return scanned(value, true);
     case Kind::Code:
     case Kind::Number:
     case Kind::Text:
         return scrambled(value, 0);
     }
     return {};
-}
-
-// Keeps the card's own words: the name before a colon, small numbers, OK and ERROR.
-QString Redactor::answer(const QString &text) const
-{
-    return scanned(text, true);
 }
 
 QString Redactor::redacted(const QString &name, const QString &value) const
@@ -340,54 +380,30 @@ QString Redactor::redacted(const QString &text) const
 QString Redactor::scanned(const QString &text, bool isAnswer) const
 {
     const QMutexLocker lock(&m_mutex);
-    const QString folded = text.toUpper();
+    const QString upper = folded(text);
     QString made;
-    QString part;
     for (qsizetype at = 0; at < text.size();) {
-        qsizetype length = 0;
-        const bool begins = at == 0 || !isWord(text.at(at - 1)) || !isWord(text.at(at));
-        if (begins) {
-            // Of several words that fit, the longest.
-            for (auto word = m_words.begin(); word != m_words.end(); ++word) {
-                const qsizetype end = at + word.key().size();
-                const bool ends = end >= text.size() || !isWord(text.at(end))
-                    || !isWord(word.key().back());
-                if (word.key().size() > length && ends
-                    && QStringView(text).mid(at).startsWith(word.key())) {
-                    length = word.key().size();
-                    part = *word;
-                }
-            }
-        }
-        if (length == 0 && !piece(text, folded, at, part, length))
-            part = form(text, at, length);
-        if (length == 0 && isAnswer && text.at(at).isLetterOrNumber()) {
-            while (at + length < text.size() && text.at(at + length).isLetterOrNumber())
-                ++length;
-            part = text.mid(at, length);
-            static const QStringList words{QStringLiteral("OK"),      QStringLiteral("ERROR"),
-                                           QStringLiteral("COMMAND"), QStringLiteral("NOT"),
-                                           QStringLiteral("SUPPORT"), QStringLiteral("CME"),
-                                           QStringLiteral("CMS")};
-            const bool isName = at > 0 && part.front().isLetter()
-                && QStringLiteral("+^*%$#").contains(text.at(at - 1));
-            constexpr qsizetype kSmallNumber = 3;
-            const bool isSmall = part.size() <= kSmallNumber && isNumber(part);
-            if (!isName && !isSmall && !words.contains(part))
-                part = scrambled(part, 0);
-        }
-        if (length == 0) {
-            part = text.at(at);
-            length = 1;
-        }
-        made += part;
-        at += length;
+        const QChar character = text.at(at);
+        const bool begins = at == 0 || !isWord(text.at(at - 1)) || !isWord(character);
+        const bool beginsNumber = begins
+            || (isAsciiDigit(character) && !isAsciiDigit(text.at(at - 1)));
+        Match match = begins ? valueAt(text, at) : Match{};
+        if (match.length == 0)
+            match = pieceAt(upper, at);
+        if (match.length == 0 && beginsNumber && !character.isSpace())
+            match = formAt(text, at);
+        if (match.length == 0 && isAnswer)
+            match = answerWordAt(text, at);
+        if (match.length == 0)
+            match = {1, character};
+        made += match.made;
+        at += match.length;
     }
     return made;
 }
 
-// Returns what replaces the text at `position` if that has the form of an identity, and its length.
-QString Redactor::form(const QString &text, qsizetype position, qsizetype &length) const
+// What has the form of an identity.
+Redactor::Match Redactor::formAt(const QString &text, qsizetype position) const
 {
     struct Form
     {
@@ -416,11 +432,9 @@ QString Redactor::form(const QString &text, qsizetype position, qsizetype &lengt
             QRegularExpression::AnchorAtOffsetMatchOption);
         if (!match.hasMatch())
             continue;
-        length = match.capturedLength(1);
         const QString value = match.captured(1);
-        if (value.size() == kImei && isNumber(value))
-            return madeUp(isImei(value) ? Kind::Imei : Kind::Imsi, value);
-        return madeUp(candidate.kind, value);
+        // Of an unknown number nothing is kept: the check digit of an IMSI may be right by chance.
+        return {value.size(), withCheckDigitOf(value, madeUp(candidate.kind, value))};
     }
     return {};
 }

@@ -40,13 +40,12 @@ public:
     QString redacted(const QString &name, const QString &value) const;
 
 private:
-    QByteArray stream(const QString &value, int attempt) const;
-    QString madeUp(Kind kind, const QString &value) const;
-    QString scrambled(const QString &value, qsizetype kept) const;
-    QString answer(const QString &text) const;
-    QString scanned(const QString &text, bool isAnswer) const;
-    QString form(const QString &text, qsizetype position, qsizetype &length) const;
-
+    // What is at a place of a text, and what replaces it. Nothing is there if the length is 0.
+    struct Match
+    {
+        qsizetype length = 0;
+        QString made;
+    };
     // Where a piece of a known value is in it.
     struct Piece
     {
@@ -54,9 +53,16 @@ private:
         QString made;
         qsizetype offset;
     };
+
+    QByteArray stream(const QString &value, int attempt) const;
+    QString scrambled(const QString &value, qsizetype kept) const;
+    QString madeUp(Kind kind, const QString &value) const;
     void index(const QString &value, const QString &made);
-    bool piece(const QString &text, const QString &folded, qsizetype position, QString &made,
-               qsizetype &length) const;
+    QString scanned(const QString &text, bool isAnswer) const;
+    Match valueAt(const QString &text, qsizetype position) const;
+    Match pieceAt(const QString &text, qsizetype position) const;
+    Match formAt(const QString &text, qsizetype position) const;
+    Match answerWordAt(const QString &text, qsizetype position) const;
 
     const Extent m_extent;
     const QByteArray m_key;

@@ -3,6 +3,7 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,4 +22,18 @@ inline bool openRegularFile(QFile &file)
         return true;
     ::close(descriptor);
     return false;
+}
+
+/// Writes all bytes to an open file, past its buffer. Returns false and leaves the reason in
+/// `errno` if that is not possible; QFile does not tell it if a part could be written.
+inline bool writeAll(const QFileDevice &file, QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t written = ::write(file.handle(), bytes.data(),
+                                        static_cast<std::size_t>(bytes.size()));
+        if (written < 0 && errno != EINTR)
+            return false;
+        bytes = bytes.sliced(written < 0 ? 0 : written);
+    }
+    return true;
 }

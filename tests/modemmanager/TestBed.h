@@ -2,6 +2,7 @@
 #pragma once
 
 #include "HostProcess.h"
+#include "ModemScript.h"
 #include "TestData.h"
 
 #include <QDBusArgument>
@@ -22,56 +23,31 @@
 const QString kService = "org.freedesktop.ModemManager1";
 const QString kPath = "/org/freedesktop/ModemManager1";
 
-/// A modem that answers AT commands as in modems.txt, on a local socket to which the daemon
-/// connects.
-class ScriptedModem : public QLocalServer
+/// A modem on a local socket, to which the daemon connects.
+class ScriptedModem : public QLocalServer, public ModemScript
 {
 public:
-    QHash<QString, QString> answers; ///< by command; "silence" stands for no answer
-    QByteArrayList journal;          ///< the received commands, and messages as hexadecimal PDUs
-
-    /// `kinds` are separated by blanks; the modem has the answers of each.
-    explicit ScriptedModem(const QString &kinds)
+    explicit ScriptedModem(const QString &kinds) : ModemScript(kinds)
     {
-        for (const TableRow &row : readTable("modems.txt")) {
-            if (kinds.split(' ').contains(row["kind"]))
-                answers[row["command"]] = row["answer"];
-        }
         connect(this, &QLocalServer::newConnection, this, [this] {
             // The daemon opens a port several times; only the last connection is used.
-            m_port = nextPendingConnection();
-            m_input.clear();
-            m_takesMessage = false;
-            connect(m_port, &QLocalSocket::readyRead, this, &ScriptedModem::read);
+            QLocalSocket *const port = nextPendingConnection();
+            reset();
+            m_port = port;
+            connect(port, &QLocalSocket::readyRead, this, [this, port] {
+                if (port != m_port)
+                    return;
+                feed(port->readAll());
+                while (const auto exchange = next())
+                    port->write(exchange->answer);
+            });
         });
     }
 
     void say(const QByteArray &line) { m_port->write("\r\n" + line + "\r\n"); }
 
 private:
-    void read()
-    {
-        if (sender() != m_port)
-            return;
-        m_input += m_port->readAll();
-        for (qsizetype end; (end = m_input.indexOf(m_takesMessage ? '\x1a' : '\r')) >= 0;) {
-            const QByteArray command = m_input.left(end).trimmed();
-            m_input.remove(0, end + 1);
-            if (command.isEmpty())
-                continue;
-            journal << command;
-            const bool isMessage = std::exchange(m_takesMessage, command.startsWith("AT+CMGS="));
-            const auto answer = answers.value(isMessage ? "message" : command, "ERROR").toUtf8();
-            if (m_takesMessage)
-                m_port->write("\r\n> ");
-            else if (answer != "silence")
-                say(answer == "OK" || answer.contains("ERROR") ? answer : answer + "\r\n\r\nOK");
-        }
-    }
-
     QPointer<QLocalSocket> m_port;
-    QByteArray m_input;
-    bool m_takesMessage = false;
 };
 
 /// Grants or denies every authorization request, in place of the system's authority.

@@ -6,6 +6,7 @@
 #include "TestBed.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -15,28 +16,11 @@ namespace {
 
 constexpr char kImei[] = "490154203237518";
 
-// The command with its log and a system root of its own.
-class Host : public HostProcess
+class Host : public CardHost
 {
 public:
-    Host(const QStringList &command, const QString &card = "modemmanager")
+    Host(const QStringList &command, const QString &card = "modemmanager") : CardHost(command, card)
     {
-        start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
-    }
-
-    QHash<QString, QString> values() { return values(readAllStandardError()); }
-    QHash<QString, QString> values(const QByteArray &log)
-    {
-        // These two values are only in the log.
-        static const QRegularExpression number("strMSISDN=+(.*)");
-        static const QRegularExpression lock("success  card state = (\\d+)");
-        QHash<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
-                                       {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
-        const QJsonObject report = json["values"].toObject();
-        for (const QString &key : report.keys())
-            values[key.section('/', 1)] = report[key].toString();
-        return values;
     }
 
     // The events that the plug-in received, sorted: two threads deliver them.
@@ -49,9 +33,6 @@ public:
         events.sort();
         return events;
     }
-
-private:
-    QTemporaryDir m_root;
 };
 
 } // namespace
@@ -64,7 +45,7 @@ private:
     TestBed m_bed;
     QTemporaryDir m_directory;
     const QList<TableRow> m_fields = readTable("modem-fields.txt");
-    QHash<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
+    QMap<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
 
 private Q_SLOTS:
     void cleanup()
@@ -96,9 +77,26 @@ private Q_SLOTS:
             auto seen = m_bed.witness(number);
             const QString card = "modemmanager"
                 + (number > 0 ? ":" + seen["modem.generic.equipment-identifier"] : QString());
-            Host host({"report", "--json"}, card);
+            Host host({"report", "--json", "--explain"}, card);
             QVERIFY(host.ends());
-            const auto values = host.values();
+            const QByteArray json = host.readAllStandardOutput();
+            const auto values = host.values(json, host.readAllStandardError());
+            for (const QJsonValue row : QJsonDocument::fromJson(json)["explanation"].toArray()) {
+                const QString state = row["state"].toString();
+                const QString value = row["value"].toString();
+                QVERIFY2(value.isEmpty() != (state == "ok"), qPrintable(row["field"].toString()));
+                QVERIFY2(state == "ok" || !row["advice"].toString().isEmpty(), qPrintable(state));
+            }
+
+            Host redacted({"report", "--xml", "--redact=all"}, card);
+            QVERIFY(redacted.ends());
+            const QByteArray shown = redacted.readAllStandardOutput()
+                + redacted.readAllStandardError();
+            for (const char *field : {"IMEI", "IMSI", "ESN", "MEID", "MSISDN",
+                                      "Command/Network/CellID", "Command/Network/PLMN"}) {
+                const QByteArray identity = values[field].toLatin1();
+                QVERIFY2(identity.isEmpty() || !shown.contains(identity), identity.constData());
+            }
 
             const QString file = m_directory.filePath("record.ini");
             HostProcess record({"record", file, "--card", card});
@@ -149,9 +147,12 @@ private Q_SLOTS:
         QCOMPARE(host.exitCode(), 1);
     }
 
+    // The life of the modem is recorded; the emulated card then lives through the same.
     void watchesModemAndDaemonComeAndGo()
     {
-        Host host({"watch", "--json"});
+        const QTemporaryDir directory;
+        const QString recording = directory.filePath("life.jsonl");
+        Host host({"watch", "--json", "--record", recording});
         QVERIFY(host.says({"the daemon does not run", "\"type\":\"report\""}));
         QVERIFY(m_bed.startDaemon(true));
         ScriptedModem *modem = m_bed.plug("gsm umts");
@@ -190,6 +191,8 @@ private Q_SLOTS:
         QCOMPARE(m_bed.witness(0)["modem.generic.state"], "disabled");
 
         QVERIFY(host.stop());
+        HostProcess replay({"replay", recording, "--speed", "max", "--check"});
+        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}) && replay.ends());
     }
 
     void completesReportWhenModemOrDaemonBreaksDown()

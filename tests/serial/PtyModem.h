@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "TestData.h"
+#include "ModemScript.h"
 
 #include <QFile>
-#include <QHash>
 #include <QTemporaryDir>
-#include <QtTest/QTest>
 
 #include <atomic>
 #include <fcntl.h>
@@ -17,26 +15,17 @@
 #include <unistd.h>
 #include <utility>
 
-/// A modem on a pseudo-terminal that answers AT commands as in modems.txt, on a thread of its own.
-/// Its port is a link that stays the same when the modem is unplugged and plugged in again.
+/// A modem on a pseudo-terminal, which answers on a thread of its own. Its port is a link that
+/// stays the same when the modem is unplugged and plugged in again.
 class PtyModem
 {
 public:
-    /// `kinds` are separated by blanks; the modem has the answers of each.
-    explicit PtyModem(const QString &kinds)
-    {
-        for (const TableRow &row : readTable("modems.txt")) {
-            if (kinds.split(' ').contains(row["kind"]))
-                m_answers[row["command"].toUtf8()] = row["answer"].toUtf8();
-        }
-        plug();
-    }
+    explicit PtyModem(const QString &kinds) : m_script(kinds) { plug(); }
     ~PtyModem() { unplug(); }
 
     QString port() const { return m_folder.filePath("port"); }
     QString card(const QString &options = {}) const { return "serial:" + port() + options; }
 
-    std::atomic<int> delayMs = 0;         ///< before each answer
     std::atomic<bool> hasEcho = false;    ///< until it is told ATE0
     std::atomic<bool> isInPieces = false; ///< writes single bytes
     std::atomic<bool> isSilent = false;   ///< answers nothing
@@ -68,19 +57,18 @@ public:
         ::close(m_master);
     }
 
-    /// `answer` is that of modems.txt; "silence" for none; "raw:" in front of bytes that are sent
-    /// as they are; "late:" in front of an answer that comes after 700 ms.
-    void setAnswer(const QByteArray &command, const QByteArray &answer)
+    /// In bytes that are sent as they are, "<250>" is a pause of 250 ms.
+    void setAnswer(const QString &command, const QString &answer)
     {
         const std::lock_guard lock(m_mutex);
-        m_answers[command] = answer;
+        m_script.answers[command] = answer;
     }
 
-    /// The commands that came since the last call, and messages in hexadecimal.
+    /// The journal since the last call.
     QByteArrayList takeJournal()
     {
         const std::lock_guard lock(m_mutex);
-        return std::exchange(m_journal, {});
+        return std::exchange(m_script.journal, {});
     }
 
     /// All commands that ever came.
@@ -108,8 +96,6 @@ public:
 private:
     void run()
     {
-        QByteArray input;
-        bool takesMessage = false;
         while (m_isPlugged) {
             pollfd port{m_master, POLLIN, 0};
             if (::poll(&port, 1, 20) <= 0)
@@ -117,67 +103,45 @@ private:
             char bytes[4096];
             const auto size = ::read(m_master, bytes, sizeof bytes);
             if (size > 0)
-                input.append(bytes, size);
-            for (qsizetype at = 0; at < input.size(); ++at) {
-                const bool isGivenUp = input[at] == '\x1b';
-                if (!isGivenUp && input[at] != (takesMessage ? '\x1a' : '\r'))
-                    continue;
-                const QByteArray text = isGivenUp ? "ESC" : input.left(at).trimmed();
-                input.remove(0, at + 1);
-                at = -1;
-                if (!text.isEmpty())
-                    takesMessage = answer(text, takesMessage) && !isGivenUp;
+                m_script.feed(QByteArray(bytes, size));
+            while (const auto exchange = next()) {
+                if (!isSilent)
+                    answer(*exchange);
             }
         }
     }
 
-    // Returns whether a message has to follow.
-    bool answer(const QByteArray &command, bool isMessage)
+    std::optional<ModemScript::Exchange> next()
     {
-        QByteArray answer;
-        {
-            const std::lock_guard lock(m_mutex);
-            m_journal << command;
-            m_all << command;
-            if (command == "ESC")
-                return false;
-            answer = m_answers.value(isMessage ? "message" : command, "ERROR");
-            if (isMessage)
-                answer = m_answers.value("message after " + QByteArray::number(++m_messages),
-                                         answer);
-        }
-        if (isSilent)
-            return false;
+        const std::lock_guard lock(m_mutex);
+        const auto exchange = m_script.next();
+        if (exchange)
+            m_all << exchange->command;
+        return exchange;
+    }
+
+    void answer(ModemScript::Exchange exchange)
+    {
         if (hasEcho)
-            send(command + "\r");
-        if (command == "ATE0" || command == "ATE1")
-            hasEcho = command == "ATE1";
-        QTest::qSleep(delayMs);
-        const bool asksForMessage = command.startsWith("AT+CMGS=") && !isMessage;
-        if (asksForMessage && !m_answers.contains("no prompt")) {
-            send("\r\n> ");
-            return true;
+            send(exchange.command + "\r");
+        if (exchange.command == "ATE0" || exchange.command == "ATE1")
+            hasEcho = exchange.command == "ATE1";
+        QByteArray &rest = exchange.answer;
+        for (qsizetype begin; (begin = rest.indexOf('<')) >= 0;) {
+            const qsizetype end = rest.indexOf('>', begin);
+            send(rest.left(begin));
+            const int pauseMs = rest.mid(begin + 1, end - begin - 1).toInt();
+            std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
+            rest.remove(0, end + 1);
         }
-        if (answer.startsWith("late:"))
-            QTest::qSleep(700);
-        if (answer.startsWith("late:"))
-            answer.remove(0, 5);
-        if (answer.startsWith("raw:"))
-            send(answer.mid(4));
-        else if (answer == "OK" || answer.contains("ERROR"))
-            say(answer);
-        else if (answer != "silence")
-            say(answer + "\r\n\r\nOK");
-        return false;
+        send(rest);
     }
 
     QTemporaryDir m_folder;
     std::mutex m_mutex;
     std::mutex m_writeMutex;
-    QHash<QByteArray, QByteArray> m_answers;
-    QByteArrayList m_journal;
+    ModemScript m_script;
     QByteArrayList m_all;
-    int m_messages = 0;
     std::atomic<bool> m_isPlugged = false;
     int m_master = -1;
     int m_slave = -1;

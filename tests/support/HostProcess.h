@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -63,3 +67,51 @@ public:
         return says({"{\"callbacks\":0,"}) && ends() && exitCode() == 0;
     }
 };
+
+/// A run of the command on a card, with its log and a system root of its own.
+class CardHost : public HostProcess
+{
+public:
+    CardHost(const QStringList &command, const QString &card)
+    {
+        start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
+    }
+
+    /// The values of a report in JSON, by their names below "Client".
+    QMap<QString, QString> values() { return values(readAllStandardError()); }
+    QMap<QString, QString> values(const QByteArray &log)
+    {
+        return values(readAllStandardOutput(), log);
+    }
+    QMap<QString, QString> values(const QByteArray &output, const QByteArray &log)
+    {
+        // These two values are only in the log.
+        static const QRegularExpression number("strMSISDN=+(.*)");
+        static const QRegularExpression lock("success  card state = (\\d+)");
+        QMap<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
+                                      {"SimLock", lock.match(QString(log)).captured(1)}};
+        const auto json = QJsonDocument::fromJson(output);
+        const QJsonObject report = json["values"].toObject();
+        for (const QString &key : report.keys())
+            values[key.section('/', 1)] = report[key].toString();
+        return values;
+    }
+
+private:
+    QTemporaryDir m_root;
+};
+
+/// Returns the number of JSON texts if the schema below `source` describes each of them.
+inline int validJsonTexts(const QByteArray &texts, const QString &source)
+{
+    Child validator;
+    validator.start(QStringLiteral("python3"),
+                    {source + QStringLiteral("tests/validate_json.py"),
+                     source + QStringLiteral("docs/kestrun.schema.json")});
+    validator.write(texts);
+    validator.closeWriteChannel();
+    validator.waitForFinished();
+    if (validator.exitCode() != 0)
+        qWarning().noquote() << validator.readAllStandardError();
+    return validator.readAllStandardOutput().toInt();
+}

@@ -19,9 +19,6 @@ constexpr char kEndOfMessage = '\x1a';
 constexpr milliseconds kProbeTime{1'000};
 constexpr int kProbes = 3;
 
-// How long the answer that belongs to a stray OK may take.
-constexpr milliseconds kStrayTime{100};
-
 // How long the answer to a command before may come behind that to "AT", at least.
 constexpr milliseconds kSettleTime{300};
 
@@ -63,6 +60,7 @@ bool AtChannel::connectToCard()
     m_reader.dropPartial();
     m_hasEcho = false;
     m_isMessageLine = false;
+    m_isInStep = false;
     // Ends a message that another program began. At most one probe is lost to an unfinished line.
     m_port.write(kEscape, m_timeout);
     const QScopedValueRollback busy(m_isBusy, true);
@@ -112,17 +110,47 @@ AtAnswer AtChannel::exchange(const Request &request)
     if (m_isBusy || !m_port.isThere())
         return {};
     readUnsolicited();
-    m_reader.dropPartial();
     const QScopedValueRollback busy(m_isBusy, true);
+    // Behind a prompt that comes too late the card takes a command for a part of the message.
+    if (m_reader.isAtPrompt() && !resynchronize())
+        return {};
     AtAnswer answer = await(request);
+    if (isDoubtful(request, answer))
+        answer = verify(request, answer);
+    else
+        m_isInStep = request.wantsLines;
     if (answer.result == AtResult::TimeOut && !resynchronize())
         answer.result = AtResult::Unusable;
     return answer;
 }
 
+// Whether the result may be a second one of the command before.
+bool AtChannel::isDoubtful(const Request &request, const AtAnswer &answer) const
+{
+    if (!request.wantsLines)
+        return false;
+    return (answer.isOk() && answer.lines.empty())
+        || (answer.result == AtResult::Error && !m_isInStep);
+}
+
+// Finds out whether a doubtful result is that of the request: "AT" is then answered next, and
+// otherwise behind the request. Returns the request's own answer.
+AtAnswer AtChannel::verify(const Request &request, const AtAnswer &doubtful)
+{
+    Request probe{"AT\r", std::min(request.timeout, kProbeTime)};
+    probe.command = request.command;
+    AtAnswer next = await(probe);
+    m_isInStep = true;
+    if (next.isOk() && next.lines.empty())
+        return doubtful;
+    if (next.result != AtResult::TimeOut && !resynchronize())
+        next.result = AtResult::Unusable;
+    return next;
+}
+
 AtAnswer AtChannel::await(const Request &request)
 {
-    QDeadlineTimer deadline(request.timeout);
+    const QDeadlineTimer deadline(request.timeout);
     AtAnswer answer;
     if (!m_port.write(request.bytes, request.timeout)) {
         answer.result = m_port.isThere() ? AtResult::TimeOut : AtResult::Unusable;
@@ -134,31 +162,23 @@ AtAnswer AtChannel::await(const Request &request)
         while (const auto line = m_reader.next()) {
             if (!take(request, *line, answer))
                 continue;
-            // An OK without the line that belongs to it may be the second one of the command
-            // before: the answer then follows.
-            const bool isStray = answer.isOk() && answer.lines.empty() && request.wantsLines
-                && remaining(deadline) > kStrayTime;
-            if (!isStray)
+            // The card asks for the message before it says OK: this one is of the command before.
+            if (!isPromptPending || !answer.isOk())
                 return answer;
-            deadline.setRemainingTime(kStrayTime);
+            answer = {};
         }
         if (!answerPrompt(request, isPromptPending))
             break;
-        if (isPromptPending && promptDeadline.hasExpired()) {
-            m_port.write(kEscape, m_timeout);
-            break;
-        }
         const QDeadlineTimer &next = isPromptPending ? promptDeadline : deadline;
         if (!m_port.waitForData(remaining(next)) && (next.hasExpired() || !m_port.isThere()))
             break;
         fetch();
-        if (deadline.hasExpired())
+        if (next.hasExpired())
             break;
     }
-    if (!m_port.isThere())
-        answer.result = AtResult::Unusable;
-    else if (!answer.isOk())
-        answer.result = AtResult::TimeOut;
+    if (isPromptPending)
+        m_port.write(kEscape, m_timeout);
+    answer.result = m_port.isThere() ? AtResult::TimeOut : AtResult::Unusable;
     return answer;
 }
 
@@ -206,7 +226,10 @@ bool AtChannel::answerPrompt(const Request &request, bool &isPending)
 // be taken for that of the next command. Cards answer in order, so it comes before that of "AT".
 bool AtChannel::resynchronize()
 {
-    m_reader.dropPartial();
+    if (m_reader.isAtPrompt()) {
+        m_reader.dropPartial();
+        m_port.write(kEscape, m_timeout);
+    }
     if (!m_port.write("\rAT\r", m_timeout))
         return false;
     int results = 0;
@@ -222,12 +245,14 @@ bool AtChannel::resynchronize()
                 deadline.setRemainingTime(std::clamp(m_timeout / 3, kSettleTime, kProbeTime));
         }
     }
+    m_isInStep = true;
     return results > 0 && m_port.isThere();
 }
 
 bool AtChannel::isEcho(const std::string &line, const std::string &command)
 {
-    if (command.empty() || !line.ends_with(command) || !command.starts_with("AT"))
+    const bool isCommand = command.starts_with("AT") && line.ends_with(command);
+    if (!isCommand && line != "AT")
         return false;
     m_hasEcho = true;
     return true;

@@ -29,7 +29,7 @@ struct AtAnswer
 /// The AT commands on a port: one at a time, each with its own answer.
 ///
 /// Lives on the port's thread and does not own the port. Every function returns within the time of
-/// its command, plus at most two seconds after a command that was not answered. Lines that belong
+/// its command, plus at most three seconds after a command that was not answered. Lines that belong
 /// to no command go to the sink; it must not use the channel.
 class AtChannel
 {
@@ -70,6 +70,8 @@ private:
     struct Request;
     AtAnswer exchange(const Request &request);
     AtAnswer await(const Request &request);
+    bool isDoubtful(const Request &request, const AtAnswer &answer) const;
+    AtAnswer verify(const Request &request, const AtAnswer &doubtful);
     bool take(const Request &request, const std::string &line, AtAnswer &answer);
     bool answerPrompt(const Request &request, bool &isPending);
     bool resynchronize();
@@ -81,6 +83,7 @@ private:
     const LineSink m_unsolicited;
     LineReader m_reader;
     bool m_isMessageLine = false; // the next line is part of an unsolicited message
+    bool m_isInStep = false;      // the last result is surely that of the last command
     bool m_isBusy = false;
     bool m_hasEcho = false;
 };

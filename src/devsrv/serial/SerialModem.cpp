@@ -84,12 +84,13 @@ SerialModem::SerialModem(SerialSettings settings, EventSink raise)
     connect(&m_changeTimer, &QTimer::timeout, this, &SerialModem::tellChanges);
     connect(&m_retryTimer, &QTimer::timeout, this, &SerialModem::tryAgain);
     connect(&m_port, &Port::dataArrived, this, [this] {
-        if (!m_channel.isBusy())
+        if (m_port.isThere() && !m_channel.isBusy())
             m_channel.readUnsolicited();
     });
     // Queued: the port may notice its end in the middle of a command.
     connect(
         &m_port, &Port::gone, this, [this] { lose(true); }, Qt::QueuedConnection);
+    forgetCard();
 }
 
 QString SerialModem::start()
@@ -124,20 +125,8 @@ void SerialModem::begin()
 
 void SerialModem::stop()
 {
-    QStringList commands;
-    const auto restore = [&](const char *command, const std::optional<int> &mode) {
-        if (mode)
-            commands.append(QLatin1String(command) + QString::number(*mode));
-    };
-    for (const Source &source : m_sources)
-        restore(("AT" + source.name + '=').c_str(), source.foundMode);
-    restore("AT+COPS=3,", m_foundFormat);
-    restore("AT+CMGF=", m_foundMessageMode);
-    restore("AT+CMEE=", m_foundErrorMode);
-    if (m_channel.hasEcho())
-        commands.append(QStringLiteral("ATE1"));
-    for (const QString &command : commands) {
-        if (!m_isReady || set(command.toStdString()).result == AtResult::TimeOut)
+    for (const auto &[command, mode] : m_found) {
+        if (set(command + std::to_string(mode)).result == AtResult::TimeOut)
             break;
     }
     m_isReady = false;
@@ -146,8 +135,20 @@ void SerialModem::stop()
 
 // ---- Commands ----------------------------------------------------------------------------------
 
+AtAnswer SerialModem::ask(const std::string &command)
+{
+    return m_isReady ? checked(m_channel.ask(command)) : AtAnswer();
+}
+
+AtAnswer SerialModem::set(const std::string &command)
+{
+    return m_isReady ? checked(m_channel.set(command)) : AtAnswer();
+}
+
 AtAnswer SerialModem::checked(AtAnswer answer)
 {
+    // Lines that came with the answer wait in the channel until more arrives.
+    QMetaObject::invokeMethod(&m_port, &Port::dataArrived, Qt::QueuedConnection);
     m_silences = answer.result == AtResult::TimeOut ? m_silences + 1 : 0;
     if (m_isReady && (answer.result == AtResult::Unusable || m_silences == kMaxSilences))
         lose(!m_port.isThere());
@@ -160,8 +161,6 @@ AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
     const auto found = m_kept.find(command);
     if (found != m_kept.end() && !found->second.end.hasExpired())
         return found->second.answer;
-    if (!m_isReady)
-        return {};
     AtAnswer answer = ask(command);
     if (answer.result == AtResult::TimeOut)
         m_kept.insert_or_assign(command, Kept{answer, lifetime, QDeadlineTimer(kSilenceTime)});
@@ -202,26 +201,31 @@ void SerialModem::prepare()
 {
     m_isReady = true;
     m_silences = 0;
-    m_kept.clear();
-    m_sim = {};
-    m_foundErrorMode = m_foundFormat = m_foundMessageMode = std::nullopt;
-    for (std::size_t index = 0; index < kSources; ++index)
-        m_sources[index] = {kSourceNames[index], {}, {}, {}, {}};
-
     set("ATE0");
+    // After a silence the modes are those that were set here before it: the first ones are kept.
+    if (m_channel.hasEcho())
+        m_found.emplace("ATE", 1);
     set("ATV1");
-    m_foundErrorMode = firstNumber(ask("AT+CMEE?").lines);
+    if (const auto mode = firstNumber(ask("AT+CMEE?").lines))
+        m_found.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
         set(m_settings.initial);
     readSim();
-    const bool isSwitchedOn = switchOn();
-    for (Source &source : m_sources)
-        startReports(source);
-    if (isSwitchedOn)
+    if (switchOn())
         waitForNetwork();
-    readReported();
+    for (Source &source : m_sources)
+        registrationOf(source);
     m_told = facts();
+}
+
+// Forgets what can be another's when a card answers again.
+void SerialModem::forgetCard()
+{
+    m_kept.clear();
+    m_sim = {};
+    for (std::size_t index = 0; index < kSources; ++index)
+        m_sources[index] = {kSourceNames[index], {}, {}, {}, {}};
 }
 
 void SerialModem::readSim()
@@ -231,15 +235,23 @@ void SerialModem::readSim()
         return;
     Lines lines = answer.lines;
     lines.push_back(answer.finalLine);
-    for (const std::string &line : lines) {
-        if (const auto sim = simState(line)) {
-            if (m_sim != *sim)
-                forget(Lifetime::Sim);
-            m_sim = *sim;
-            return;
-        }
+    std::optional<SimState> sim;
+    for (std::size_t index = 0; index < lines.size() && !sim; ++index)
+        sim = simState(lines[index]);
+    noteSim(sim.value_or(SimState()));
+}
+
+// Another SIM, or the same one without its lock, makes the card answer what it refused.
+void SerialModem::noteSim(const SimState &sim)
+{
+    if (sim == std::exchange(m_sim, sim))
+        return;
+    forget(Lifetime::Sim);
+    forget(Lifetime::Network);
+    for (Source &source : m_sources) {
+        source.isRefused = false;
+        source.isTried = source.isReporting;
     }
-    m_sim = {};
 }
 
 bool SerialModem::isSimUsable() const
@@ -264,26 +276,21 @@ bool SerialModem::switchOn()
     return checked(m_channel.set("AT+CFUN=1", kSwitchTime)).isOk();
 }
 
-void SerialModem::startReports(Source &source)
+// Makes the card report changes from now on, if it does not. Returns whether it had to be told.
+bool SerialModem::startReports(Source &source, int mode)
 {
-    const AtAnswer answer = once("AT" + source.name + '?', Lifetime::None);
-    source.isRefused = answer.result == AtResult::Error && !isPassing(answer);
-    std::optional<RegistrationLine> found;
-    for (const std::string &line : answer.lines) {
-        const auto registration = registrationLine(line, true);
-        if (registration && registration->reportMode)
-            found = registration;
-    }
-    if (source.isRefused || !found)
-        return;
-    if (found->reportMode >= kReportsLocation) {
-        source.isReporting = true;
-        found->reportMode.reset();
-        source.current = found;
-    } else if (set("AT" + source.name + '=' + std::to_string(kReportsLocation)).isOk()) {
-        source.isReporting = true;
-        source.foundMode = found->reportMode;
-    }
+    if (std::exchange(source.isTried, true))
+        return false;
+    source.isReporting = mode >= kReportsLocation;
+    if (source.isReporting)
+        return false;
+    const std::string command = "AT" + source.name + '=';
+    const AtAnswer answer = set(command + std::to_string(kReportsLocation));
+    source.isReporting = answer.isOk();
+    source.isTried = !isPassing(answer);
+    if (source.isReporting)
+        m_found.emplace(command, mode);
+    return source.isReporting;
 }
 
 // Gives a radio that was switched on the time to find its SIM and its network.
@@ -304,11 +311,13 @@ void SerialModem::waitForNetwork()
 
 void SerialModem::lose(bool isRemoved)
 {
-    if (isRemoved)
+    if (isRemoved) {
         m_port.close();
+        m_found.clear();
+    }
     if (!std::exchange(m_isReady, false))
         return;
-    m_kept.clear();
+    forgetCard();
     m_changeTimer.stop();
     m_warnings.warn(isRemoved ? QStringLiteral("the port %1 is gone").arg(m_path)
                               : QStringLiteral("the card on %1 does not answer").arg(m_path));
@@ -344,13 +353,13 @@ void SerialModem::announce()
 // Called in the middle of a command, too: only takes note.
 void SerialModem::noteLine(const std::string &line)
 {
+    if (!m_isReady)
+        return;
     if (nameOf(line) == "+CPIN") {
         const auto sim = simState(line);
         if (!sim || *sim == m_sim)
             return;
-        m_sim = *sim;
-        forget(Lifetime::Sim);
-        forget(Lifetime::Network);
+        noteSim(*sim);
         noteChange();
         return;
     }
@@ -391,11 +400,11 @@ void SerialModem::tellChanges()
         post({DEVSRV_EVENT_NETWORK_CHANGED});
 }
 
-// Asks for what the card reports from then on, where it is not known.
+// Asks for what the card reports, or may report from now on, where it is not known.
 void SerialModem::readReported()
 {
     for (Source &source : m_sources) {
-        if (source.isReporting && isSimUsable())
+        if (isSimUsable() && (source.isReporting || !source.isTried))
             registrationOf(source);
     }
 }
@@ -547,13 +556,17 @@ std::optional<RegistrationLine> SerialModem::registrationOf(Source &source)
     source.isRefused = answer.result == AtResult::Error && !isPassing(answer);
     source.current.reset();
     for (const std::string &line : answer.lines) {
-        auto registration = registrationLine(line, true);
-        if (!registration)
-            continue;
-        registration->reportMode.reset();
-        source.current = registration;
+        if (auto registration = registrationLine(line, true))
+            source.current = registration;
     }
-    return source.current;
+    if (!source.current)
+        return std::nullopt;
+    const auto mode = std::exchange(source.current->reportMode, std::nullopt);
+    // A card that starts to report now tells the location, too.
+    if (!mode || !startReports(source, *mode))
+        return source.current;
+    source.current.reset();
+    return registrationOf(source);
 }
 
 // The registration of the packet-switched domain: the first that has a place.
@@ -588,6 +601,17 @@ bool SerialModem::isReporting() const
                        [](const Source &source) { return source.isReporting; });
 }
 
+std::optional<Operator> SerialModem::askOperator()
+{
+    // The card tells of a new registration, which comes with a new operator.
+    auto found = operatorOf(
+        once(kAskOperator, isReporting() ? Lifetime::Network : Lifetime::None).lines);
+    // A name is not what callers want, and without a format the card knows no operator yet.
+    if (found && found->format != kDigitsFormat)
+        m_kept.erase(kAskOperator);
+    return found;
+}
+
 std::optional<Operator> SerialModem::currentOperator()
 {
     if (!isSimUsable())
@@ -596,16 +620,11 @@ std::optional<Operator> SerialModem::currentOperator()
     const auto place = bestRegistration();
     if (place && !isRegistered(place->state))
         return std::nullopt;
-    // The card tells of a new registration, which comes with a new operator.
-    const Lifetime lifetime = isReporting() ? Lifetime::Network : Lifetime::None;
-    auto found = operatorOf(once(kAskOperator, lifetime).lines);
+    auto found = askOperator();
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
-    m_foundFormat = m_foundFormat.value_or(*found->format);
-    if (!set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk())
-        return found;
-    m_kept.erase(kAskOperator);
-    return operatorOf(once(kAskOperator, lifetime).lines);
+    m_found.emplace("AT+COPS=3,", *found->format);
+    return set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk() ? askOperator() : found;
 }
 
 std::optional<std::string> SerialModem::plmn()
@@ -646,7 +665,7 @@ bool SerialModem::sendSms(const SmsMessage &message)
     if (!error.empty())
         return fail(error);
     if (firstNumber(once("AT+CMGF?", Lifetime::Card).lines) == kTextMode)
-        m_foundMessageMode = kTextMode;
+        m_found.emplace("AT+CMGF=", kTextMode);
     if (!m_isReady || !set("AT+CMGF=0").isOk())
         return fail("the card does not take messages as PDUs");
     for (const Tpdu &part : parts) {

@@ -85,9 +85,9 @@ private:
     struct Source
     {
         std::string name;
-        std::optional<int> foundMode; // of reporting, if it had to be changed
-        bool isRefused = false;       // the card does not know the command
-        bool isReporting = false;     // the card tells of changes
+        bool isRefused = false;   // the card does not know the command
+        bool isTried = false;     // the card was told to report changes, or does so
+        bool isReporting = false; // the card reports changes
         std::optional<RegistrationLine> current;
     };
     static constexpr std::size_t kSources = 4;
@@ -102,8 +102,8 @@ private:
     using Reader = std::optional<std::string> (*)(const Lines &);
 
     AtAnswer checked(AtAnswer answer);
-    AtAnswer ask(const std::string &command) { return checked(m_channel.ask(command)); }
-    AtAnswer set(const std::string &command) { return checked(m_channel.set(command)); }
+    AtAnswer ask(const std::string &command);
+    AtAnswer set(const std::string &command);
     AtAnswer once(const std::string &command, Lifetime lifetime);
     void forget(Lifetime lifetime);
     std::optional<std::string> text(const char *field, Lifetime lifetime, Reader read,
@@ -111,13 +111,16 @@ private:
 
     bool openPort(QString &error);
     void prepare();
+    void forgetCard();
     void readSim();
+    void noteSim(const SimState &sim);
     bool isSimUsable() const;
     bool switchOn();
-    void startReports(Source &source);
+    bool startReports(Source &source, int mode);
     void waitForNetwork();
     std::optional<RegistrationLine> registrationOf(Source &source);
     std::optional<RegistrationLine> bestRegistration();
+    std::optional<Operator> askOperator();
     std::optional<Operator> currentOperator();
     bool isReporting() const;
 
@@ -147,10 +150,8 @@ private:
     std::array<Source, kSources> m_sources;
     SimState m_sim;
     Facts m_told;
-    std::optional<int> m_foundErrorMode;
-    std::optional<int> m_foundFormat;
-    std::optional<int> m_foundMessageMode;
-    std::uint8_t m_reference = 0; // of the messages in parts
+    std::map<std::string, int> m_found; // modes that were changed, by the commands that set them
+    std::uint8_t m_reference = 0;       // of the messages in parts
     std::vector<std::int32_t> m_posted;
     bool m_raises = false;
 };

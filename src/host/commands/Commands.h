@@ -6,6 +6,7 @@
 /// The functions of the commands. Each throws Failure.
 ExitStatus runReport(const CommandLine &line);
 ExitStatus runWatch(const CommandLine &line);
+ExitStatus runReplay(const CommandLine &line);
 ExitStatus runRecord(const CommandLine &line);
 ExitStatus runSms(const CommandLine &line);
 ExitStatus runNotify(const CommandLine &line);

@@ -54,12 +54,21 @@ private:
 
 void inspectExports(Findings &findings, const LibraryFacts &facts)
 {
-    for (const char *symbol :
-         {"qt_plugin_instance", "qt_plugin_query_metadata_v2", "qt_plugin_query_verification_data",
-          "KestrunGetHostTable", "KestrunSetSystemRoot"}) {
+    for (const char *symbol : {"qt_plugin_instance", "qt_plugin_query_metadata_v2",
+                               "qt_plugin_query_verification_data"}) {
         const bool there = facts.exports.contains(QLatin1String(symbol));
         findings.add(QStringLiteral("export"), there,
                      QLatin1String(symbol) + (there ? QString() : QStringLiteral(" is missing")));
+    }
+    for (const auto &[symbol, loss] : {std::pair("KestrunGetHostTable", "report, watch, sms"),
+                                       std::pair("KestrunSetSystemRoot", "--root")}) {
+        if (facts.exports.contains(QLatin1String(symbol))) {
+            findings.add(QStringLiteral("export"), true, QLatin1String(symbol));
+        } else {
+            findings.addUnknown(QStringLiteral("export"),
+                                QStringLiteral("%1 is missing; kestrun needs it for %2")
+                                    .arg(QLatin1String(symbol), QLatin1String(loss)));
+        }
     }
     const qsizetype controller = facts.exports.filter(QStringLiteral("CCollectionDataLogic"))
                                      .size();

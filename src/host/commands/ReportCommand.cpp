@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Explanation.h"
 #include "Json.h"
+#include "Metrics.h"
 #include "Output.h"
 #include "Report.h"
 #include "Suggestion.h"
@@ -70,11 +71,31 @@ QString toText(const QList<Explanation> &rows)
 
 void requireOneForm(const CommandLine &line)
 {
-    if (line.has("xml") + line.has("json") + line.has("field") > 1)
-        failUsage(QStringLiteral("--xml, --json and --field exclude each other; choose one"));
-    if (line.has("explain") && (line.has("xml") || line.has("field")))
-        failUsage(QStringLiteral("--explain goes with --json or with neither; leave out --xml and "
-                                 "--field"));
+    if (line.has("xml") + line.has("json") + line.has("field") + line.has("metrics") > 1) {
+        failUsage(QStringLiteral("--xml, --json, --field and --metrics exclude each other; choose "
+                                 "one"));
+    }
+    if (line.has("explain") && (line.has("xml") || line.has("field") || line.has("metrics"))) {
+        failUsage(QStringLiteral("--explain goes with --json or with neither; leave out --xml, "
+                                 "--field and --metrics"));
+    }
+}
+
+ExitStatus reportMetrics(const CommandLine &line)
+{
+    Metrics metrics(line.value("metrics-labels"));
+    CommandLineDashboard dashboard(line.hostOptions());
+    {
+        EventObserver observer(dashboard);
+        QObject::connect(&observer, &EventObserver::handled, &observer,
+                         [&](const HandledEvent &event) { metrics.add(event); });
+        observer.observe([&] { dashboard.init(); });
+    }
+    dashboard.shutDown();
+    print(QString::fromUtf8(metrics.text()));
+    if (metrics.reports == 0)
+        failRun(QStringLiteral("no report was written: ") + whyNotWritten(dashboard.reportFile()));
+    return ExitStatus::Done;
 }
 
 } // namespace
@@ -82,6 +103,8 @@ void requireOneForm(const CommandLine &line)
 ExitStatus runReport(const CommandLine &line)
 {
     requireOneForm(line);
+    if (line.has("metrics"))
+        return reportMetrics(line);
     const QString field = line.value("field");
     const bool explained = line.has("explain");
     HostOptions options = line.hostOptions();

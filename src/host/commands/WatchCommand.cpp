@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLineDashboard.h"
 #include "Commands.h"
+#include "MetricsFile.h"
+#include "Recording.h"
+#include "ServiceManager.h"
 #include "StopSignals.h"
 #include "Watcher.h"
 
 #include <QCoreApplication>
 
 #include <csignal>
+#include <optional>
 
 ExitStatus runWatch(const CommandLine &line)
 {
@@ -15,13 +19,49 @@ ExitStatus runWatch(const CommandLine &line)
     StopSignals stop;
     QObject::connect(&stop, &StopSignals::stopped, QCoreApplication::instance(),
                      &QCoreApplication::quit);
+    ServiceManager serviceManager;
+    // Before the dashboard, which changes the working directory.
+    std::optional<RecordingWriter> recording;
+    if (line.has("record"))
+        recording.emplace(line.value("record"));
+    std::optional<MetricsFile> metrics;
+    if (line.has("metrics"))
+        metrics.emplace(line.value("metrics"), line.value("metrics-labels"));
+
     CommandLineDashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard, line.has("json") ? Watcher::Form::Json : Watcher::Form::Text);
-    dashboard.init();
+    std::optional<EventObserver> observer;
+    if (recording || metrics) {
+        observer.emplace(dashboard);
+        QObject::connect(&*observer, &EventObserver::handled, &watcher,
+                         [&](const HandledEvent &event) {
+                             if (recording)
+                                 recording->add(event);
+                             if (metrics)
+                                 metrics->add(event);
+                         });
+        if (recording)
+            recording->begin(dashboard.deviceService().source());
+        observer->observe([&] { dashboard.init(); });
+    } else {
+        dashboard.init();
+    }
+    if (metrics)
+        metrics->start(dashboard.deviceService());
     watcher.start();
+    serviceManager.ready();
     QCoreApplication::exec();
+    serviceManager.stopping();
+
+    observer.reset();
+    // Those of other threads that the event loop has not delivered.
+    QCoreApplication::sendPostedEvents(&watcher);
+    if (recording)
+        recording->end();
     dashboard.shutDown();
     const DeviceServiceControl *const control = dashboard.deviceService().control();
     watcher.tellEnd(control ? control->callbackCount() : 0);
-    return ExitStatus::Done;
+    const bool written = (!recording || recording->isComplete())
+        && (!metrics || metrics->isCurrent());
+    return written ? ExitStatus::Done : ExitStatus::NotDone;
 }

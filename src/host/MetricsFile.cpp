@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "MetricsFile.h"
+
+#include "Failure.h"
+#include "Output.h"
+#include "RegularFile.h"
+
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+MetricsFile::MetricsFile(const QString &file, const QString &labels)
+    : m_file(QFileInfo(file).absoluteFilePath()), m_metrics(labels)
+{
+    m_timer.setInterval(60s);
+}
+
+void MetricsFile::add(const HandledEvent &event)
+{
+    m_metrics.add(event);
+    if (m_timer.isActive())
+        write();
+}
+
+void MetricsFile::start(const DeviceServiceLibrary &service)
+{
+    m_error = replaceFile();
+    if (!isCurrent())
+        failRun(m_error);
+    QObject::connect(&m_timer, &QTimer::timeout, [this, &service] {
+        // A card maker's library may raise no events.
+        m_metrics.card = askCard(service).fields;
+        write();
+    });
+    m_timer.start();
+}
+
+void MetricsFile::write()
+{
+    const bool wasCurrent = isCurrent();
+    m_error = replaceFile();
+    if (wasCurrent && !isCurrent())
+        printError(QStringLiteral("kestrun: ") + m_error);
+}
+
+// Returns one sentence with the reason if the file could not be replaced; the old one stays then.
+QString MetricsFile::replaceFile() const
+{
+    const auto notReplaced = [this](const QString &reason) {
+        return QStringLiteral("the metrics cannot be written to %1: %2; make room, grant the "
+                              "right, or choose another place with --metrics FILE")
+            .arg(m_file, reason);
+    };
+    const QFileInfo info(m_file);
+    if (info.exists() && !info.isFile())
+        return notReplaced(QStringLiteral("it is not a regular file"));
+    QSaveFile file(m_file);
+    if (!file.open(QIODevice::WriteOnly))
+        return notReplaced(file.errorString());
+    if (!writeAll(file, m_metrics.text()))
+        return notReplaced(qt_error_string());
+    return file.commit() ? QString() : notReplaced(file.errorString());
+}

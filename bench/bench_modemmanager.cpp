@@ -66,7 +66,7 @@ double reportMs()
 // A program from its start to its end.
 double programMs(const QString &program, const QStringList &arguments)
 {
-    return best(20, [&] {
+    return best(100, [&] {
         Child child;
         QEventLoop loop;
         QObject::connect(&child, &QProcess::finished, &loop, [&] { loop.quit(); });

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "HostProcess.h"
+#include "Schema.h"
 #include "TestData.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStandardPaths>
@@ -119,7 +121,7 @@ private Q_SLOTS:
         QVERIFY(table.error.contains("=========strIMEI===========490154203237518\n"));
 
         const QByteArray file = readFile(reportFile("root"));
-        QVERIFY(!file.isEmpty());
+        QVERIFY(isValidReport(file));
         QCOMPARE(report({"--xml"}).output, file);
         const QByteArray json = report({"--json"}).output;
         QCOMPARE(validJsonTexts(json, SOURCE), 1);
@@ -136,6 +138,36 @@ private Q_SLOTS:
         const Run run = kestrun(arguments);
         QVERIFY2(run.output.contains("LatestSimLockState 1 \u2192 0"), run.output.constData());
         QVERIFY(kestrun(arguments).output.contains("LatestSimLockState 0, unchanged"));
+    }
+
+    // A command that fails leaves the file of an earlier one.
+    void writesOutputFile()
+    {
+        const QString file = path("output");
+        QCOMPARE(report({"--xml", "--output", file}).status, 0);
+        QCOMPARE(readFile(file), readFile(reportFile("root")));
+        QCOMPARE(report({"--output", file, "--card", "no-such-card"}).status, 1);
+        QCOMPARE(readFile(file), readFile(reportFile("root")));
+        QCOMPARE(report({"--field", "Client/IMEI", "--output", file}).status, 0);
+        QCOMPARE(readFile(file), QByteArray("490154203237518\n"));
+    }
+
+    // One line for each way in which a library breaks a rule.
+    void findsWhatDeviceServicesDoWrong()
+    {
+        QStringList lines;
+        for (const QString library : {"faulty", "cutsanswers", "losesanswers"}) {
+            const Run run = kestrun({"check", "--json", "--sdk", BROKEN + library + ".so"});
+            QCOMPARE(run.status, 1);
+            QCOMPARE(validJsonTexts(run.output, SOURCE), 1);
+            const QJsonArray checks = QJsonDocument::fromJson(run.output)["checks"].toArray();
+            for (const QJsonValue check : checks) {
+                if (check[u"result"] == "failed")
+                    lines << check[u"name"].toString() + ": " + check[u"detail"].toString();
+            }
+        }
+        lines.removeDuplicates();
+        compareWithGolden("faulty-services.txt", lines);
     }
 
     void endsWatchWhenReaderIsGone()

@@ -41,7 +41,7 @@ std::optional<QByteArray> updatedConfig(const QByteArray &xml, const QString &si
         qWarning("Config.xml has %s and is left as it is; its lock state is not updated", limit);
         return std::nullopt;
     }
-    parsed = config.setContent(xml);
+    parsed = static_cast<bool>(config.setContent(xml));
     // The document has the nodes that precede the error.
     if (!parsed)
         return QByteArray();

@@ -55,6 +55,10 @@ constexpr Option kInspectOptions[] = {
     {"report", "FILE", "Show whether a report has the right form instead."},
 };
 
+constexpr Option kCheckOptions[] = {
+    {"json", nullptr, "Print a JSON object."},
+};
+
 constexpr Option kCardsOptions[] = {
     {"fields", nullptr, "List the fields of a card file and of a modem file instead."},
     {"ports", nullptr, "List the serial ports instead, and on which a card answers."},
@@ -126,6 +130,14 @@ constexpr Command kCommands[] = {
      kInspectOptions,
      {"[FILE]", "The plug-in; without it, that of this installation.", 0, 1},
      runInspect},
+    {"check",
+     "try whether a device service keeps to its rules",
+     "Tries a device service with a list of rules: bounds and forms of texts, callbacks, threads, "
+     "messages. Each rule is tried in a child process; no message is sent.",
+     SharedOptions::Sdk,
+     kCheckOptions,
+     {},
+     runCheck},
     {"help",
      "show the options of a command, or this list",
      "Shows the options of a command, or the list of commands.",

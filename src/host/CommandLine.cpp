@@ -74,6 +74,7 @@ HostOptions CommandLine::hostOptions() const
 {
     return {.plugin = pluginFile(),
             .sdk = value("sdk"),
+            .tried = namesLibrary(),
             .card = value("card"),
             .root = value("root"),
             .log = has("log")};

@@ -28,6 +28,9 @@ public:
 
     QStringList positional() const { return m_parser.positionalArguments(); }
 
+    /// Whether the user names another library than those of this installation.
+    bool namesLibrary() const { return has("plugin") || has("sdk"); }
+
     /// Returns the file of --plugin, or the plug-in of this installation.
     QString pluginFile() const;
 

@@ -3,9 +3,9 @@
 
 #include "Command.h"
 #include "DeviceServiceLibrary.h"
-#include "LoadCheck.h"
 #include "Output.h"
 #include "PluginLibrary.h"
+#include "ReportCheck.h"
 
 #include <algorithm>
 
@@ -39,7 +39,6 @@ bool takesValue(const Command &command, const QString &word)
 QStringList cardNames()
 {
     const QString file = DeviceServiceLibrary::find({}, PluginLibrary::defaultFile());
-    requireLoadingReturns(file, {});
     return DeviceServiceLibrary(file).cardNames();
 }
 
@@ -49,8 +48,11 @@ QStringList candidates(const QStringList &words)
         return commandNames() << QStringLiteral("--help");
     const Command &command = findCommand(words.constFirst());
     const QString &previous = words.at(words.size() - 2);
-    if (takesValue(command, previous))
+    if (takesValue(command, previous)) {
+        if (previous == QLatin1String("--field"))
+            return reportFields();
         return previous == QLatin1String("--card") ? cardNames() : QStringList();
+    }
     if (words.constLast().startsWith(QLatin1Char('-')))
         return optionNames(command);
     if (words.size() > 2)

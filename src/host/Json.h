@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// The version of the JSON that report and watch print, which docs/json.md describes. It changes if
+/// The version of the JSON that the commands print, which docs/json.md describes. It changes if
 /// a member is removed or changes its meaning.
 inline constexpr int kJsonVersion = 1;

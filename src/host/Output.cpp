@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
 #include <unistd.h>
 
@@ -47,7 +48,9 @@ Redactor *redactor()
 void setOutputFile(const QString &file)
 {
     s_outputName = file;
-    s_output = std::fopen(QFile::encodeName(file).constData(), "we");
+    const int descriptor = open(QFile::encodeName(file).constData(), O_WRONLY | O_CREAT | O_CLOEXEC,
+                                0666);
+    s_output = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
     if (!s_output) {
         failRun(QStringLiteral("%1 cannot be written: %2; choose another place with --output FILE")
                     .arg(file, qt_error_string(errno)));
@@ -74,6 +77,9 @@ QString colored(const QString &text, Color color)
 
 void print(const QString &text)
 {
+    // A command that fails before it prints anything leaves the file as it is.
+    static const bool isEmptied = s_output != stdout && ftruncate(fileno(s_output), 0) == 0;
+    Q_UNUSED(isEmptied)
     put(s_output, text);
 }
 

@@ -14,7 +14,8 @@ void setRedaction(Redactor::Extent extent);
 /// Returns what makes the output redacted, or null if it is not.
 Redactor *redactor();
 
-/// Has print() write to a file instead of standard output. Throws Failure if it cannot be written.
+/// Has print() write to a file instead of standard output; the first one replaces what the file
+/// has. Throws Failure if it cannot be written.
 void setOutputFile(const QString &file);
 
 /// With true, printNote() shows nothing.

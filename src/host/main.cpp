@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLine.h"
 #include "Completion.h"
+#include "Conformance.h"
 #include "LoadCheck.h"
 #include "Output.h"
 #include "ProcessSetup.h"
@@ -18,6 +19,8 @@ ExitStatus runCommand(QStringList arguments)
     QString name = arguments.takeAt(1);
     if (name == QLatin1String(kLoadCheckCommand))
         runLoadCheck(arguments.mid(1));
+    if (name == QLatin1String(kConformanceCommand))
+        runConformance(arguments.mid(1));
     if (name == QLatin1String(kCompleteCommand)) {
         printCompletions(arguments.mid(1));
         return ExitStatus::Done;

@@ -23,7 +23,10 @@ HostOptions resolved(HostOptions options)
 
 HostOptions checked(HostOptions options)
 {
-    options.sdk = requireLoadingReturns(options.sdk, options.plugin);
+    // The calls are traced by a library that opens the device service by its path.
+    const bool needsPath = options.trace && !options.sdk.contains(QLatin1Char('/'));
+    if (options.tried || needsPath)
+        options.sdk = requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 

@@ -12,10 +12,11 @@
 /// The choices of the user for one run.
 struct HostOptions
 {
-    QString plugin; ///< file
-    QString sdk;    ///< file; empty: that of DeviceServiceLibrary::find()
-    QString card;   ///< argument of DeviceServiceLibrary::start(); empty: the service's default
-    QString root;   ///< directory used in place of "/" and of the working directory; empty: none
+    QString plugin;     ///< file
+    QString sdk;        ///< file; empty: that of DeviceServiceLibrary::find()
+    bool tried = false; ///< loads both in a child process first, for files that may crash it
+    QString card;       ///< argument of DeviceServiceLibrary::start(); empty: the service's default
+    QString root; ///< directory used in place of "/" and of the working directory; empty: none
     bool log = false;
     CallTrace *trace = nullptr; ///< sees the calls of the plug-in; null: they are made directly
 };

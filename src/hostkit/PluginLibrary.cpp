@@ -22,14 +22,14 @@ PluginLibrary::PluginLibrary(const QString &file) : m_file(file), m_library(file
                                "with --plugin FILE")
                     .arg(file));
     }
-    // A function that is missing is told now, and does not end the program when it is called.
-    m_loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    m_loader.setFileName(file);
     if (QFile readable(file); !readable.open(QIODevice::ReadOnly)) {
         failRun(QStringLiteral("%1 cannot be read: %2; grant the right to read it, or name another "
                                "plug-in with --plugin FILE")
                     .arg(file, readable.errorString()));
     }
+    // A function that is missing is told now, and does not end the program when it is called.
+    m_loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    m_loader.setFileName(file);
     const QString identifier = m_loader.metaData().value(QStringLiteral("IID")).toString();
     if (identifier.isEmpty())
         failRun(QStringLiteral("%1 is not a Qt plug-in: %2").arg(file, m_loader.errorString()));

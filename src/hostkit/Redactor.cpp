@@ -187,13 +187,16 @@ void Redactor::learn(Kind kind, const QString &value)
     if (value.trimmed().size() < kShortest || made == value)
         return;
     const QMutexLocker lock(&m_mutex);
+    // What is made up is not replaced again.
+    if (!m_words.contains(made))
+        m_words.insert(made, made);
     for (const QString &variant : variants(value))
         m_words.insert(variant, made);
     if (kind != Kind::Text)
         index(value, made);
 }
 
-// What is made up is not replaced again. A known identity has precedence.
+// Also indexes what is made up; a known identity has precedence.
 void Redactor::index(const QString &value, const QString &made)
 {
     for (const QString &text : {value, made}) {

@@ -51,6 +51,15 @@ Declaration readSchema()
     return readDeclaration(schema);
 }
 
+void addFields(QStringList &fields, const Declaration &declared, const QString &parent)
+{
+    const QString path = parent + declared.name;
+    if (declared.children.isEmpty())
+        fields << path;
+    for (const Declaration &child : declared.children)
+        addFields(fields, child, path + u'/');
+}
+
 QString quoted(const QStringView text)
 {
     return u'"' + text.toString() + u'"';
@@ -160,4 +169,11 @@ private:
 QString reportFault(const QByteArray &report)
 {
     return Check(report).fault();
+}
+
+QStringList reportFields()
+{
+    QStringList fields;
+    addFields(fields, readSchema(), {});
+    return fields;
 }

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
+#include <QStringList>
 
 /// Compares a report with the schema share/kestrun/report.xsd. Returns the first fault with its
 /// line and column, as one sentence; an empty text if there is none.
 QString reportFault(const QByteArray &report);
+
+/// Returns the paths of the elements of a report that have a value, such as "Client/IMEI".
+QStringList reportFields();

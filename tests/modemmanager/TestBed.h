@@ -206,6 +206,12 @@ private:
             return QVariant::fromValue(QDBusObjectPath(value));
         if (type == "as")
             return value.split(',');
+        if (type == "ao") {
+            QList<QDBusObjectPath> paths;
+            for (const QString &path : value.split(','))
+                paths << QDBusObjectPath(path);
+            return QVariant::fromValue(paths);
+        }
         if (type == "objects")
             return QVariant::fromValue(Objects());
         if (type == "nowhere")

@@ -3,6 +3,7 @@
 // Runs the command on the "modemmanager" backend, either with the real daemon and scripted modems
 // or with a fake daemon that gives wrong answers.
 
+#include "Schema.h"
 #include "TestBed.h"
 
 #include <QElapsedTimer>
@@ -81,6 +82,7 @@ private Q_SLOTS:
             QVERIFY(host.ends());
             const QByteArray json = host.readAllStandardOutput();
             const auto values = host.values(json, host.readAllStandardError());
+            QVERIFY(isValidReport(readFile(host.file)));
             for (const QJsonValue row : QJsonDocument::fromJson(json)["explanation"].toArray()) {
                 const QString state = row["state"].toString();
                 const QString value = row["value"].toString();
@@ -175,7 +177,9 @@ private Q_SLOTS:
 
         QVERIFY(m_bed.inhibit(*modem, true));
         QVERIFY(host.says({"DeviceUnavailable", "\"new\":\"\",\"old\":\"490154203237518\""}));
-        QCOMPARE(host.events(), QStringList({"6002", "6601"}));
+        QStringList events = host.events();
+        events.removeAll("6614"); // of the last changes, which the report before already had
+        QCOMPARE(events, QStringList({"6002", "6601"}));
         QVERIFY(m_bed.inhibit(*modem, false));
         QVERIFY(host.says({"DeviceAvailable", "\"new\":\"490154203237518\"", "Evenet(6614)"}));
         m_bed.daemon.end();
@@ -219,11 +223,12 @@ private Q_SLOTS:
                 m_bed.daemon.end();
             QVERIFY2(host.ends(), qPrintable(how));
             QCOMPARE(host.exitCode(), 0);
-            const auto values = host.values();
-            QCOMPARE(values["IMEI"], kImei);
-            QCOMPARE(values["Command/Device/SmsTriggerState"], "");
-            // The report goes on with the modem with which it began.
-            QCOMPARE(values["Command/Network/CellID"], "83F7CD");
+            // The report goes on with the modem with which it began. The file may already have the
+            // next report, of which the modem's end is the reason.
+            const QByteArray log = host.readAllStandardError();
+            QCOMPARE(host.values(log)["Command/Device/SmsTriggerState"], "");
+            QVERIFY(log.contains(QByteArray("strIMEI===========") + kImei));
+            QVERIFY(log.contains("strCellID===========83F7CD"));
             if (how == "unplugged")
                 QVERIFY(m_bed.inhibit(*modem, false) && m_bed.waitForModem(1));
         }
@@ -274,6 +279,7 @@ private Q_SLOTS:
         QVERIFY(host.ends());
         const QByteArray log = host.readAllStandardError();
         const auto values = host.values(log);
+        QVERIFY(isValidReport(readFile(host.file)));
         QStringList lost;
         for (const TableRow &row : m_fields) {
             if (const QString field = row["field"]; values[field] != m_usual[field])

@@ -77,6 +77,8 @@ public:
         start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
     }
 
+    QString file; ///< the report's, by the last values()
+
     /// The values of a report in JSON, by their names below "Client".
     QMap<QString, QString> values() { return values(readAllStandardError()); }
     QMap<QString, QString> values(const QByteArray &log)
@@ -94,6 +96,7 @@ public:
         const QJsonObject report = json["values"].toObject();
         for (const QString &key : report.keys())
             values[key.section('/', 1)] = report[key].toString();
+        file = json["file"].toString();
         return values;
     }
 

@@ -182,7 +182,7 @@ ModemValues valuesOf(const ModemObject &modem, const QVariantMap &sim, OnceWarni
 /// The daemon and the chosen modem at one moment.
 struct ModemSnapshot
 {
-    QString daemon; ///< its unique name on the bus; empty if it does not run
+    QString daemon; ///< differs for each daemon that was seen; empty if none runs
     std::optional<ModemValues> modem;
 };
 

@@ -25,7 +25,16 @@ constexpr milliseconds kLastBusPause{30'000};
 // How long start-up waits for the registration of a modem that it switched on, and then for its
 // operator, technology and location, which the daemon tells later than the registration.
 constexpr milliseconds kSearchTime{5'000};
+constexpr milliseconds kCompletionTime{2'000};
+
+// From then on: the daemon asks for the place in each kind of network.
 constexpr milliseconds kSettleTime{250};
+
+bool isComplete(const ModemValues &modem)
+{
+    const bool hasPlace = modem.plmn && !modem.location.isEmpty();
+    return modem.accessTechnologies != 0 && (hasPlace || !modem.registrationState);
+}
 
 struct Signal
 {
@@ -122,10 +131,16 @@ void ModemManagerMirror::openAgain()
     fetch();
 }
 
+// Newer versions of Qt do not tell who sent a reply, so the daemons are counted.
+QString ModemManagerMirror::nextDaemon()
+{
+    return QString::number(++m_daemons);
+}
+
 void ModemManagerMirror::noteOwner(const QString &, const QString &, const QString &after)
 {
     forget();
-    m_daemon = after;
+    m_daemon = after.isEmpty() ? QString() : nextDaemon();
     publish();
     if (!after.isEmpty())
         fetch();
@@ -203,9 +218,9 @@ void ModemManagerMirror::fetch()
 
 void ModemManagerMirror::take(const QDBusMessage &reply)
 {
-    if (m_daemon != reply.service())
-        forget();
-    m_daemon = reply.service();
+    // The bus tells which daemon comes and goes, and not which one was there before.
+    if (m_daemon.isEmpty())
+        m_daemon = nextDaemon();
     const auto objects = objectsIn(reply, m_client.warnings());
     const auto modem = objects ? chooseModem(*objects, m_settings.choice, m_client.warnings())
                                : std::nullopt;
@@ -371,7 +386,8 @@ void ModemManagerMirror::checkStarted()
     if (m_enabled.isEmpty() || !modem || !modem->isAtLeast(MM_MODEM_STATE_DISABLED))
         finishStart();
     else if (modem->isAtLeast(MM_MODEM_STATE_REGISTERED))
-        QTimer::singleShot(kSettleTime, this, &ModemManagerMirror::finishStart);
+        QTimer::singleShot(isComplete(*modem) ? kSettleTime : kCompletionTime, this,
+                           &ModemManagerMirror::finishStart);
     else if (modem->isAtLeast(MM_MODEM_STATE_ENABLED))
         QTimer::singleShot(kSearchTime, this, &ModemManagerMirror::finishStart);
 }

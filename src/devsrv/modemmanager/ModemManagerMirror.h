@@ -66,6 +66,7 @@ private:
     void update();
     void failToFetch(const QDBusError &error);
     void readAll(const QString &path, const QString &interface);
+    QString nextDaemon();
     void forget();
     void publish();
     void prepare(const ModemValues &modem);
@@ -85,7 +86,8 @@ private:
     milliseconds m_busPause{};
 
     // The mirror itself, in the daemon's terms.
-    QString m_daemon;
+    QString m_daemon; // as in ModemSnapshot
+    int m_daemons = 0;
     QString m_path; // of the modem; empty if there is none
     QString m_simPath;
     Interfaces m_interfaces; // the SIM's, too

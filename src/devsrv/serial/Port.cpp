@@ -4,9 +4,11 @@
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFileInfo>
 
+#include <poll.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utility>
 
 namespace devsrv {
 
@@ -61,6 +63,10 @@ bool Port::open(const QString &path, int baud, QString &error)
     m_isGone = true; // a failure to open is told here
     if (m_serial.open(QIODevice::ReadWrite)) {
         m_isGone = false;
+        // QSerialPort of newer versions reads a port that hung up again and again, without an
+        // error.
+        m_hangUp = std::make_unique<QSocketNotifier>(m_serial.handle(), QSocketNotifier::Exception);
+        connect(m_hangUp.get(), &QSocketNotifier::activated, this, &Port::lose);
         return true;
     }
     if (m_serial.error() == QSerialPort::PermissionError) {
@@ -78,6 +84,7 @@ bool Port::open(const QString &path, int baud, QString &error)
 void Port::close()
 {
     m_isGone = true;
+    m_hangUp.reset();
     m_serial.close();
 }
 
@@ -85,8 +92,15 @@ bool Port::waitForData(milliseconds time)
 {
     if (!isThere())
         return false;
-    return m_serial.bytesAvailable() > 0
-        || m_serial.waitForReadyRead(static_cast<int>(std::max(time, milliseconds(1)).count()));
+    if (m_serial.bytesAvailable() > 0)
+        return true;
+    pollfd waited{m_serial.handle(), POLLIN, 0};
+    if (::poll(&waited, 1, static_cast<int>(std::max(time, milliseconds(1)).count())) <= 0)
+        return false;
+    const bool hasData = m_serial.waitForReadyRead(1);
+    if (!hasData && (waited.revents & (POLLHUP | POLLERR)) != 0)
+        lose();
+    return hasData;
 }
 
 std::string Port::read()
@@ -124,7 +138,14 @@ void Port::noteError(QSerialPort::SerialPortError error)
         QMetaObject::invokeMethod(this, &Port::dataArrived, Qt::QueuedConnection);
         return;
     }
-    m_isGone = true;
+    lose();
+}
+
+void Port::lose()
+{
+    if (std::exchange(m_isGone, true))
+        return;
+    m_hangUp->setEnabled(false);
     Q_EMIT gone();
 }
 

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <QtCore/QObject>
+#include <QtCore/QSocketNotifier>
 #include <QtSerialPort/QSerialPort>
 
 #include <chrono>
+#include <memory>
 #include <string>
 
 namespace devsrv {
@@ -45,8 +47,10 @@ Q_SIGNALS:
 
 private:
     void noteError(QSerialPort::SerialPortError error);
+    void lose();
 
     QSerialPort m_serial;
+    std::unique_ptr<QSocketNotifier> m_hangUp;
     bool m_isGone = false;
 };
 

@@ -23,7 +23,8 @@ NamedValues fieldRows(const DeviceServiceControl &control)
 ExitStatus runCards(const CommandLine &line)
 {
     const QString file = DeviceServiceLibrary::find(line.value("sdk"), line.pluginFile());
-    requireLoadingReturns(file, {});
+    if (line.namesLibrary())
+        requireLoadingReturns(file, {});
     const DeviceServiceLibrary library(file);
     const DeviceServiceControl &control = library.requireControl();
     if (line.has("fields"))

@@ -12,5 +12,6 @@ ExitStatus runSms(const CommandLine &line);
 ExitStatus runNotify(const CommandLine &line);
 ExitStatus runCards(const CommandLine &line);
 ExitStatus runInspect(const CommandLine &line);
+ExitStatus runCheck(const CommandLine &line);
 ExitStatus runHelp(const CommandLine &line);
 ExitStatus runVersion(const CommandLine &line);

@@ -4,11 +4,12 @@
 
 ExitStatus runHelp(const CommandLine &line)
 {
-    if (line.positional().isEmpty()) {
+    const QStringList names = line.positional();
+    if (names.isEmpty()) {
         print(usage());
         return ExitStatus::Done;
     }
-    const Command &command = findCommand(line.positional().constFirst());
+    const Command &command = findCommand(names.constFirst());
     print(CommandLine(command, {QString(), QStringLiteral("--help")}).help());
     return ExitStatus::Done;
 }

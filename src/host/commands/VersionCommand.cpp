@@ -12,7 +12,8 @@ QString builtBackends(const CommandLine &line)
 {
     try {
         const QString file = DeviceServiceLibrary::find(line.value("sdk"), line.pluginFile());
-        requireLoadingReturns(file, {});
+        if (line.namesLibrary())
+            requireLoadingReturns(file, {});
         const DeviceServiceLibrary library(file);
         QStringList names;
         for (const DevSrvBackend &backend : library.backends()) {

@@ -47,6 +47,8 @@ HostOptions readOptions(const QStringList &arguments)
     const QString plugin = value(kPluginOption);
     return {.plugin = plugin.isEmpty() ? PluginLibrary::defaultFile() : plugin,
             .sdk = value(kSdkOption),
+            .tried = parser.isSet(QLatin1String(kPluginOption.name))
+                || parser.isSet(QLatin1String(kSdkOption.name)),
             .card = value(kCardOption),
             .root = value(kRootOption)};
 }

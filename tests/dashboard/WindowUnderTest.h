@@ -36,6 +36,7 @@ public:
         : tap(log, choice.redacted ? &redactor : nullptr),
           session({.plugin = choice.plugin,
                    .sdk = choice.sdk,
+                   .tried = true,
                    .card = choice.card,
                    .root = choice.root.isEmpty() ? m_root.path() : choice.root},
                   timeLine, choice.redacted ? &redactor : nullptr),

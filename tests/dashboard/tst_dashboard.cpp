@@ -205,7 +205,8 @@ private Q_SLOTS:
     void tellsProblemsInTheWindow_data() { addRows("window-problems.txt"); }
     void tellsProblemsInTheWindow()
     {
-        const QHash<QString, QString> files{{"NONE", "/no/such/file"}, {"SDK", SDK_FILE}};
+        const QHash<QString, QString> files{
+            {"NONE", "/no/such/file"}, {"SDK", SDK_FILE}, {"CRASHES", CRASHING_SDK}};
         WindowUnderTest::Choice choice{cell("card"), cell("root")};
         if (!cell("plugin").isEmpty())
             choice.plugin = files[cell("plugin")];

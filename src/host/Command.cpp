@@ -10,22 +10,10 @@ namespace {
 constexpr Option kOutputOptions[] = {
     {"quiet", nullptr, "Show no source of the values and no warnings."},
     {"output", "FILE", "Write to FILE instead of standard output."},
-    {"redact", nullptr,
-     "Replace identities in all output by made-up ones; --redact=all keeps no part of them."},
+    kRedactOption,
 };
 
-constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
-constexpr Option kPlugin = {"plugin", "FILE", "The plug-in to load."};
-
-constexpr Option kRoot = {
-    "root", "DIR",
-    "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."};
-
 constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
-
-constexpr Option kCard = {
-    "card", "CARD",
-    "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."};
 
 constexpr Option kMetricsLabels = {
     "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
@@ -55,7 +43,7 @@ constexpr Option kWatchOptions[] = {
 constexpr Option kReplayOptions[] = {
     {"speed", "N", "Replay N times as fast, or without waits with \"max\"; by default 1."},
     {"check", nullptr, "Compare signals, rewrites and values, and end at the first difference."},
-    kRoot,
+    kRootOption,
     kLog,
 };
 
@@ -189,13 +177,13 @@ QList<Option> optionsOf(const Command &command)
 {
     QList<Option> options(command.own.begin(), command.own.end());
     if (command.shared >= SharedOptions::Sdk)
-        options << kSdk;
+        options << kSdkOption;
     if (command.shared >= SharedOptions::Libraries)
-        options << kPlugin;
+        options << kPluginOption;
     if (command.shared >= SharedOptions::Card)
-        options << kCard;
+        options << kCardOption;
     if (command.shared >= SharedOptions::Host)
-        options << kRoot;
+        options << kRootOption;
     if (command.shared >= SharedOptions::Card)
         options << kLog;
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Failure.h"
+#include "Options.h"
 
 #include <QList>
 #include <QString>
@@ -9,14 +10,6 @@
 #include <span>
 
 class CommandLine;
-
-/// An option of a command.
-struct Option
-{
-    const char *name;
-    const char *value; ///< the name of the value in the help; null for an option without a value
-    const char *help;
-};
 
 /// What the arguments of a command are.
 struct Arguments

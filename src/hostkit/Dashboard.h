@@ -24,7 +24,8 @@ struct HostOptions
 /// Plays the dashboard for the plug-in: starts the device service, loads and initialises the
 /// plug-in, and shuts both down in the right order.
 ///
-/// For the main thread.
+/// All calls are made on one thread, which may be another than the main thread. The functions with
+/// a window of the plug-in's object are the exception: they belong to the thread of the window.
 class Dashboard
 {
 public:
@@ -45,6 +46,9 @@ public:
 
     /// Sends the plug-in a message and returns its answer.
     int notify(unsigned int message, unsigned int param1, unsigned int param2);
+
+    /// Returns the plug-in's interface with a window; null before init() and after shutDown().
+    IUIPlugin *window() const { return m_object ? m_interfaces.window : nullptr; }
 
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }

@@ -81,7 +81,7 @@ void DeviceServiceLibrary::resolveFunctions(QLibrary &library)
 void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
-    if (control.start(card.toUtf8().constData()) == 0)
+    if (control.start(fileOrName(card).toUtf8().constData()) == 0)
         return;
     const QString reason = QString::fromUtf8(control.lastError());
     const QString name = card.section(QLatin1Char(':'), 0, 0).section(QLatin1Char('?'), 0, 0);
@@ -135,14 +135,19 @@ QList<std::pair<QString, QString>> DeviceServiceLibrary::devices(const char *bac
 
 std::int32_t DeviceServiceLibrary::loadCard(const QString &card)
 {
-    const DeviceServiceControl &control = requireControl();
+    return requireControl().loadCard(fileOrName(card).toUtf8().constData());
+}
+
+// The working directory changes after the start of the host.
+QString DeviceServiceLibrary::fileOrName(const QString &card) const
+{
     bool shipped = false;
     const char *about = nullptr;
-    for (std::int32_t index = 0; const char *name = control.shippedCard(index, &about); ++index)
+    for (std::int32_t index = 0; const char *name = requireControl().shippedCard(index, &about);
+         ++index)
         shipped = shipped || card == QLatin1String(name);
     const QString file = m_directory.absoluteFilePath(card);
-    const QString chosen = !shipped && QFileInfo(file).isFile() ? file : card;
-    return control.loadCard(chosen.toUtf8().constData());
+    return !shipped && QFileInfo(file).isFile() ? file : card;
 }
 
 void DeviceServiceLibrary::stop()

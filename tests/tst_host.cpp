@@ -125,6 +125,7 @@ private Q_SLOTS:
         QCOMPARE(report({"--xml"}).output, file);
         const QByteArray json = report({"--json"}).output;
         QCOMPARE(validJsonTexts(json, SOURCE), 1);
+        QCOMPARE(validJsonTexts(report({"--json", "--explain"}).output, SOURCE), 1);
         QCOMPARE(QJsonDocument::fromJson(json)["values"].toObject().size(), 24);
     }
 

@@ -53,6 +53,7 @@ private:
 QString samplesOf(const QByteArray &metrics, const QStringList &files = {})
 {
     Child reader;
+    // The system's interpreter, which finds the system's packages.
     reader.start("/usr/bin/python3", QStringList{SOURCE "tests/read_metrics.py"} + files);
     reader.write(metrics);
     reader.closeWriteChannel();
@@ -223,7 +224,7 @@ private Q_SLOTS:
         QVERIFY(recorded.endsWith("}\n"));
         writeFile(path("f.jsonl"), recorded + "{\"type\":\"end\"}\n");
         HostProcess replay({"replay", path("f.jsonl"), "--speed", "max", "--check"});
-        QVERIFY(replay.says({"; no difference"}));
+        QVERIFY(replay.says({"; no difference"}) && replay.ends());
     }
 
     // A library without events and control table.
@@ -236,6 +237,7 @@ private Q_SLOTS:
         QVERIFY(host.stop());
         HostProcess replay({"replay", path("maker.jsonl"), "--check"});
         QVERIFY(replay.says({"Events replayed: 1; no difference; reports not compared: 0\n"}));
+        QVERIFY(replay.ends());
     }
 
     void comparesReplayWithRecording_data() { addRows("recordings.txt"); }

@@ -9,6 +9,7 @@ namespace devsrv {
 /// How the C boundary fills the caller's text buffers.
 enum class TextFill {
     Proper,       ///< cut to the buffer, with a closing NUL
+    Whole,        ///< as Proper; a text as long as its buffer is written without a NUL
     NoTerminator, ///< to the end of the buffer, without a NUL
     HighBytes     ///< a byte above ASCII in place of each character
 };

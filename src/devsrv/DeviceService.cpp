@@ -47,6 +47,10 @@ public:
 
     void operator()(char *buffer, std::size_t size, const std::string &text, Excess excess)
     {
+        if (m_fill == TextFill::Whole && text.size() == size) {
+            text.copy(buffer, size);
+            return;
+        }
         const bool fits = text.size() < size;
         if (!fits)
             warnOfExcess(m_function, text.size(), size - 1, excess);

@@ -10,23 +10,10 @@ namespace {
 constexpr Option kOutputOptions[] = {
     {"quiet", nullptr, "Show no source of the values and no warnings."},
     {"output", "FILE", "Write to FILE instead of standard output."},
+    kRedactOption,
 };
-
-constexpr Option kSdk = {"sdk", "FILE", "The device-service library to load."};
-constexpr Option kPlugin = {"plugin", "FILE", "The plug-in to load."};
-
-constexpr Option kRoot = {
-    "root", "DIR",
-    "Use DIR in place of \"/\" and of the working directory; DIR is prepared on first use."};
 
 constexpr Option kLog = {"log", nullptr, "Show the plug-in's log on standard error."};
-
-constexpr Option kHostOptions[] = {
-    {"card", "CARD",
-     "A shipped card, a card file, or a backend with its argument; \"kestrun cards\" lists them."},
-    kRoot,
-    kLog,
-};
 
 constexpr Option kMetricsLabels = {
     "metrics-labels", "imei", "Name the card in the metrics; by default no label has an identity."};
@@ -37,6 +24,12 @@ constexpr Option kReportOptions[] = {
     {"field", "PATH", "Print only the value of one element, for example Client/IMEI."},
     {"metrics", nullptr, "Print metrics of the card and the report as OpenMetrics text."},
     kMetricsLabels,
+    {"explain", nullptr, "Show where each value comes from, and why it is empty."},
+};
+
+constexpr Option kRecordOptions[] = {
+    {"delays", nullptr, "Record how long each function of the device service takes, too."},
+    {"at", "COMMAND", "Record the answer to an AT command, too; can be given several times."},
 };
 
 constexpr Option kWatchOptions[] = {
@@ -50,7 +43,7 @@ constexpr Option kWatchOptions[] = {
 constexpr Option kReplayOptions[] = {
     {"speed", "N", "Replay N times as fast, or without waits with \"max\"; by default 1."},
     {"check", nullptr, "Compare signals, rewrites and values, and end at the first difference."},
-    kRoot,
+    kRootOption,
     kLog,
 };
 
@@ -96,6 +89,15 @@ constexpr Command kCommands[] = {
      kReplayOptions,
      {"FILE", "The recording.", 1, 1},
      runReplay},
+    {"record",
+     "ask a card everything, and write a card file that answers alike",
+     "Asks a card everything and writes a card file; with --card FILE, the other commands then "
+     "work "
+     "as with that card. The file is written whole or not at all. No message is sent.",
+     SharedOptions::Card,
+     kRecordOptions,
+     {"FILE", "The card file to write.", 1, 1},
+     runRecord},
     {"sms",
      "send a message, or switch delivery receipts",
      "Sends a message, or switches delivery receipts, with the plug-in and the card.",
@@ -175,11 +177,15 @@ QList<Option> optionsOf(const Command &command)
 {
     QList<Option> options(command.own.begin(), command.own.end());
     if (command.shared >= SharedOptions::Sdk)
-        options << kSdk;
+        options << kSdkOption;
     if (command.shared >= SharedOptions::Libraries)
-        options << kPlugin;
+        options << kPluginOption;
+    if (command.shared >= SharedOptions::Card)
+        options << kCardOption;
     if (command.shared >= SharedOptions::Host)
-        options.append({std::begin(kHostOptions), std::end(kHostOptions)});
+        options << kRootOption;
+    if (command.shared >= SharedOptions::Card)
+        options << kLog;
     options.append({std::begin(kOutputOptions), std::end(kOutputOptions)});
     return options;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Failure.h"
+#include "Options.h"
 
 #include <QList>
 #include <QString>
@@ -9,14 +10,6 @@
 #include <span>
 
 class CommandLine;
-
-/// An option of a command.
-struct Option
-{
-    const char *name;
-    const char *value; ///< the name of the value in the help; null for an option without a value
-    const char *help;
-};
 
 /// What the arguments of a command are.
 struct Arguments
@@ -29,7 +22,7 @@ struct Arguments
 };
 
 /// The options that several commands share.
-enum class SharedOptions { None, Sdk, Libraries, Host };
+enum class SharedOptions { None, Sdk, Libraries, Card, Host };
 
 /// One command of the host. Help, completion and the command line are made from it.
 struct Command

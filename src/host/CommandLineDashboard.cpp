@@ -6,16 +6,31 @@
 
 namespace {
 
-// The libraries log from the moment at which they are loaded.
-HostOptions withLog(const HostOptions &options)
+// The libraries log from the moment at which they are loaded. What they and their shell commands
+// print themselves cannot be redacted, and is not shown.
+HostOptions prepared(HostOptions options)
 {
     setPluginLog(options.log);
+    if (redactor()) {
+        options.log = false;
+        options.trace = &callTrace();
+    }
     return options;
 }
 
 } // namespace
 
-CommandLineDashboard::CommandLineDashboard(const HostOptions &options) : Dashboard(withLog(options))
+CallTrace &callTrace()
+{
+    static CallTrace trace([](const TracedCall &call) {
+        if (Redactor *const redacting = redactor())
+            redacting->learn(call.values);
+    });
+    return trace;
+}
+
+CommandLineDashboard::CommandLineDashboard(const HostOptions &options)
+    : Dashboard(prepared(options))
 {
 }
 

@@ -32,7 +32,7 @@ void MetricsFile::start(const DeviceServiceLibrary &service)
         failRun(m_error);
     QObject::connect(&m_timer, &QTimer::timeout, [this, &service] {
         // A card maker's library may raise no events.
-        m_metrics.card = askCard(service).fields;
+        m_metrics.card = presentable(askCard(service).fields);
         write();
     });
     m_timer.start();

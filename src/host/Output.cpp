@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Output.h"
 
+#include "EventObserver.h"
 #include "Failure.h"
 #include "VisibleText.h"
 
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -20,10 +22,11 @@ int s_error = 0;
 FILE *s_output = stdout;
 QString s_outputName = QStringLiteral("standard output");
 bool s_quiet = false;
+std::unique_ptr<Redactor> s_redactor;
 
 void put(FILE *stream, const QString &text)
 {
-    const QByteArray bytes = text.toUtf8();
+    const QByteArray bytes = (s_redactor ? s_redactor->redacted(text) : text).toUtf8();
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size
         && std::fflush(stream) == 0;
@@ -33,11 +36,37 @@ void put(FILE *stream, const QString &text)
 
 } // namespace
 
+void setRedaction(Redactor::Extent extent)
+{
+    s_redactor = std::make_unique<Redactor>(extent);
+}
+
+Redactor *redactor()
+{
+    return s_redactor.get();
+}
+
+NamedValues presentable(const NamedValues &values)
+{
+    if (!s_redactor)
+        return values;
+    s_redactor->learn(values);
+    return s_redactor->redacted(values);
+}
+
+HandledEvent presentable(HandledEvent event)
+{
+    event.card = presentable(event.card);
+    if (event.report)
+        event.report = presentable(*event.report);
+    return event;
+}
+
 void setOutputFile(const QString &file)
 {
     s_outputName = file;
-    const int descriptor = open(QFile::encodeName(file).constData(),
-                                O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    const int descriptor = open(QFile::encodeName(file).constData(), O_WRONLY | O_CREAT | O_CLOEXEC,
+                                0666);
     s_output = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
     if (!s_output) {
         failRun(QStringLiteral("%1 cannot be written: %2; choose another place with --output FILE")

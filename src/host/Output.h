@@ -1,10 +1,27 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Redactor.h"
+
 #include <QList>
 #include <QString>
 
 #include <utility>
+
+struct HandledEvent;
+
+/// Has everything that is printed, and the log, be without identities from now on.
+void setRedaction(Redactor::Extent extent);
+
+/// Returns what makes the output redacted, or null if it is not.
+Redactor *redactor();
+
+/// Returns values of a card or a report as they may be shown: without identities, which are learnt,
+/// if the output is redacted.
+NamedValues presentable(const NamedValues &values);
+
+/// Returns the event with such values of card and report.
+HandledEvent presentable(HandledEvent event);
 
 /// Has print() write to a file instead of standard output; the first one replaces what the file
 /// has. Throws Failure if it cannot be written.

@@ -27,7 +27,8 @@ int userError()
 // One call of the system, so that lines of two threads do not mix.
 void showLine(const QString &line)
 {
-    const QByteArray bytes = visible(line).toUtf8() + '\n';
+    const Redactor *const redacting = redactor();
+    const QByteArray bytes = visible(redacting ? redacting->redacted(line) : line).toUtf8() + '\n';
     [[maybe_unused]] const ssize_t written = write(userError(), bytes.constData(),
                                                    static_cast<std::size_t>(bytes.size()));
 }

@@ -29,7 +29,7 @@ QJsonObject toJson(const NamedValues &values)
 class Reader
 {
 public:
-    explicit Reader(const QString &name) : m_file(name)
+    explicit Reader(const QString &name) : m_name(name), m_file(name)
     {
         if (!openRegularFile(m_file)) {
             failRun(
@@ -134,9 +134,10 @@ private:
 
     [[noreturn]] void fail(const QString &what) const
     {
-        failRun(QStringLiteral("%1, line %2: %3").arg(m_file.fileName()).arg(m_line).arg(what));
+        failRun(QStringLiteral("%1, line %2: %3").arg(m_name).arg(m_line).arg(what));
     }
 
+    const QString m_name; // a file that is opened by its descriptor forgets it
     QFile m_file;
     int m_line = 0;
     CardFields m_card; // of the last line that has it
@@ -165,7 +166,7 @@ void RecordingWriter::begin(const QString &source)
 {
     write({{QStringLiteral("format"), kFormat},
            {QStringLiteral("version"), kVersion},
-           {QStringLiteral("source"), source}});
+           {QStringLiteral("source"), redactor() ? redactor()->redacted(source) : source}});
 }
 
 void RecordingWriter::add(const HandledEvent &event)

@@ -3,13 +3,10 @@
 
 #include "Json.h"
 #include "Output.h"
-#include "RegularFile.h"
 #include "VisibleText.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 
 #include <cerrno>
@@ -24,21 +21,10 @@ constexpr char kCommands[] = "insert [CARD] | remove | event NUMBER | set FIELD 
 Watcher::Watcher(Dashboard &dashboard, Form form)
     : m_dashboard(dashboard),
       m_table(dashboard.plugin().requireTable(QStringLiteral("be watched"))), m_form(form),
-      m_reportFile(dashboard.reportFile()), m_reportState(m_reportFile),
-      m_input(STDIN_FILENO, QSocketNotifier::Read),
+      m_report(dashboard.reportFile()), m_input(STDIN_FILENO, QSocketNotifier::Read),
       m_readerGone(STDOUT_FILENO, QSocketNotifier::Exception)
 {
-    QFile file(m_reportFile);
-    if (openRegularFile(file))
-        m_reportXml = file.readAll();
-    // A rewrite changes the file several times within milliseconds.
-    constexpr int kSettleMs = 30;
-    m_settle.setSingleShot(true);
-    m_settle.setInterval(kSettleMs);
-    connect(&m_settle, &QTimer::timeout, this, &Watcher::checkReport);
-    const auto changed = [this] { m_settle.start(); };
-    connect(&m_files, &QFileSystemWatcher::fileChanged, this, changed);
-    connect(&m_files, &QFileSystemWatcher::directoryChanged, this, changed);
+    connect(&m_report, &ReportWatch::rewritten, this, &Watcher::tellRewrite);
     connect(&m_input, &QSocketNotifier::activated, this, &Watcher::readCommands);
     connect(&m_readerGone, &QSocketNotifier::activated, this, &QCoreApplication::quit);
 }
@@ -50,9 +36,9 @@ void Watcher::start()
     connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
     if (m_form == Form::Json)
         tellSource();
-    checkReport();
-    if (m_values.isEmpty()) {
-        const QString why = whyNotWritten(m_reportFile);
+    m_report.check();
+    if (m_report.values().isEmpty()) {
+        const QString why = whyNotWritten(m_report.file());
         tell(QStringLiteral("no report: ") + why,
              {{QStringLiteral("type"), QStringLiteral("error")}, {QStringLiteral("message"), why}});
     }
@@ -68,7 +54,7 @@ void Watcher::tellEnd(int callbacks)
 void Watcher::onAvailable()
 {
     // Prints a rewrite that preceded the signal first.
-    checkReport();
+    m_report.check();
     tell(colored(QStringLiteral("signal DeviceAvailable"), Color::Green),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceAvailable")}});
@@ -76,7 +62,7 @@ void Watcher::onAvailable()
 
 void Watcher::onUnavailable()
 {
-    checkReport();
+    m_report.check();
     tell(colored(QStringLiteral("signal DeviceUnavailable"), Color::Red),
          {{QStringLiteral("type"), QStringLiteral("signal")},
           {QStringLiteral("name"), QStringLiteral("DeviceUnavailable")}});
@@ -101,7 +87,7 @@ void Watcher::readCommands()
         m_inputBuffer.remove(0, end + 1);
         if (!line.isEmpty())
             runCommand(line);
-        checkReport();
+        m_report.check();
     }
 }
 
@@ -135,9 +121,11 @@ void Watcher::runCommand(const QString &line)
         if (known)
             result = control->raiseEvent(event);
     } else if (command == QLatin1String("set") && !rest.isEmpty()) {
-        result = control->setField(
-            rest.section(QLatin1Char(' '), 0, 0).toUtf8().constData(),
-            rest.section(QLatin1Char(' '), 1).trimmed().toUtf8().constData());
+        const QString field = rest.section(QLatin1Char(' '), 0, 0);
+        const QString value = rest.section(QLatin1Char(' '), 1).trimmed();
+        if (Redactor *const redacting = redactor())
+            redacting->learn(field, value);
+        result = control->setField(field.toUtf8().constData(), value.toUtf8().constData());
     } else {
         known = false;
     }
@@ -148,41 +136,15 @@ void Watcher::runCommand(const QString &line)
         wrong(QString::fromUtf8(control->lastError()));
 }
 
-void Watcher::watchFiles()
+void Watcher::tellRewrite(const QList<ValueChange> &changes)
 {
-    // The file watcher drops a file that is removed, also if it is created again.
-    for (const QString &path : {m_reportFile, QFileInfo(m_reportFile).path()}) {
-        if (QFileInfo::exists(path))
-            m_files.addPath(path);
-    }
-}
-
-void Watcher::checkReport()
-{
-    watchFiles();
-    const FileState state(m_reportFile);
-    QFile file(m_reportFile);
-    if (!openRegularFile(file))
-        return;
-    const QByteArray xml = file.readAll();
-    const auto values = reportValues(xml);
-    if (!values) {
-        // A rewrite is under way, and its next change starts the timer again.
-        return;
-    }
-    if (state == m_reportState && xml == m_reportXml)
-        return;
-    m_reportState = state;
-    m_reportXml = xml;
-    tell(QStringLiteral("report rewritten: ") + m_reportFile,
+    tell(QStringLiteral("report rewritten: ") + m_report.file(),
          {{QStringLiteral("type"), QStringLiteral("report")},
-          {QStringLiteral("file"), m_reportFile}});
-    for (const auto &[path, value] : *values) {
-        const QString previous = valueOf(m_values, path);
-        if (value != previous)
-            tellChange(path, previous, value);
-    }
-    m_values = *values;
+          {QStringLiteral("file"), m_report.file()}});
+    if (Redactor *const redacting = redactor())
+        redacting->learn(m_report.values());
+    for (const ValueChange &change : changes)
+        tellChange(change);
 }
 
 void Watcher::tellSource()
@@ -192,16 +154,20 @@ void Watcher::tellSource()
          {{QStringLiteral("type"), QStringLiteral("source")}, {QStringLiteral("source"), source}});
 }
 
-void Watcher::tellChange(const QString &path, const QString &previous, const QString &current)
+void Watcher::tellChange(ValueChange change)
 {
+    if (const Redactor *const redacting = redactor()) {
+        change.previous = redacting->redacted(change.path, change.previous);
+        change.current = redacting->redacted(change.path, change.current);
+    }
     constexpr int kPathColumn = 37; // the longest path
     tell(QStringLiteral("  %1  \"%2\" \u2192 \"%3\"")
-             .arg(path.leftJustified(kPathColumn), visible(previous),
-                  colored(visible(current), Color::Cyan)),
+             .arg(change.path.leftJustified(kPathColumn), visible(change.previous),
+                  colored(visible(change.current), Color::Cyan)),
          {{QStringLiteral("type"), QStringLiteral("change")},
-          {QStringLiteral("field"), path},
-          {QStringLiteral("old"), previous},
-          {QStringLiteral("new"), current}});
+          {QStringLiteral("field"), change.path},
+          {QStringLiteral("old"), change.previous},
+          {QStringLiteral("new"), change.current}});
 }
 
 void Watcher::tell(const QString &text, QJsonObject object)

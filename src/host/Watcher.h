@@ -2,12 +2,10 @@
 #pragma once
 
 #include "Dashboard.h"
-#include "Report.h"
+#include "ReportWatch.h"
 
-#include <QFileSystemWatcher>
 #include <QJsonObject>
 #include <QSocketNotifier>
-#include <QTimer>
 
 /// Prints the plug-in's signals, each rewrite of the report and each value that the rewrite
 /// changed, and passes commands from standard input to the emulated card.
@@ -37,21 +35,15 @@ private Q_SLOTS:
 private:
     void readCommands();
     void runCommand(const QString &line);
-    void watchFiles();
-    void checkReport();
     void tellSource();
-    void tellChange(const QString &path, const QString &previous, const QString &current);
+    void tellRewrite(const QList<ValueChange> &changes);
+    void tellChange(ValueChange change);
     void tell(const QString &text, QJsonObject object);
 
     Dashboard &m_dashboard;
     const KestrunHostTable &m_table;
     const Form m_form;
-    const QString m_reportFile;
-    FileState m_reportState;
-    QByteArray m_reportXml;
-    ReportValues m_values;
-    QFileSystemWatcher m_files;
-    QTimer m_settle;
+    ReportWatch m_report;
     QSocketNotifier m_input;
     QSocketNotifier m_readerGone; // of standard output
     QByteArray m_inputBuffer;

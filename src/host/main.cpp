@@ -4,28 +4,16 @@
 #include "Conformance.h"
 #include "LoadCheck.h"
 #include "Output.h"
+#include "ProcessSetup.h"
 
 #include <QCoreApplication>
-#include <QHashSeed>
-
-#include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
-// If a standard stream is closed, the next file that is opened would take its place.
-void openStandardStreams()
-{
-    int descriptor = 0;
-    do
-        descriptor = open("/dev/null", O_RDWR);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    close(descriptor);
-}
-
 ExitStatus runCommand(QStringList arguments)
 {
+    if (const auto extent = takeRedaction(arguments))
+        setRedaction(*extent);
     if (arguments.size() < 2)
         failUsage(QStringLiteral("a command is missing\n\n") + usage());
     QString name = arguments.takeAt(1);
@@ -54,12 +42,7 @@ ExitStatus runCommand(QStringList arguments)
 
 int main(int argc, char **argv)
 {
-    openStandardStreams();
-    // A file that must not grow makes a write fail, and does not end the program.
-    std::signal(SIGXFSZ, [](int) {});
-    // The plug-in writes the attributes of "Config.xml" in hash order; a fixed seed makes that
-    // order the same in each run.
-    QHashSeed::setDeterministicGlobalSeed();
+    prepareProcess();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kestrun"));
     try {

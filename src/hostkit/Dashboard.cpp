@@ -23,8 +23,10 @@ HostOptions resolved(HostOptions options)
 
 HostOptions checked(HostOptions options)
 {
-    if (options.tried)
-        requireLoadingReturns(options.sdk, options.plugin);
+    // The calls are traced by a library that opens the device service by its path.
+    const bool needsPath = options.trace && !options.sdk.contains(QLatin1Char('/'));
+    if (options.tried || needsPath)
+        options.sdk = requireLoadingReturns(options.sdk, options.plugin);
     return options;
 }
 
@@ -32,7 +34,7 @@ HostOptions checked(HostOptions options)
 
 Dashboard::Dashboard(const HostOptions &options)
     : m_options(checked(resolved(options))), m_plugin(m_options.plugin),
-      m_deviceService(m_options.sdk)
+      m_deviceService(m_options.sdk, m_options.trace)
 {
     m_plugin.load();
     if (!m_options.card.isEmpty())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CallTrace.h"
 #include "DeviceServiceLibrary.h"
 #include "PluginLibrary.h"
 
@@ -17,12 +18,14 @@ struct HostOptions
     QString card;       ///< argument of DeviceServiceLibrary::start(); empty: the service's default
     QString root; ///< directory used in place of "/" and of the working directory; empty: none
     bool log = false;
+    CallTrace *trace = nullptr; ///< sees the calls of the plug-in; null: they are made directly
 };
 
 /// Plays the dashboard for the plug-in: starts the device service, loads and initialises the
 /// plug-in, and shuts both down in the right order.
 ///
-/// For the main thread.
+/// All calls are made on one thread, which may be another than the main thread. The functions with
+/// a window of the plug-in's object are the exception: they belong to the thread of the window.
 class Dashboard
 {
 public:
@@ -44,8 +47,14 @@ public:
     /// Sends the plug-in a message and returns its answer.
     int notify(unsigned int message, unsigned int param1, unsigned int param2);
 
+    /// Returns the plug-in's interface with a window; null before init() and after shutDown().
+    IUIPlugin *window() const { return m_object ? m_interfaces.window : nullptr; }
+
     PluginLibrary &plugin() { return m_plugin; }
     DeviceServiceLibrary &deviceService() { return m_deviceService; }
+
+    /// Returns the absolute path of the directory that is used in place of "/"; empty: none is.
+    const QString &root() const { return m_options.root; }
 
     /// Returns the path of the file, or an empty text if the plug-in has no table to ask.
     QString reportFile() const { return dataFile(QStringLiteral("UpdateRule.dat")); }

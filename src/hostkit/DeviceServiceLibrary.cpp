@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceServiceLibrary.h"
 
+#include "CallTrace.h"
 #include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
 #include "Failure.h"
@@ -8,6 +9,8 @@
 #include "VisibleText.h"
 
 #include <QFileInfo>
+
+#include <dlfcn.h>
 
 QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
 {
@@ -17,8 +20,13 @@ QString DeviceServiceLibrary::find(const QString &file, const QString &plugin)
     return QFileInfo::exists(beside) ? beside : fileName();
 }
 
-DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
+DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, CallTrace *trace) : m_file(file)
 {
+    // The path of a library that could not be loaded is not known. Its name alone would find the
+    // tap.
+    const bool traced = trace && QFileInfo(m_file).isAbsolute();
+    if (traced)
+        CallTrace::load();
     QLibrary library(m_file);
     library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
     if (!library.load()) {
@@ -31,6 +39,17 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file) : m_file(file)
     if (const auto getControl = reinterpret_cast<DevSrvGetControlFunction>(
             library.resolve("DevSrv_GetControl")))
         m_control = getControl();
+    if (traced)
+        trace->connectTo(m_file);
+}
+
+QString DeviceServiceLibrary::loadedFile() const
+{
+    Dl_info info;
+    const QFunctionPointer function = m_functions.value(kDeviceServiceFunctions[0].name);
+    if (QFileInfo(m_file).isAbsolute() || !dladdr(reinterpret_cast<void *>(function), &info))
+        return m_file;
+    return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
 }
 
 // The plug-in asks for the device service by its soname: it would load another library, or none.
@@ -62,7 +81,7 @@ void DeviceServiceLibrary::resolveFunctions(QLibrary &library)
 void DeviceServiceLibrary::start(const QString &card)
 {
     const DeviceServiceControl &control = requireControl();
-    if (control.start(card.toUtf8().constData()) == 0)
+    if (control.start(fileOrName(card).toUtf8().constData()) == 0)
         return;
     const QString reason = QString::fromUtf8(control.lastError());
     const QString name = card.section(QLatin1Char(':'), 0, 0).section(QLatin1Char('?'), 0, 0);
@@ -116,14 +135,19 @@ QList<std::pair<QString, QString>> DeviceServiceLibrary::devices(const char *bac
 
 std::int32_t DeviceServiceLibrary::loadCard(const QString &card)
 {
-    const DeviceServiceControl &control = requireControl();
+    return requireControl().loadCard(fileOrName(card).toUtf8().constData());
+}
+
+// The working directory changes after the start of the host.
+QString DeviceServiceLibrary::fileOrName(const QString &card) const
+{
     bool shipped = false;
     const char *about = nullptr;
-    for (std::int32_t index = 0; const char *name = control.shippedCard(index, &about); ++index)
+    for (std::int32_t index = 0; const char *name = requireControl().shippedCard(index, &about);
+         ++index)
         shipped = shipped || card == QLatin1String(name);
     const QString file = m_directory.absoluteFilePath(card);
-    const QString chosen = !shipped && QFileInfo(file).isFile() ? file : card;
-    return control.loadCard(chosen.toUtf8().constData());
+    return !shipped && QFileInfo(file).isFile() ? file : card;
 }
 
 void DeviceServiceLibrary::stop()

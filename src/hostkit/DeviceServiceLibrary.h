@@ -10,9 +10,12 @@
 
 #include <utility>
 
+class CallTrace;
+
 /// The device-service library, which is loaded before the plug-in, as in a dashboard.
 ///
-/// There is one object at a time, on the main thread. The library stays loaded when it ends.
+/// There is one object at a time, on the thread of the Dashboard. The library stays loaded when it
+/// ends.
 class DeviceServiceLibrary
 {
 public:
@@ -20,8 +23,12 @@ public:
     /// the library, which the system then finds.
     static QString find(const QString &file, const QString &plugin);
 
-    /// Loads the library that find() returned. Throws Failure.
-    explicit DeviceServiceLibrary(const QString &file);
+    /// Loads the library that find() returned. With `trace`, the plug-in that is loaded next makes
+    /// its calls through it; `file` is then that of requireLoadingReturns(). Throws Failure.
+    explicit DeviceServiceLibrary(const QString &file, CallTrace *trace = nullptr);
+
+    /// Returns the absolute path of the loaded library.
+    QString loadedFile() const;
 
     const QString &file() const { return m_file; }
 
@@ -32,8 +39,10 @@ public:
         return reinterpret_cast<Function *>(m_functions.value(name))(arguments...);
     }
 
-    /// Starts a card: a shipped one, a card file, or a backend with its argument. Throws Failure,
-    /// also for a maker's library, which has no control interface.
+    /// Starts a card: a shipped one, a card file, or a backend with its argument. A relative path
+    /// starts at the directory in which the host was started; "./lte" is a file even though a
+    /// shipped card has that name. Throws Failure, also for a maker's library, which has no control
+    /// interface.
     void start(const QString &card);
 
     /// Returns one line that names the card, or the file of a library that cannot name it.
@@ -52,10 +61,9 @@ public:
     /// a maker's library.
     QList<std::pair<QString, QString>> devices(const char *backend, QString &why) const;
 
-    /// Loads another emulated card: a shipped one or a card file. A relative path starts at the
-    /// directory in which the host was started; "./lte" is a file even though a shipped card has
-    /// that name. Returns 0 on success; otherwise lastError() of the control interface has the
-    /// reason. Throws Failure for a maker's library.
+    /// Loads another emulated card: a shipped one or a card file, as start() takes it. Returns 0 on
+    /// success; otherwise lastError() of the control interface has the reason. Throws Failure for a
+    /// maker's library. Any thread.
     std::int32_t loadCard(const QString &card);
 
     /// Ends the active backend.
@@ -70,6 +78,7 @@ public:
     static QString fileName();
 
 private:
+    QString fileOrName(const QString &card) const;
     void requireSoname() const;
     void resolveFunctions(QLibrary &library);
 

@@ -9,8 +9,8 @@ namespace {
 
 constexpr int kTimeoutMs = 10'000;
 
-// The child tells this when it has loaded the device service. A message that refuses a library may
-// follow.
+// The child tells this and a line with the file when it has loaded the device service. A message
+// that refuses a library may follow.
 constexpr char kServiceLoaded = '\n';
 
 } // namespace
@@ -20,33 +20,42 @@ LoadResult checkLoading(const QString &sdk, const QString &plugin)
     const TrialResult result = runTrial({QLatin1String(kLoadCheckCommand), sdk, plugin},
                                         kTimeoutMs);
     if (!result.notStarted.isEmpty()) {
-        return {QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
+        return {sdk,
+                QStringLiteral("the libraries cannot be checked in a child process: %1; try again")
                     .arg(result.notStarted),
                 {}};
     }
-    const bool serviceLoaded = result.answer.startsWith(kServiceLoaded);
+    QString answer = QString::fromUtf8(result.answer);
+    const bool serviceLoaded = answer.startsWith(QLatin1Char(kServiceLoaded));
+    QString service = sdk;
+    if (serviceLoaded) {
+        service = answer.section(QLatin1Char('\n'), 1, 1);
+        answer = answer.section(QLatin1Char('\n'), 2);
+    }
     if (result.ending.isEmpty())
-        return {{}, QString::fromUtf8(result.answer.mid(serviceLoaded ? 1 : 0))};
+        return {service, {}, answer};
     const QString fatal = serviceLoaded
         ? QStringLiteral("the plug-in %1 %2 while it is loaded; use another one with --plugin FILE")
               .arg(plugin, result.ending)
         : QStringLiteral("the device service %1 %2 while it is loaded; use another one with "
                          "--sdk FILE")
               .arg(sdk, result.ending);
-    return {fatal, {}};
+    return {service, fatal, {}};
 }
 
-void requireLoadingReturns(const QString &sdk, const QString &plugin)
+QString requireLoadingReturns(const QString &sdk, const QString &plugin)
 {
-    if (const QString fatal = checkLoading(sdk, plugin).fatal; !fatal.isEmpty())
-        failRun(fatal);
+    const LoadResult result = checkLoading(sdk, plugin);
+    if (!result.fatal.isEmpty())
+        failRun(result.fatal);
+    return result.service;
 }
 
 void runLoadCheck(const QStringList &files)
 {
     answerTrial([&](const TellParent &tell) {
         const DeviceServiceLibrary service(files.value(0));
-        tell(QByteArray(1, kServiceLoaded));
+        tell(kServiceLoaded + service.loadedFile().toUtf8() + '\n');
         if (!files.value(1).isEmpty()) {
             PluginLibrary plugin(files.value(1));
             plugin.load();

@@ -12,7 +12,7 @@
 /// functions.
 ///
 /// The host does not link to the library, so that the program starts and prints a message if the
-/// file is missing or wrong. For the main thread.
+/// file is missing or wrong. For the thread of the Dashboard.
 class PluginLibrary
 {
 public:

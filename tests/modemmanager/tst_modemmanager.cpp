@@ -7,6 +7,9 @@
 #include "TestBed.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -41,6 +44,7 @@ class tst_ModemManager : public QObject
 
 private:
     TestBed m_bed;
+    QTemporaryDir m_directory;
     const QList<TableRow> m_fields = readTable("modem-fields.txt");
     QMap<QString, QString> m_usual; // the values of the fake daemon's unchanged modem
 
@@ -74,10 +78,36 @@ private Q_SLOTS:
             auto seen = m_bed.witness(number);
             const QString card = "modemmanager"
                 + (number > 0 ? ":" + seen["modem.generic.equipment-identifier"] : QString());
-            Host host({"report", "--json"}, card);
+            Host host({"report", "--json", "--explain"}, card);
             QVERIFY(host.ends());
-            const auto values = host.values();
+            const QByteArray json = host.readAllStandardOutput();
+            const auto values = host.values(json, host.readAllStandardError());
             QVERIFY(isValidReport(readFile(host.file)));
+            for (const QJsonValue row : QJsonDocument::fromJson(json)["explanation"].toArray()) {
+                const QString state = row["state"].toString();
+                const QString value = row["value"].toString();
+                QVERIFY2(value.isEmpty() != (state == "ok"), qPrintable(row["field"].toString()));
+                QVERIFY2(state == "ok" || !row["advice"].toString().isEmpty(), qPrintable(state));
+            }
+
+            Host redacted({"report", "--xml", "--redact=all"}, card);
+            QVERIFY(redacted.ends());
+            const QByteArray shown = redacted.readAllStandardOutput()
+                + redacted.readAllStandardError();
+            for (const char *field : {"IMEI", "IMSI", "ESN", "MEID", "MSISDN",
+                                      "Command/Network/CellID", "Command/Network/PLMN"}) {
+                const QByteArray identity = values[field].toLatin1();
+                QVERIFY2(identity.isEmpty() || !shown.contains(identity), identity.constData());
+            }
+
+            const QString file = m_directory.filePath("record.ini");
+            HostProcess record({"record", file, "--card", card});
+            QVERIFY(record.ends());
+            QCOMPARE(record.exitCode(), 0);
+            Host replay({"report", "--json"}, file);
+            QVERIFY(replay.ends());
+            QCOMPARE(replay.values(), values);
+
             seen = m_bed.witness(number);
             seen.insert(m_bed.witness(number, {"--location-get"}));
             if (values["Command/Network/AcT"] == "LTE")
@@ -166,7 +196,7 @@ private Q_SLOTS:
 
         QVERIFY(host.stop());
         HostProcess replay({"replay", recording, "--speed", "max", "--check"});
-        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}));
+        QVERIFY(replay.says({"6603   DeviceUnavailable", "; no difference"}) && replay.ends());
     }
 
     void completesReportWhenModemOrDaemonBreaksDown()

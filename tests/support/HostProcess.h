@@ -83,12 +83,16 @@ public:
     QMap<QString, QString> values() { return values(readAllStandardError()); }
     QMap<QString, QString> values(const QByteArray &log)
     {
+        return values(readAllStandardOutput(), log);
+    }
+    QMap<QString, QString> values(const QByteArray &output, const QByteArray &log)
+    {
         // These two values are only in the log.
         static const QRegularExpression number("strMSISDN=+(.*)");
         static const QRegularExpression lock("success  card state = (\\d+)");
         QMap<QString, QString> values{{"MSISDN", number.match(QString(log)).captured(1)},
                                       {"SimLock", lock.match(QString(log)).captured(1)}};
-        const auto json = QJsonDocument::fromJson(readAllStandardOutput());
+        const auto json = QJsonDocument::fromJson(output);
         const QJsonObject report = json["values"].toObject();
         for (const QString &key : report.keys())
             values[key.section('/', 1)] = report[key].toString();

@@ -58,11 +58,13 @@ constexpr CardField kFields[] = {
     {"Lock/State", 0, 255, kSim, [](Card &c) -> Ref { return &c.lockState; }},
     {"CS/ReportMode", kMinimum, kMaximum, kNet,
      [](Card &c) -> Ref { return &c.circuitSwitched.reportMode; }},
+    {"CS/KeepsReportMode", 0, 1, kNet, [](Card &c) -> Ref { return &c.circuitSwitchedKeepsMode; }},
     {"CS/State", kMinimum, kMaximum, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.state; }},
     {"CS/LAC", 0, kLac, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.lac; }},
     {"CS/CellID", 0, kCellId, kNet, [](Card &c) -> Ref { return &c.circuitSwitched.cellId; }},
     {"PS/ReportMode", kMinimum, kMaximum, kNet,
      [](Card &c) -> Ref { return &c.packetSwitched.reportMode; }},
+    {"PS/KeepsReportMode", 0, 1, kNet, [](Card &c) -> Ref { return &c.packetSwitchedKeepsMode; }},
     {"PS/State", kMinimum, kMaximum, kNet, [](Card &c) -> Ref { return &c.packetSwitched.state; }},
     {"PS/LAC", 0, kLac, kNet, [](Card &c) -> Ref { return &c.packetSwitched.lac; }},
     {"PS/CellID", 0, kCellId, kNet, [](Card &c) -> Ref { return &c.packetSwitched.cellId; }},
@@ -97,6 +99,10 @@ QString toNumber(const QString &value, std::int32_t minimum, std::int32_t maximu
     return {};
 }
 
+// Whether a card file was written by hand, or is a record. Only in a record can a text have control
+// characters, or be as long as its buffer: by hand, both are mistakes.
+enum class Writer { Hand, Record };
+
 QString toText(const QString &value, std::int32_t maximum, std::string &text, bool lines = false)
 {
     const QByteArray bytes = value.toLatin1();
@@ -128,12 +134,14 @@ QString toFlag(const QString &value, bool &flag)
     return QStringLiteral("\"%1\" is neither true nor false").arg(value);
 }
 
-// Sets a key of one of the three sections that have no fields.
+// Sets a key of one of the sections that have no fields.
 QString setFree(CardDescription &card, const QString &section, const QString &name,
                 const QString &value)
 {
     if (section == QLatin1String("AT"))
         return toText(value, kMaximum, card.atAnswers[name.toStdString()], true);
+    if (section == QLatin1String("Refused"))
+        return toFlag(value, card.refused[name.toStdString()]);
     const std::string function = name.toStdString();
     if (!isFunctionName(function))
         return QStringLiteral("the device service has no function of that name");
@@ -142,20 +150,45 @@ QString setFree(CardDescription &card, const QString &section, const QString &na
     return toNumber(value, 0, kMaximumDelayMs, card.delaysMs[function]);
 }
 
-QString setByKey(CardDescription &card, const QString &key, const QVariant &value)
+QString setByKey(CardDescription &card, const QString &key, const QVariant &value, Writer writer)
 {
     if (value.metaType() == QMetaType::fromType<QStringList>())
         return QStringLiteral("the value has a comma; put it in double quotes");
     const QString section = key.section(QLatin1Char('/'), 0, 0);
-    static const QStringList freeSections{QStringLiteral("AT"), QStringLiteral("Results"),
-                                          QStringLiteral("Delays")};
+    static const QStringList freeSections{QStringLiteral("AT"), QStringLiteral("Refused"),
+                                          QStringLiteral("Results"), QStringLiteral("Delays")};
     if (freeSections.contains(section))
         return setFree(card, section, key.section(QLatin1Char('/'), 1), value.toString());
     for (const CardField &field : kFields) {
-        if (key == QLatin1String(field.key))
-            return setField(card, field, value.toString());
+        if (key != QLatin1String(field.key))
+            continue;
+        const CardField::Reference reference = field.in(card);
+        if (auto *const *text = std::get_if<std::string *>(&reference);
+            text && writer == Writer::Record)
+            return toText(value.toString(), field.maximum + 1, **text, true);
+        return setField(card, field, value.toString());
     }
     return QStringLiteral("there is no such field; \"kestrun cards --fields\" lists them");
+}
+
+// The sections with which a record begins and ends.
+constexpr char kFormatKey[] = "Record/Format";
+constexpr char kCompleteKey[] = "End/Complete";
+constexpr int kFormat = 1;
+
+QString whyNotComplete(const QSettings &record)
+{
+    const QString format = record.value(QLatin1String(kFormatKey)).toString();
+    bool known = false;
+    if (format.toInt(&known) > kFormat) {
+        return QStringLiteral("it is a record of format %1, and format %2 is the latest that is "
+                              "known here; use a newer kestrun")
+            .arg(format)
+            .arg(kFormat);
+    }
+    if (!known || record.value(QLatin1String(kCompleteKey)).toString() != QLatin1String("true"))
+        return QStringLiteral("it is a record whose end is missing; record the card again");
+    return {};
 }
 
 QString whyUnreadable(const QString &file)
@@ -235,17 +268,26 @@ std::optional<CardDescription> readCard(const QString &nameOrFile, QString &erro
         return fail(why);
 
     const QSettings settings(file, QSettings::IniFormat);
-    const QStringList keys = settings.allKeys();
+    QStringList keys = settings.allKeys();
+    const bool isRecord = keys.contains(QLatin1String(kFormatKey));
+    if (const QString why = isRecord ? whyNotComplete(settings) : QString(); !why.isEmpty())
+        return fail(why);
     if (settings.status() != QSettings::NoError)
         return fail(QStringLiteral("it is not an INI file (lines \"[Section]\" and "
                                    "\"Name=value\"); see the shipped cards for examples"));
     if (keys.isEmpty())
         return fail(QStringLiteral("it describes nothing; see the shipped cards for examples"));
 
+    if (isRecord) {
+        keys.removeOne(QLatin1String(kFormatKey));
+        keys.removeOne(QLatin1String(kCompleteKey));
+    }
     CardDescription card;
     card.name = nameOrFile.toStdString();
-    for (const QString &key : keys) {
-        if (const QString wrong = setByKey(card, key, settings.value(key)); !wrong.isEmpty())
+    const Writer writer = isRecord ? Writer::Record : Writer::Hand;
+    for (const QString &key : std::as_const(keys)) {
+        const QString wrong = setByKey(card, key, settings.value(key), writer);
+        if (!wrong.isEmpty())
             return fail(QStringLiteral("field \"%1\": %2").arg(key, wrong));
     }
     return card;

@@ -31,7 +31,11 @@ struct CardDescription
     Registration packetSwitched;
     std::string plmn;
     SystemInfo systemInfo;
+    // Whether the report mode stays what it is when it is set.
+    bool circuitSwitchedKeepsMode = false;
+    bool packetSwitchedKeepsMode = false;
     std::map<std::string, std::string> atAnswers; ///< by command, without the carriage return
+    std::map<std::string, bool> refused;          ///< AT commands that are not sent
     std::map<std::string, std::int32_t> results;  ///< by function name
     std::map<std::string, std::int32_t> delaysMs; ///< by function name
 };
@@ -63,6 +67,9 @@ struct ShippedCard
 };
 
 std::span<const ShippedCard> shippedCards();
+
+/// Separates the pieces in which the answer to an AT command arrives.
+inline constexpr char kPieceSeparator = '\x1e';
 
 /// Reads a shipped card by its name, or a card file (UTF-8 INI, see docs/cards.md). On failure it
 /// returns nothing and one sentence in `error` that says what is wrong, where, and what to do.

@@ -5,6 +5,7 @@
 #include "TextForm.h"
 #include "shared/Guard.h"
 
+#include <sstream>
 #include <utility>
 
 namespace devsrv {
@@ -24,13 +25,17 @@ std::string commandKey(const std::string &command)
     return line.starts_with("AT") ? line.substr(2) : line;
 }
 
-// The answer in one piece, or in a piece for each line with its line end. A card that says nothing
+// The answer in its pieces, or in a piece for each line with its line end. A card that says nothing
 // has no pieces.
 std::vector<std::string> piecesOf(const std::string &answer, bool byLine)
 {
-    if (!byLine && !answer.empty())
-        return {answer};
     std::vector<std::string> pieces;
+    if (!byLine && !answer.empty()) {
+        std::istringstream text(answer);
+        for (std::string piece; std::getline(text, piece, kPieceSeparator);)
+            pieces.push_back(piece);
+        return pieces;
+    }
     for (std::size_t begin = 0; begin < answer.size();) {
         const std::size_t end = answer.find('\n', begin);
         const std::size_t length = end == std::string::npos ? end : end - begin + 1;
@@ -187,8 +192,9 @@ bool EmulatedCard::setReportMode(Domain domain, std::int32_t mode)
     const std::lock_guard lock(m_mutex);
     if (!m_card.present)
         return false;
-    (domain == Domain::CircuitSwitched ? m_card.circuitSwitched : m_card.packetSwitched)
-        .reportMode = mode;
+    const bool circuitSwitched = domain == Domain::CircuitSwitched;
+    if (!(circuitSwitched ? m_card.circuitSwitchedKeepsMode : m_card.packetSwitchedKeepsMode))
+        (circuitSwitched ? m_card.circuitSwitched : m_card.packetSwitched).reportMode = mode;
     return true;
 }
 
@@ -217,10 +223,12 @@ bool EmulatedCard::execute(const std::string &command, const AnswerSink &answer)
     std::int32_t mode = 0;
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_card.present)
+        const std::string key = commandKey(command);
+        const auto refused = m_card.refused.find(key);
+        if (!m_card.present || (refused != m_card.refused.end() && refused->second))
             return false;
         mode = m_answerMode;
-        const auto known = m_card.atAnswers.find(commandKey(command));
+        const auto known = m_card.atAnswers.find(key);
         const std::string text = known == m_card.atAnswers.end() ? kUnknownCommand : known->second;
         deliver = [answer, pieces = piecesOf(text, mode & DEVSRV_ANSWER_IN_PIECES)] {
             for (const std::string &piece : pieces)

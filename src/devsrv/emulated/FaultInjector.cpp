@@ -19,7 +19,7 @@ TextFill fillOf(const DevSrvFault &fault)
 {
     if (fault.flags & DEVSRV_FAULT_NO_TERMINATOR)
         return TextFill::NoTerminator;
-    return fault.flags & DEVSRV_FAULT_HIGH_BYTES ? TextFill::HighBytes : TextFill::Proper;
+    return fault.flags & DEVSRV_FAULT_HIGH_BYTES ? TextFill::HighBytes : TextFill::Whole;
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 ExitStatus runReport(const CommandLine &line);
 ExitStatus runWatch(const CommandLine &line);
 ExitStatus runReplay(const CommandLine &line);
+ExitStatus runRecord(const CommandLine &line);
 ExitStatus runSms(const CommandLine &line);
 ExitStatus runNotify(const CommandLine &line);
 ExitStatus runCards(const CommandLine &line);

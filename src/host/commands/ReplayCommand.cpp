@@ -103,7 +103,7 @@ public:
                        .card = QStringLiteral("none"),
                        .root = line.has("root") ? line.value("root")
                                                 : m_scratch.filePath(QStringLiteral("root")),
-                       .log = line.has("log")}),
+                       .log = line.has("log") && !redactor()}),
           m_observer(m_dashboard)
     {
         QObject::connect(&m_stop, &StopSignals::stopped, &m_wait, [this] {
@@ -208,6 +208,9 @@ ExitStatus runReplay(const CommandLine &line)
     const std::optional<double> speed = speedOf(line);
     const Recording recording = readRecording(line.positional().constFirst());
     setPluginLog(line.has("log"));
+    // Learns the identities before any of them can be printed.
+    for (const RecordedEvent &recorded : recording.events)
+        presentable(recorded.event);
     printNote(QStringLiteral("kestrun: source: recording of ") + recording.source);
     Replay replay(recording, speed, line);
     replay.run();

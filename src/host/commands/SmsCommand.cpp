@@ -1,22 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "CommandLineDashboard.h"
 #include "Commands.h"
+#include "Latin1.h"
 #include "Output.h"
 
 namespace {
-
-// Throws Failure for a text with a character that the card cannot take.
-void checkIsLatin1(const QString &what, const QString &text)
-{
-    for (qsizetype index = 0; index < text.size(); ++index) {
-        if (text.at(index).unicode() > 0xff) {
-            failUsage(QStringLiteral("the %1 has a character outside Latin-1, \"%2\" at position "
-                                     "%3; nothing was sent")
-                          .arg(what, text.mid(index, text.at(index).isHighSurrogate() ? 2 : 1))
-                          .arg(index + 1));
-        }
-    }
-}
 
 // Returns the messages in the journal of the emulated card, one a line.
 QString sentMessages(const DeviceServiceLibrary &service)
@@ -36,8 +24,12 @@ void send(const CommandLine &line)
 {
     const QString number = line.positional().at(1);
     const QString text = line.positional().at(2);
-    checkIsLatin1(QStringLiteral("number"), number);
-    checkIsLatin1(QStringLiteral("text"), text);
+    if (Redactor *const redacting = redactor()) {
+        redacting->learn(Redactor::Kind::Number, number);
+        redacting->learn(Redactor::Kind::Text, text);
+    }
+    requireLatin1(QStringLiteral("number"), number);
+    requireLatin1(QStringLiteral("text"), text);
     CommandLineDashboard dashboard(line.hostOptions());
     const KestrunHostTable &table = dashboard.plugin().requireTable(
         QStringLiteral("send messages"));

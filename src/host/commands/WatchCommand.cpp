@@ -2,6 +2,7 @@
 #include "CommandLineDashboard.h"
 #include "Commands.h"
 #include "MetricsFile.h"
+#include "Output.h"
 #include "Recording.h"
 #include "ServiceManager.h"
 #include "StopSignals.h"
@@ -34,7 +35,8 @@ ExitStatus runWatch(const CommandLine &line)
     if (recording || metrics) {
         observer.emplace(dashboard);
         QObject::connect(&*observer, &EventObserver::handled, &watcher,
-                         [&](const HandledEvent &event) {
+                         [&](const HandledEvent &handled) {
+                             const HandledEvent event = presentable(handled);
                              if (recording)
                                  recording->add(event);
                              if (metrics)

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Plot.h"
+#include "ReportModel.h"
+#include "Session.h"
+
+#include <QMainWindow>
+#include <QTranslator>
+
+class CardHeader;
+class CardPage;
+class EmulatedPanel;
+class MessageBar;
+class QPushButton;
+class QTabWidget;
+
+/// The window: a message if something is wrong, the card, and the pages.
+///
+/// Its texts are made again when the language changes; the models stay.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// The session and the models must live longer than this object.
+    MainWindow(Session &session, RecordModel &timeLine, RecordModel &log);
+
+    /// Shows the window in a language ("en", "de") if the plug-in accepts it; others become
+    /// English.
+    void setLanguage(const QString &language);
+
+Q_SIGNALS:
+    /// The window was closed and the session has ended.
+    void closed();
+
+protected:
+    void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void build();
+    void buildMenu();
+    QWidget *buildHead();
+    void buildPages();
+    void addPage(QWidget *page, const QString &title);
+    void onOpened();
+    void onReport(const QList<Explanation> &elements);
+    void onCard();
+    void writeReport();
+    void showProblem(const QString &why);
+    void solveProblem();
+
+    Session &m_session;
+    RecordModel &m_timeLine;
+    RecordModel &m_log;
+    ReportModel m_report;
+    PlotData m_plot;
+    CardFacts m_facts;
+    QString m_problem;
+    QString m_language;
+    QString m_pluginLanguage; // the same, as the plug-in takes it
+    QTranslator m_translator;
+    QTranslator m_qtTranslator;
+    bool m_writing = false;
+
+    MessageBar *m_message = nullptr;
+    CardHeader *m_header = nullptr;
+    QPushButton *m_write = nullptr;
+    QTabWidget *m_pages = nullptr;
+    CardPage *m_cards = nullptr;
+    EmulatedPanel *m_emulated = nullptr;
+};

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+
+/// One sentence about a problem, at the top of the window, until it is dismissed or solved. A later
+/// message replaces it.
+class MessageBar : public QFrame
+{
+    Q_OBJECT
+
+public:
+    MessageBar();
+
+    /// What a button offers.
+    enum class Offer { Nothing, Retry, TrialDirectory };
+
+    void show(const QString &message, Offer offer);
+
+    QString message() const { return m_message->text(); }
+
+Q_SIGNALS:
+    void accepted(MessageBar::Offer offer);
+
+private:
+    QLabel *const m_message;
+    QPushButton *const m_accept;
+    Offer m_offer = Offer::Nothing;
+};

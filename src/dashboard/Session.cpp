@@ -1,0 +1,389 @@
+// SPDX-License-Identifier: MIT
+#include "Session.h"
+
+#include "Failure.h"
+#include "Latin1.h"
+#include "VisibleText.h"
+
+#include <QElapsedTimer>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// The message by which a dashboard asks for a report.
+constexpr unsigned int kRewrite = 4096;
+
+struct EventName
+{
+    int event;
+    const char *text;
+    bool rewrites; ///< the plug-in writes a report
+};
+
+constexpr EventName kEvents[] = {
+    {DEVSRV_EVENT_CARD_CHANGED,
+     QT_TRANSLATE_NOOP("Session", "a card was inserted, changed or removed"), true},
+    {ZEPA_EVENT_DEV_DEVICE_INIT_FINISH, QT_TRANSLATE_NOOP("Session", "a card is ready"), false},
+    {DEVSRV_EVENT_SIM_CHANGED, QT_TRANSLATE_NOOP("Session", "the SIM or its lock changed"), true},
+    {DEVSRV_EVENT_DEVICE_REMOVED, QT_TRANSLATE_NOOP("Session", "the card was removed"), false},
+    {DEVSRV_EVENT_DEVICE_ENABLED, QT_TRANSLATE_NOOP("Session", "the card's radio was switched on"),
+     false},
+    {DEVSRV_EVENT_DEVICE_LOST, QT_TRANSLATE_NOOP("Session", "the card no longer answers"), false},
+    {DEVSRV_EVENT_NETWORK_CHANGED,
+     QT_TRANSLATE_NOOP("Session", "registration, technology, operator or cell changed"), true},
+};
+
+const EventName *findEvent(int event)
+{
+    const auto *const found = std::find_if(
+        std::begin(kEvents), std::end(kEvents),
+        [=](const EventName &name) { return name.event == event; });
+    return found == std::end(kEvents) ? nullptr : found;
+}
+
+} // namespace
+
+QList<std::pair<int, QString>> knownEvents()
+{
+    QList<std::pair<int, QString>> events;
+    for (const EventName &name : kEvents)
+        events.append({name.event, Session::tr(name.text)});
+    return events;
+}
+
+Session::Session(const HostOptions &options, RecordModel &timeLine, Redactor *redactor)
+    : m_options(options), m_redactor(redactor), m_trace([redactor](const TracedCall &call) {
+          // Before the plug-in writes the values to its log.
+          if (redactor)
+              redactor->learn(call.values);
+      }),
+      m_timeLine(timeLine)
+{
+    constexpr int kCardMs = 200;
+    m_cardTimer.setSingleShot(true);
+    m_cardTimer.setInterval(kCardMs);
+    connect(&m_cardTimer, &QTimer::timeout, this, &Session::askCard);
+    connect(this, &Session::failed, this,
+            [this](const QString &why) { tell(RecordKind::Problem, why); });
+    m_worker.moveToThread(&m_thread);
+    m_thread.start();
+}
+
+QString Session::shown(const QString &text) const
+{
+    return visible(m_redactor ? m_redactor->redacted(text) : text);
+}
+
+QString Session::shownValue(const QString &path, const QString &value) const
+{
+    return visible(m_redactor ? m_redactor->redacted(path, value) : value);
+}
+
+QString Session::value(const char *path) const
+{
+    const QString name = QLatin1String(path);
+    return m_report ? shownValue(name, valueOf(m_report->values(), name)) : QString();
+}
+
+void Session::tell(RecordKind kind, const QString &text)
+{
+    m_timeLine.add(kind, shown(text));
+}
+
+Session::~Session()
+{
+    QMetaObject::invokeMethod(&m_worker, [this] { close(); });
+    m_thread.quit();
+    m_thread.wait();
+}
+
+// Runs the task on the worker's thread, and tells of a Failure that it throws.
+template <typename Task>
+void Session::onWorker(const QString &what, Task task)
+{
+    m_calls << what;
+    Q_EMIT busy(m_calls.constFirst());
+    QMetaObject::invokeMethod(&m_worker, [this, task = std::move(task)] {
+        try {
+            task();
+        } catch (const Failure &failure) {
+            Q_EMIT failed(failure.message);
+        }
+        onMain([this] {
+            m_calls.removeFirst();
+            Q_EMIT busy(m_calls.value(0));
+        });
+    });
+}
+
+template <typename Task>
+void Session::onMain(Task task)
+{
+    QMetaObject::invokeMethod(this, std::move(task));
+}
+
+void Session::open()
+{
+    m_window = nullptr;
+    m_deviceService = nullptr;
+    m_report.reset();
+    onWorker(tr("Loading the plug-in and the device service"),
+             [this, options = m_options] { load(options); });
+}
+
+void Session::openInTrialDirectory()
+{
+    m_options.root = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)
+        + QStringLiteral("/trial");
+    open();
+}
+
+bool Session::needsDirectory() const
+{
+    return m_options.root.isEmpty() && m_report
+        && qstrcmp(obstacle(m_report->file()).code, "no-directory") == 0;
+}
+
+void Session::load(const HostOptions &chosen)
+{
+    close();
+    // Paths are relative to it, also when everything is loaded again.
+    QDir::setCurrent(m_startDirectory);
+    HostOptions options = chosen;
+    // A card that cannot be started leaves the window with the choice of another one.
+    options.card.clear();
+    options.trace = &m_trace;
+    auto dashboard = std::make_unique<Dashboard>(options);
+    auto *const controller = static_cast<QObject *>(
+        dashboard->plugin().requireTable(QStringLiteral("be shown in a window")).controller());
+    connect(controller, SIGNAL(DeviceAvailable()), this, SLOT(onAvailable()));
+    connect(controller, SIGNAL(DeviceUnavailable()), this, SLOT(onUnavailable()));
+    m_dashboard = std::move(dashboard);
+    startCardOf(chosen);
+    DeviceServiceLibrary &library = m_dashboard->deviceService();
+    m_events = std::make_unique<EventTap>(
+        library, [this](int event) { tellEvent(event); },
+        [this](int event, qint64 milliseconds) { timeEvent(event, milliseconds); });
+    onMain([this, &library, file = m_dashboard->reportFile(), root = m_dashboard->root()] {
+        watchReport(file, root, library);
+    });
+}
+
+void Session::startCardOf(const HostOptions &chosen)
+{
+    if (chosen.card.isEmpty())
+        return;
+    try {
+        m_dashboard->deviceService().start(chosen.card);
+    } catch (const Failure &failure) {
+        Q_EMIT failed(failure.message);
+        // The default card would be taken for the chosen one.
+        if (m_dashboard->deviceService().control())
+            m_dashboard->deviceService().start(QStringLiteral("none"));
+    }
+}
+
+void Session::watchReport(const QString &file, const QString &root, DeviceServiceLibrary &library)
+{
+    m_deviceService = &library;
+    m_report = std::make_unique<ReportWatch>(file);
+    connect(m_report.get(), &ReportWatch::rewritten, this,
+            [this, root](const QList<ValueChange> &changes) { tellChanges(changes, root); });
+    onWorker(tr("Starting the plug-in, which writes a report"), [this] {
+        timeReport([this] { m_dashboard->init(); });
+        m_events->followPlugin();
+        onMain([this, window = m_dashboard->window()] {
+            m_window = window;
+            tell(RecordKind::Call, QStringLiteral("Init() → true"));
+            requestCard();
+            Q_EMIT opened();
+        });
+    });
+}
+
+void Session::writeReport()
+{
+    if (!m_window)
+        return;
+    onWorker(tr("A report is being written"), [this] {
+        timeReport([this] {
+            const int result = m_dashboard->notify(kRewrite, 0, 0);
+            tell(RecordKind::Call,
+                 QStringLiteral("Notify(%1, 0, 0) → %2").arg(kRewrite).arg(result));
+            Q_EMIT notified(result);
+        });
+    });
+}
+
+template <typename Call>
+void Session::timeReport(Call call)
+{
+    const QString file = m_dashboard->reportFile();
+    const FileState previous(file);
+    QElapsedTimer timer;
+    timer.start();
+    call();
+    const qint64 milliseconds = timer.elapsed();
+    if (readWrittenReport(file, previous))
+        Q_EMIT reportTimed(milliseconds);
+    else
+        Q_EMIT failed(QStringLiteral("no report was written: ") + whyNotWritten(file));
+    onMain([this] {
+        if (m_report)
+            m_report->check();
+    });
+}
+
+void Session::sendSms(const QString &number, const QString &text, bool receipt)
+{
+    if (!m_window)
+        return;
+    if (m_redactor) {
+        m_redactor->learn(Redactor::Kind::Number, number);
+        m_redactor->learn(Redactor::Kind::Text, text);
+    }
+    onWorker(tr("A message is being sent"), [this, number, text, receipt] {
+        QString result;
+        try {
+            result = sendOnWorker(number, text, receipt);
+        } catch (const Failure &failure) {
+            result = failure.message;
+        }
+        tell(RecordKind::Call, QStringLiteral("SMS: ") + result);
+        Q_EMIT smsDone(shown(result));
+    });
+}
+
+QString Session::sendOnWorker(const QString &number, const QString &text, bool receipt)
+{
+    requireLatin1(QStringLiteral("number"), number);
+    requireLatin1(QStringLiteral("text"), text);
+    const KestrunHostTable &table = *m_dashboard->plugin().table();
+    if (table.setReceipts(receipt) != KESTRUN_ACCEPTED)
+        return tr("The device service refused delivery receipts; nothing was sent.");
+    if (table.sendSms(number.toUtf8().constData(), text.toUtf8().constData()) != KESTRUN_ACCEPTED)
+        return tr("The device service refused the message; the page Log shows the result.");
+    return receipt ? tr("The device service accepted the message and will ask for a receipt.")
+                   : tr("The device service accepted the message.");
+}
+
+void Session::startCard(const QString &card)
+{
+    if (!m_window)
+        return;
+    onWorker(tr("Starting %1").arg(shown(card)), [this, card] {
+        m_dashboard->deviceService().start(card);
+        tell(RecordKind::Card, m_dashboard->deviceService().source());
+        timeReport([this] { m_dashboard->notify(kRewrite, 0, 0); });
+        onMain([this] { requestCard(); });
+    });
+}
+
+void Session::findCards(bool ports)
+{
+    if (!m_window)
+        return;
+    onWorker(tr("Looking for cards"), [this, ports] {
+        const DeviceServiceLibrary &library = m_dashboard->deviceService();
+        NamedValues rows = rowsOf(library.requireControl().shippedCard)
+            + deviceRows(library, false);
+        if (ports)
+            rows += deviceRows(library, true);
+        Q_EMIT cardsFound(rows);
+    });
+}
+
+void Session::requestCard()
+{
+    if (!m_cardTimer.isActive())
+        m_cardTimer.start();
+}
+
+void Session::askCard()
+{
+    if (!m_window)
+        return;
+    if (m_asking)
+        return m_cardTimer.start();
+    m_asking = true;
+    onWorker(tr("Asking the card"), [this] {
+        const DeviceServiceLibrary &library = m_dashboard->deviceService();
+        CardFacts facts{library.source(), ::askCard(library).fields};
+        if (m_redactor) {
+            m_redactor->learn(facts.fields);
+            facts.fields = m_redactor->redacted(facts.fields);
+        }
+        facts.source = shown(facts.source);
+        onMain([this, facts] {
+            m_asking = false;
+            Q_EMIT cardAsked(facts);
+        });
+    });
+}
+
+void Session::end()
+{
+    m_window = nullptr;
+    m_deviceService = nullptr;
+    onWorker(tr("Ending"), [this] {
+        close();
+        onMain([this] { Q_EMIT ended(); });
+    });
+}
+
+void Session::close()
+{
+    m_events.reset();
+    m_dashboard.reset();
+}
+
+void Session::onAvailable()
+{
+    tell(RecordKind::Signal, QStringLiteral("DeviceAvailable()"));
+    Q_EMIT availableChanged(true);
+}
+
+void Session::onUnavailable()
+{
+    tell(RecordKind::Signal, QStringLiteral("DeviceUnavailable()"));
+    Q_EMIT availableChanged(false);
+}
+
+void Session::tellEvent(int event)
+{
+    const EventName *const name = findEvent(event);
+    tell(RecordKind::Event,
+         QStringLiteral("%1: %2").arg(event).arg(name ? tr(name->text) : tr("unknown")));
+    onMain([this] { requestCard(); });
+}
+
+void Session::timeEvent(int event, qint64 milliseconds)
+{
+    if (const EventName *const name = findEvent(event); name && name->rewrites)
+        Q_EMIT reportTimed(milliseconds);
+}
+
+void Session::tellChanges(const QList<ValueChange> &changes, const QString &root)
+{
+    const ReportValues &values = m_report->values();
+    if (m_redactor)
+        m_redactor->learn(values);
+    tell(RecordKind::Rewrite, tr("%n value(s) changed", nullptr, static_cast<int>(changes.size())));
+    for (const ValueChange &change : changes) {
+        m_timeLine.add(RecordKind::Change,
+                       QStringLiteral("%1: \"%2\" → \"%3\"")
+                           .arg(change.path, shownValue(change.path, change.previous),
+                                shownValue(change.path, change.current)));
+    }
+    QList<Explanation> elements = explain(values, m_trace.reportCalls(), versionFiles(root));
+    for (Explanation &element : elements) {
+        element.value = shownValue(element.path, element.value);
+        element.origin = shown(element.origin);
+        element.reason = shown(element.reason);
+    }
+    Q_EMIT reportRead(elements);
+    requestCard();
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#include "SmsPanel.h"
+
+#include "Session.h"
+
+#include <QFormLayout>
+
+SmsPanel::SmsPanel(Session &session)
+    : m_number(new QLineEdit), m_text(new QPlainTextEdit),
+      m_receipt(new QCheckBox(tr("Ask for a delivery &receipt"))),
+      m_send(new QPushButton(tr("&Send"))), m_result(new QLabel)
+{
+    m_number->setObjectName(QStringLiteral("number"));
+    m_text->setObjectName(QStringLiteral("text"));
+    m_text->setTabChangesFocus(true);
+    m_result->setObjectName(QStringLiteral("result"));
+    m_result->setWordWrap(true);
+    m_result->setTextFormat(Qt::PlainText);
+
+    auto *const form = new QFormLayout(this);
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
+    form->addRow(tr("&Number:"), m_number);
+    form->addRow(tr("&Text:"), m_text);
+    form->addRow(m_receipt);
+    form->addRow(m_send);
+    form->addRow(m_result);
+
+    connect(m_number, &QLineEdit::textChanged, this, &SmsPanel::allowSending);
+    connect(m_send, &QPushButton::clicked, this, [this, &session] {
+        m_sending = true;
+        allowSending();
+        m_result->setText(tr("The message is being sent…"));
+        session.sendSms(m_number->text(), m_text->toPlainText(), m_receipt->isChecked());
+    });
+    connect(&session, &Session::smsDone, this, [this](const QString &result) {
+        m_sending = false;
+        allowSending();
+        m_result->setText(result);
+    });
+    allowSending();
+}
+
+void SmsPanel::allowSending()
+{
+    m_send->setEnabled(!m_sending && !m_number->text().isEmpty());
+}

@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: MIT
+#include "TestData.h"
+#include "WindowUnderTest.h"
+
+#include <QAbstractItemView>
+#include <QAbstractSpinBox>
+#include <QAccessible>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QTreeWidget>
+
+namespace {
+
+/// Counts how often the event loop runs a timer: a window that waits for a card runs none.
+class Ticks : public QTimer
+{
+public:
+    int count = 0;
+
+    Ticks()
+    {
+        connect(this, &QTimer::timeout, this, [this] { ++count; });
+        start(10);
+    }
+};
+
+template <typename Widget>
+Widget *find(const WindowUnderTest &test, const char *name)
+{
+    return test.window.findChild<Widget *>(QLatin1String(name));
+}
+
+void click(const WindowUnderTest &test, const QString &text)
+{
+    for (QPushButton *const button : test.window.findChildren<QPushButton *>()) {
+        if (button->text().remove('&') == text)
+            return QTest::mouseClick(button, Qt::LeftButton);
+    }
+    QFAIL(qPrintable("no button " + text));
+}
+
+bool showsLabel(const WindowUnderTest &test, const QString &text)
+{
+    const QList<QLabel *> labels = test.window.findChildren<QLabel *>();
+    return std::any_of(labels.begin(), labels.end(),
+                       [&](const QLabel *label) { return label->text().contains(text); });
+}
+
+/// Returns the cells of the row of the report with that element, separated by "|".
+QString reportRow(const WindowUnderTest &test, const QString &element)
+{
+    const QAbstractItemModel &model = *find<QAbstractItemView>(test, "report")->model();
+    const QModelIndexList found = model.match(model.index(0, 0), Qt::DisplayRole, element, 1,
+                                              Qt::MatchExactly | Qt::MatchRecursive);
+    if (found.isEmpty())
+        return {};
+    return found[0].siblingAtColumn(1).data().toString() + '|'
+        + found[0].siblingAtColumn(2).data().toString();
+}
+
+/// Returns the positions in the time line of the first records that contain the texts.
+QList<int> positions(const RecordModel &records, const QStringList &texts)
+{
+    QList<int> found;
+    for (const QString &text : texts) {
+        int row = 0;
+        while (row < records.rowCount()
+               && !records.index(row, RecordModel::Text).data().toString().contains(text))
+            ++row;
+        found << (row < records.rowCount() ? row : -1);
+    }
+    return found;
+}
+
+QString textAt(const RecordModel &records, int row)
+{
+    return records.index(row, RecordModel::Text).data().toString();
+}
+
+} // namespace
+
+class tst_Dashboard : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"); }
+
+    void showsCardAndReport()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        for (const char *text : {"KE-421",
+                                 "operator 00101 · LTE · registered at home · SIM not "
+                                 "locked",
+                                 "emulated card lte"})
+            QVERIFY2(showsLabel(test, text), text);
+        QTRY_COMPARE(reportRow(test, "IMEI"), "490154203237518|ok");
+        QCOMPARE(reportRow(test, "MEID"), "|not supported");
+        test.window.setLanguage("de");
+        QTRY_VERIFY(showsLabel(test, "im Heimnetz eingebucht"));
+        QCOMPARE(reportRow(test, "MEID"), "|nicht unterstützt");
+        QTRY_VERIFY(positions(test.timeLine, {"ChangeLang(\"de-de\") → true"})[0] >= 0);
+    }
+
+    void emulatedPanelPlaysALife()
+    {
+        WindowUnderTest test({"none"});
+        QVERIFY(test.opens());
+        QVERIFY(showsLabel(test, "No card"));
+        find<QComboBox>(test, "card")->setCurrentText("hspa");
+        click(test, "Insert");
+        QTRY_VERIFY(showsLabel(test, "KE-210"));
+        QTRY_COMPARE(reportRow(test, "AcT"), "HSPA-PLU|ok");
+
+        find<QComboBox>(test, "field")->setCurrentText("Network/PLMN");
+        QTest::keyClicks(find<QLineEdit>(test, "value"), "26201");
+        click(test, "Change");
+        QTRY_COMPARE(reportRow(test, "PLMN"), "26201|ok");
+        find<QComboBox>(test, "field")->setCurrentText("Card/Present");
+        click(test, "Change");
+        QVERIFY2(showsLabel(test, "Card/Present"), qPrintable(find<QLabel>(test, "done")->text()));
+
+        find<QComboBox>(test, "function")->setCurrentText("ZEPA_NetSrv_GetCurPlmn");
+        find<QAbstractSpinBox>(test, "faultResult")->setProperty("value", 7);
+        click(test, "Set the fault");
+        find<QComboBox>(test, "event")->setCurrentText("6614");
+        click(test, "Raise");
+        QTRY_COMPARE(reportRow(test, "PLMN"), "|refused");
+
+        click(test, "Remove");
+        QTRY_VERIFY(showsLabel(test, "No card"));
+        QTRY_VERIFY(find<QLabel>(test, "message")->text().startsWith("The card is gone"));
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    // The delays stand for the half minute that a card may take.
+    void staysAliveWhileTheCardIsSlow()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        const DeviceServiceControl &control = *test.session.deviceService()->control();
+        const DevSrvFault slow{0, 1000, 0, 0};
+        control.setFault("ZEPA_DevSrv_GetSN", &slow);
+        control.setFault("ZEPA_SMSSrv_SendMsg", &slow);
+        control.clearJournal();
+        const Ticks ticks;
+        QSignalSpy notified(&test.session, &Session::notified);
+        QSignalSpy unavailable(&test.session, &Session::availableChanged);
+
+        click(test, "Write a report");
+        QTRY_VERIFY(QByteArray(control.journal()).contains("GetSN"));
+        click(test, "Remove");
+        QVERIFY(unavailable.wait());
+        QVERIFY(notified.isEmpty());
+        QVERIFY(notified.wait());
+        QVERIFY2(ticks.count >= 50, qPrintable(QString::number(ticks.count)));
+
+        const int before = ticks.count;
+        QTest::keyClicks(find<QLineEdit>(test, "number"), "+15550199");
+        QTest::keyClicks(find<QPlainTextEdit>(test, "text"), "hello");
+        click(test, "Insert");
+        click(test, "Send");
+        QTRY_VERIFY_WITH_TIMEOUT(find<QLabel>(test, "result")->text()
+                                     == "The device service accepted the message.",
+                                 15'000);
+        QVERIFY(QByteArray(control.journal()).contains("SMS \"+15550199\" \"hello\" receipt=0"));
+        QVERIFY(ticks.count >= before + 50);
+    }
+
+    void keepsTheLatestOfAFlood()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        test.showPage("Time line");
+        test.window.show();
+        const DeviceServiceControl &control = *test.session.deviceService()->control();
+        QSignalSpy batches(&test.timeLine, &QAbstractItemModel::rowsInserted);
+        QElapsedTimer timer;
+        timer.start();
+        constexpr int kFirst = 1'000'000;
+        constexpr int kLast = kFirst + 12'000;
+        for (int event = kFirst; event <= kLast; ++event) {
+            control.raiseEvent(event);
+            if (event % 100 == 0)
+                QTest::qWait(1);
+        }
+        const RecordModel &records = test.timeLine;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            textAt(records, records.rowCount() - 1).startsWith(QString::number(kLast)), 30'000);
+        QCOMPARE(records.rowCount(), RecordModel::kCapacity);
+        QVERIFY2(batches.size() <= timer.elapsed() / 100 + 1,
+                 qPrintable(QString::number(batches.size())));
+        const auto *const table = test.window.findChild<QTableView *>();
+        const QModelIndex last = table->model()->index(RecordModel::kCapacity - 1, 2);
+        QTRY_VERIFY(table->viewport()->rect().intersects(table->visualRect(last)));
+        QCOMPARE(test.log.rowCount(), RecordModel::kCapacity);
+    }
+
+    void tellsProblemsInTheWindow_data() { addRows("window-problems.txt"); }
+    void tellsProblemsInTheWindow()
+    {
+        const QHash<QString, QString> files{
+            {"NONE", "/no/such/file"}, {"SDK", SDK_FILE}, {"CRASHES", CRASHING_SDK}};
+        WindowUnderTest::Choice choice{cell("card"), cell("root")};
+        if (!cell("plugin").isEmpty())
+            choice.plugin = files[cell("plugin")];
+        if (!cell("sdk").isEmpty())
+            choice.sdk = files[cell("sdk")];
+        WindowUnderTest test(choice);
+        test.window.show();
+        const auto *const message = find<QLabel>(test, "message");
+        QTRY_VERIFY_WITH_TIMEOUT(message->isVisible(), 15'000);
+        QVERIFY2(message->text().contains(cell("message")), qPrintable(message->text()));
+        if (cell("opens") == "yes") {
+            QVERIFY(test.opens());
+            QVERIFY(showsLabel(test, "No card"));
+            QCOMPARE(reportRow(test, "IMEI").section('|', 0, 0), "");
+        } else {
+            click(test, "Try again");
+            QTRY_VERIFY_WITH_TIMEOUT(message->isVisible(), 15'000);
+            QVERIFY(!test.session.window());
+        }
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    void showsNoIdentityIfRedacted()
+    {
+        WindowUnderTest::Choice choice{"lte"};
+        choice.redacted = true;
+        WindowUnderTest test(choice);
+        QVERIFY(test.opens());
+        click(test, "Remove");
+        QTRY_VERIFY(showsLabel(test, "No card"));
+        click(test, "Insert");
+        QTest::keyClicks(find<QLineEdit>(test, "number"), "+15550199");
+        click(test, "Send");
+        QTRY_VERIFY(showsLabel(test, "accepted"));
+        QTRY_VERIFY(reportRow(test, "IMEI").endsWith("|ok"));
+        QTRY_VERIFY(positions(test.log, {"strIMEI"})[0] >= 0);
+
+        QStringList texts;
+        for (const QLabel *const label : test.window.findChildren<QLabel *>())
+            texts << label->text();
+        QAbstractItemModel *const report = find<QAbstractItemView>(test, "report")->model();
+        for (QAbstractItemModel *const model :
+             QList<QAbstractItemModel *>{&test.timeLine, &test.log, report}) {
+            for (const QModelIndex &index :
+                 model->match(model->index(0, 0), Qt::DisplayRole, ".*", -1,
+                              Qt::MatchRegularExpression | Qt::MatchRecursive)) {
+                for (int column = 0; column < model->columnCount(); ++column) {
+                    const QModelIndex shown = index.siblingAtColumn(column);
+                    texts << shown.data().toString() << shown.data(Qt::ToolTipRole).toString();
+                }
+            }
+        }
+        QVERIFY(texts.size() > 500);
+        for (const char *identity :
+             {"490154203237518", "001010123456789", "KE21A0000417", "15550199"})
+            QVERIFY2(texts.filter(identity).isEmpty(),
+                     qPrintable(texts.filter(identity).join('\n')));
+    }
+
+    void callsTheInterfaceWithAWindow()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        const auto *const calls = find<QTreeWidget>(test, "calls");
+        const QList<TableRow> expected = readTable("window-calls.txt");
+        QCOMPARE(calls->topLevelItemCount(), expected.size());
+        for (int row = 0; row < expected.size(); ++row) {
+            const QTreeWidgetItem &item = *calls->topLevelItem(row);
+            QCOMPARE(item.text(0), expected[row]["call"]);
+            QCOMPARE(item.text(1), expected[row]["answer"]);
+            QCOMPARE(item.text(2), "none");
+        }
+    }
+
+    void isAccessibleAndNarrow_data() { addRows("window-languages.txt"); }
+    void isAccessibleAndNarrow()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        test.window.setLanguage(cell("language"));
+        test.window.show();
+        QTest::qWait(50);
+        test.window.resize(320, 480);
+        QCOMPARE(test.window.width(), 320);
+        auto *const pages = test.window.findChild<QTabWidget *>();
+        int controls = 0;
+        for (int page = 0; page < pages->count(); ++page) {
+            pages->setCurrentIndex(page);
+            QTest::qWait(10);
+            for (QWidget *const widget : pages->currentWidget()->findChildren<QWidget *>()) {
+                const bool isControl = qobject_cast<QAbstractButton *>(widget)
+                    || qobject_cast<QLineEdit *>(widget) || qobject_cast<QComboBox *>(widget)
+                    || qobject_cast<QAbstractSpinBox *>(widget)
+                    || qobject_cast<QAbstractItemView *>(widget)
+                    || qobject_cast<QPlainTextEdit *>(widget);
+                if (!isControl || !widget->isVisible() || widget->objectName().startsWith("qt_")
+                    || widget->focusProxy() || widget->inherits("QHeaderView")
+                    || widget->inherits("QTableCornerButton"))
+                    continue;
+                ++controls;
+                const QString what = widget->metaObject()->className()
+                    + (" " + widget->objectName());
+                QAccessibleInterface *const seen = QAccessible::queryAccessibleInterface(widget);
+                QVERIFY2(!seen->text(QAccessible::Name).isEmpty(), qPrintable(what));
+                QVERIFY2(widget->focusPolicy() & Qt::TabFocus, qPrintable(what));
+            }
+        }
+        QVERIFY2(controls >= 30, qPrintable(QString::number(controls)));
+    }
+
+    void endsInOrder()
+    {
+        WindowUnderTest test({"lte"});
+        QVERIFY(test.opens());
+        test.window.show();
+        const DeviceServiceControl &control = *test.session.deviceService()->control();
+        QVERIFY(control.callbackCount() > 0);
+        QSignalSpy closed(&test.window, &MainWindow::closed);
+        test.window.close();
+        QVERIFY(closed.wait());
+        QCOMPARE(control.callbackCount(), 0);
+    }
+};
+
+int main(int argc, char **argv)
+{
+    beLoadCheck(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    tst_Dashboard test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_dashboard.moc"

@@ -258,7 +258,9 @@ void MainWindow::addPage(QWidget *page, const QString &title)
 void MainWindow::onOpened()
 {
     m_write->setEnabled(true);
-    m_cards->refresh();
+    // A card maker's library offers no choice.
+    if (m_session.deviceService()->control())
+        m_cards->refresh();
     m_emulated->fill();
     setLanguage(m_language);
 }

@@ -90,10 +90,10 @@ void ReportModel::addElement(const QString &path)
 // The states are named in the present language, which may have changed since they were set.
 QVariant ReportModel::data(const QModelIndex &index, int role) const
 {
-    const QVariant data = QStandardItemModel::data(index, role);
-    if (index.column() != State || role != Qt::DisplayRole || !data.isValid())
-        return data;
-    return stateName(data.toString());
+    QVariant shown = QStandardItemModel::data(index, role);
+    if (index.column() == State && role == Qt::DisplayRole && shown.isValid())
+        shown = stateName(shown.toString());
+    return shown;
 }
 
 QVariant ReportModel::headerData(int section, Qt::Orientation orientation, int role) const

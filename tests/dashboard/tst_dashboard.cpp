@@ -149,6 +149,9 @@ private Q_SLOTS:
         control.setFault("ZEPA_DevSrv_GetSN", &slow);
         control.setFault("ZEPA_SMSSrv_SendMsg", &slow);
         control.clearJournal();
+        // A loop that waited for the card would run a few. A busy machine skips some of the
+        // hundred.
+        constexpr int kAlive = 20;
         const Ticks ticks;
         QSignalSpy notified(&test.session, &Session::notified);
         QSignalSpy unavailable(&test.session, &Session::availableChanged);
@@ -159,18 +162,18 @@ private Q_SLOTS:
         QVERIFY(unavailable.wait());
         QVERIFY(notified.isEmpty());
         QVERIFY(notified.wait());
-        QVERIFY2(ticks.count >= 50, qPrintable(QString::number(ticks.count)));
+        QVERIFY2(ticks.count >= kAlive, qPrintable(QString::number(ticks.count)));
 
-        const int before = ticks.count;
         QTest::keyClicks(find<QLineEdit>(test, "number"), "+15550199");
         QTest::keyClicks(find<QPlainTextEdit>(test, "text"), "hello");
         click(test, "Insert");
+        const int before = ticks.count;
         click(test, "Send");
         QTRY_VERIFY_WITH_TIMEOUT(find<QLabel>(test, "result")->text()
                                      == "The device service accepted the message.",
                                  15'000);
         QVERIFY(QByteArray(control.journal()).contains("SMS \"+15550199\" \"hello\" receipt=0"));
-        QVERIFY(ticks.count >= before + 50);
+        QVERIFY2(ticks.count >= before + kAlive, qPrintable(QString::number(ticks.count)));
     }
 
     void keepsTheLatestOfAFlood()

@@ -481,6 +481,7 @@ Verdict checkThreads(const Functions &functions)
     QString fault;
     std::atomic<int> rounds = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([&, number] {
             const Channel &channel = kChannels[std::size_t(number) % std::size(kChannels)];

@@ -6,15 +6,12 @@
 
 namespace {
 
-// The libraries log from the moment at which they are loaded. What they and their shell commands
-// print themselves cannot be redacted, and is not shown.
+// The libraries log from the moment at which they are loaded.
 HostOptions prepared(HostOptions options)
 {
     setPluginLog(options.log);
-    if (redactor()) {
-        options.log = false;
+    if (redactor())
         options.trace = &callTrace();
-    }
     return options;
 }
 

@@ -6,7 +6,6 @@
 #include "RegularFile.h"
 
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <chrono>
 
@@ -49,18 +48,12 @@ void MetricsFile::write()
 // Returns one sentence with the reason if the file could not be replaced; the old one stays then.
 QString MetricsFile::replaceFile() const
 {
-    const auto notReplaced = [this](const QString &reason) {
-        return QStringLiteral("the metrics cannot be written to %1: %2; make room, grant the "
-                              "right, or choose another place with --metrics FILE")
-            .arg(m_file, reason);
-    };
-    const QFileInfo info(m_file);
-    if (info.exists() && !info.isFile())
-        return notReplaced(QStringLiteral("it is not a regular file"));
-    QSaveFile file(m_file);
-    if (!file.open(QIODevice::WriteOnly))
-        return notReplaced(file.errorString());
-    if (!writeAll(file, m_metrics.text()))
-        return notReplaced(qt_error_string());
-    return file.commit() ? QString() : notReplaced(file.errorString());
+    constexpr auto kForEverybody = QFileDevice::ReadOwner | QFileDevice::WriteOwner
+        | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    const QString reason = ::replaceFile(m_file, m_metrics.text(), kForEverybody);
+    if (reason.isEmpty())
+        return {};
+    return QStringLiteral("the metrics cannot be written to %1: %2; make room, grant the right, or "
+                          "choose another place with --metrics FILE")
+        .arg(m_file, reason);
 }

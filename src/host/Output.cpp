@@ -20,13 +20,14 @@ namespace {
 int s_error = 0;
 
 FILE *s_output = stdout;
+FILE *s_errors = stderr;
+bool s_isFile = false; // whether the output is the file of --output
 QString s_outputName = QStringLiteral("standard output");
 bool s_quiet = false;
 std::unique_ptr<Redactor> s_redactor;
 
-void put(FILE *stream, const QString &text)
+void put(FILE *stream, const QByteArray &bytes)
 {
-    const QByteArray bytes = (s_redactor ? s_redactor->redacted(text) : text).toUtf8();
     const std::size_t size = static_cast<std::size_t>(bytes.size());
     const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size
         && std::fflush(stream) == 0;
@@ -39,6 +40,24 @@ void put(FILE *stream, const QString &text)
 void setRedaction(Redactor::Extent extent)
 {
     s_redactor = std::make_unique<Redactor>(extent);
+    // What the libraries and their shell commands print themselves cannot be redacted.
+    s_output = fdopen(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
+    s_errors = fdopen(errorDescriptor(), "w");
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nowhere, STDOUT_FILENO);
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+}
+
+int outputDescriptor()
+{
+    return fileno(s_output);
+}
+
+int errorDescriptor()
+{
+    static const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    return descriptor;
 }
 
 Redactor *redactor()
@@ -68,6 +87,7 @@ void setOutputFile(const QString &file)
     const int descriptor = open(QFile::encodeName(file).constData(), O_WRONLY | O_CREAT | O_CLOEXEC,
                                 0666);
     s_output = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
+    s_isFile = true;
     if (!s_output) {
         failRun(QStringLiteral("%1 cannot be written: %2; choose another place with --output FILE")
                     .arg(file, qt_error_string(errno)));
@@ -92,12 +112,17 @@ QString colored(const QString &text, Color color)
                   : text;
 }
 
-void print(const QString &text)
+void printPresentable(const QString &text)
 {
     // A command that fails before it prints anything leaves the file as it is.
-    static const bool isEmptied = s_output != stdout && ftruncate(fileno(s_output), 0) == 0;
+    static const bool isEmptied = s_isFile && ftruncate(fileno(s_output), 0) == 0;
     Q_UNUSED(isEmptied)
-    put(s_output, text);
+    put(s_output, text.toUtf8());
+}
+
+void print(const QString &text)
+{
+    printPresentable(s_redactor ? s_redactor->redacted(text) : text);
 }
 
 void requirePrinted()
@@ -120,7 +145,8 @@ void printError(const QString &text)
     QStringList lines = text.split(QLatin1Char('\n'));
     for (QString &line : lines)
         line = visible(line);
-    put(stderr, lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+    const QString shown = lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+    put(s_errors, (s_redactor ? s_redactor->redacted(shown) : shown).toUtf8());
 }
 
 QString table(const QList<std::pair<QString, QString>> &rows)

@@ -10,7 +10,8 @@
 
 struct HandledEvent;
 
-/// Has everything that is printed, and the log, be without identities from now on.
+/// Has everything that is printed, and the log, be without identities from now on. What others
+/// print to standard output and standard error is dropped. Called before anything is printed.
 void setRedaction(Redactor::Extent extent);
 
 /// Returns what makes the output redacted, or null if it is not.
@@ -39,6 +40,15 @@ QString colored(const QString &text, Color color);
 
 /// Writes UTF-8 to standard output, without a buffer.
 void print(const QString &text);
+
+/// As print(), for a text that presentable() has made free of identities.
+void printPresentable(const QString &text);
+
+/// Returns the descriptor to which print() writes.
+int outputDescriptor();
+
+/// Returns the user's standard error, to which STDERR_FILENO may no longer lead.
+int errorDescriptor();
 
 /// Throws Failure if an earlier print() could not write everything. A reader that closed its end of
 /// a pipe is no failure.

@@ -9,7 +9,6 @@
 #include <QSet>
 #include <QtGlobal>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -17,19 +16,12 @@ namespace {
 // The plug-in writes this as a warning for each message that it sends, also on success.
 constexpr QLatin1String kSuccess("The Error code returned by the ZEPA_SMSSrv_CreateSMSRecord = 0");
 
-// The user's standard error; PluginOutput redirects the descriptor itself.
-int userError()
-{
-    static const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    return descriptor;
-}
-
 // One call of the system, so that lines of two threads do not mix.
 void showLine(const QString &line)
 {
     const Redactor *const redacting = redactor();
     const QByteArray bytes = visible(redacting ? redacting->redacted(line) : line).toUtf8() + '\n';
-    [[maybe_unused]] const ssize_t written = write(userError(), bytes.constData(),
+    [[maybe_unused]] const ssize_t written = write(errorDescriptor(), bytes.constData(),
                                                    static_cast<std::size_t>(bytes.size()));
 }
 
@@ -60,6 +52,6 @@ void showWarnings(QtMsgType type, const QMessageLogContext &, const QString &mes
 
 void setPluginLog(bool shown)
 {
-    userError();
+    errorDescriptor();
     qInstallMessageHandler(shown ? showAll : showWarnings);
 }

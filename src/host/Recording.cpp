@@ -5,6 +5,7 @@
 #include "Output.h"
 #include "RegularFile.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -100,9 +101,13 @@ private:
             fail(QStringLiteral("\"event\" or \"time\" is not a number; make another recording"));
         if (line.contains(u"card"))
             m_card = readValues(line[u"card"]);
+        constexpr double kLongestS = 1e9;
+        const double time = line[u"time"].toDouble();
+        if (time < 0 || time > kLongestS)
+            fail(QStringLiteral("\"time\" is not a number of seconds; make another recording"));
         HandledEvent event;
         event.event = line[u"event"].toInt();
-        event.arrivedUs = qRound64(line[u"time"].toDouble() * 1e6);
+        event.arrivedUs = qRound64(time * 1e6);
         event.card = m_card;
         for (const QJsonValue name : line[u"signals"].toArray())
             event.emitted << name.toString();
@@ -145,7 +150,8 @@ private:
 
 } // namespace
 
-RecordingWriter::RecordingWriter(const QString &file) : m_file(file)
+// The dashboard changes the working directory.
+RecordingWriter::RecordingWriter(const QString &file) : m_file(QFileInfo(file).absoluteFilePath())
 {
     // It has identities.
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly,

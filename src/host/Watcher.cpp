@@ -22,7 +22,7 @@ Watcher::Watcher(Dashboard &dashboard, Form form)
     : m_dashboard(dashboard),
       m_table(dashboard.plugin().requireTable(QStringLiteral("be watched"))), m_form(form),
       m_report(dashboard.reportFile()), m_input(STDIN_FILENO, QSocketNotifier::Read),
-      m_readerGone(STDOUT_FILENO, QSocketNotifier::Exception)
+      m_readerGone(outputDescriptor(), QSocketNotifier::Exception)
 {
     connect(&m_report, &ReportWatch::rewritten, this, &Watcher::tellRewrite);
     connect(&m_input, &QSocketNotifier::activated, this, &Watcher::readCommands);

@@ -35,9 +35,6 @@ constexpr struct
     {"ZEPA_DevSrv_RegisterDevInitEventCallback", "ZEPA_DevSrv_UnRegisterDevInitEventCallback"},
 };
 
-// Ends a piece of an answer in a card file.
-constexpr char kPieceEnd = '\x1e';
-
 // The pieces of the present answer. The callback has no context.
 QByteArrayList s_pieces;
 QBasicMutex s_piecesMutex;
@@ -112,8 +109,9 @@ private:
     {
         for (const auto &[section, setReport] : kDomains) {
             const QString mode = valueOf(before, reportMode(section));
-            if (!mode.isEmpty() && mode.toInt() != kReportLocation)
-                call(setReport, kReportLocation);
+            if (!mode.isEmpty() && mode.toInt() != kReportLocation
+                && call(setReport, kReportLocation))
+                m_switched << setReport;
         }
     }
 
@@ -127,10 +125,13 @@ private:
                 if (!mode.isEmpty() && mode.toInt() != kReportLocation)
                     set(fields, QLatin1String(section) + QStringLiteral("/KeepsReportMode"),
                         QStringLiteral("true"));
-            } else if (!mode.isEmpty() && !now.isEmpty()) {
-                m_library.call<decltype(ZEPA_NetSrv_SetCSRegReport)>(setReport, mode.toInt());
-                set(fields, reportMode(section), mode);
+                continue;
             }
+            // Also if the card no longer tells its mode.
+            if (m_switched.contains(setReport))
+                m_library.call<decltype(ZEPA_NetSrv_SetCSRegReport)>(setReport, mode.toInt());
+            if (!mode.isEmpty() && !now.isEmpty())
+                set(fields, reportMode(section), mode);
         }
     }
 
@@ -146,22 +147,23 @@ private:
     void askCommands(const QStringList &commands)
     {
         const ZEPA_DataRevCallback callback = takePiece;
-        if (!call("ZEPA_RegDataRevCallBack", callback))
-            return;
+        const bool registered = call("ZEPA_RegDataRevCallBack", callback);
         for (const QString &command : commands)
-            ask(command);
-        call("ZEPA_UnRegDataRevCallBack", callback);
+            ask(command, registered);
+        if (registered)
+            call("ZEPA_UnRegDataRevCallBack", callback);
     }
 
-    void ask(const QString &command)
+    // Nothing is heard of an answer if no callback is registered.
+    void ask(const QString &command, bool registered)
     {
         {
             const QMutexLocker lock(&s_piecesMutex);
             s_pieces.clear();
         }
         const QByteArray line = "AT" + command.toLatin1() + '\r';
-        const bool sent = call("ZEPA_ExuceATCmd", line.constData(),
-                               static_cast<std::int32_t>(line.size()));
+        const bool sent = registered
+            && call("ZEPA_ExuceATCmd", line.constData(), static_cast<std::int32_t>(line.size()));
         if (sent)
             call("ZEPA_EndExuceATCmd");
         const QMutexLocker lock(&s_piecesMutex);
@@ -194,6 +196,7 @@ private:
     const DeviceServiceLibrary &m_library;
     CardFields m_fields;
     QList<CardCall> m_calls;
+    QList<const char *> m_switched; // the functions that switched reports on
 };
 
 } // namespace

@@ -9,6 +9,9 @@
 /// Fields of a card file with their values: "Network/PLMN", "Results/ZEPA_DevSrv_GetSN".
 using CardFields = NamedValues;
 
+/// Ends a piece of an AT answer in a card file.
+inline constexpr char kPieceEnd = '\x1e';
+
 /// One question to the card.
 struct CardCall
 {

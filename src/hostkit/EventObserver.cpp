@@ -96,22 +96,24 @@ EventObserver::~EventObserver()
 
 int EventObserver::onArrival(int event, void *)
 {
-    if (EventObserver *const self = s_observer; self->m_started)
+    if (EventObserver *const self = s_observer; self && self->m_started)
         self->begin(event);
     return 0;
 }
 
 int EventObserver::onEnd(int event, void *)
 {
-    s_observer.load()->end(event);
+    if (EventObserver *const self = s_observer)
+        self->end(event);
     return 0;
 }
 
 int EventObserver::onAnswer(void *data, int length)
 {
-    EventObserver *const self = s_observer;
-    const QMutexLocker lock(&self->m_mutex);
-    self->m_pieces.append(static_cast<const char *>(data), length);
+    if (EventObserver *const self = s_observer; self && data) {
+        const QMutexLocker lock(&self->m_mutex);
+        self->m_pieces.append(QByteArray(static_cast<const char *>(data), length));
+    }
     return 1;
 }
 
@@ -159,6 +161,8 @@ void EventObserver::begin(int event)
     {
         const QMutexLocker lock(&m_mutex);
         open.alone = m_openCount++ == 0;
+        if (open.alone)
+            m_pieces.clear();
         open.arrivals = ++m_arrivals;
     }
     open.handled.card = askCard(m_dashboard.deviceService()).fields;
@@ -200,7 +204,8 @@ void EventObserver::noteReport(const OpenEvent &open, HandledEvent &event)
         const CardFields now = askCard(m_dashboard.deviceService()).fields;
         event.cardChanged = comparable(now) != comparable(event.card);
         const QMutexLocker lock(&m_mutex);
-        event.card.append({QLatin1String(kTriggerField), QString::fromLatin1(m_pieces)});
+        event.card.append(
+            {QLatin1String(kTriggerField), QString::fromLatin1(m_pieces.join(kPieceEnd))});
         m_pieces.clear();
     } else if (asked) {
         event.failure = QLatin1String(obstacle(m_reportFile).code);

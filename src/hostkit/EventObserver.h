@@ -90,5 +90,5 @@ private:
     QWaitCondition m_ended;
     int m_openCount = 0;
     int m_arrivals = 0;
-    QByteArray m_pieces; // of the AT answers since the last report
+    QByteArrayList m_pieces; // of the AT answers since the last report
 };

@@ -48,13 +48,13 @@ struct Context
 };
 
 constexpr Context kContexts[] = {
-    {"=str(IMEI|IMSI|SN|ESN|MEID|MSISDN|Lac|CellID)(?:_FAILED)?=+([^=]*)$", Kind::Text},
-    {"<(IMEI|IMSI|SN|ESN|MEID|Lac|CellID)>([^<]*)<", Kind::Text},
-    {"()ZEPA_DevSrv_GetImeiInfo(?: returned)?: (.*?)(?:, -?\\d+:)?$", Kind::Imei},
-    {"()ZEPA_DevSrv_GetImsiInfo\\((.*)\\)", Kind::Imsi},
-    {"()ZEPA_DevSrv_Get(?:SN|ESN)\\((.*)\\)", Kind::Code},
+    {"=str(IMEI|IMSI|SN|ESN|MEID|MSISDN|Lac|CellID)(?:_FAILED)?=+([^=]+)$", Kind::Text},
+    {"<(IMEI|IMSI|SN|ESN|MEID|Lac|CellID)>([^<]+)<", Kind::Text},
+    {"()ZEPA_DevSrv_GetImeiInfo(?: returned)?: (.+?)(?:, -?\\d+:)?$", Kind::Imei},
+    {"()ZEPA_DevSrv_GetImsiInfo\\((.+)\\)", Kind::Imsi},
+    {"()ZEPA_DevSrv_Get(?:SN|ESN)\\((.+)\\)", Kind::Code},
     {"()ZEPA_NetSrv_(?:Get[CP]SRegState|SetPSRegReport)\\((..+)\\)", Kind::Code},
-    {"() Response data: (.*)$", Kind::Answer},
+    {"() Response data: (.+)$", Kind::Answer},
     {"()^SMS (\"[^\n]*\") receipt=[01]$", Kind::Text},
 };
 
@@ -361,22 +361,27 @@ QString Redactor::redacted(const QString &text) const
         }
         return list;
     }();
-    for (const auto &[expression, kind] : contexts) {
+    // The first place of all contexts: what precedes it has none.
+    QRegularExpressionMatch first;
+    Kind kind = Kind::Text;
+    for (const auto &[expression, kindOfContext] : contexts) {
         const auto match = expression.match(text);
-        if (!match.hasMatch() || match.capturedLength(2) == 0)
-            continue;
-        const Kind known = match.capturedLength(1) > 0 ? *kindOf(match.captured(1)) : kind;
-        const QString value = match.captured(2);
-        QString made;
-        {
-            const QMutexLocker lock(&m_mutex);
-            made = m_words.value(value);
+        const bool precedes = !first.hasMatch() || match.capturedStart(2) < first.capturedStart(2);
+        if (match.hasMatch() && precedes) {
+            first = match;
+            kind = match.capturedLength(1) > 0 ? *kindOf(match.captured(1)) : kindOfContext;
         }
-        return scanned(text.left(match.capturedStart(2)), false)
-            + (made.isEmpty() ? madeUp(known, value) : made)
-            + redacted(text.mid(match.capturedEnd(2)));
     }
-    return scanned(text, false);
+    if (!first.hasMatch())
+        return scanned(text, false);
+    const QString value = first.captured(2);
+    QString made;
+    {
+        const QMutexLocker lock(&m_mutex);
+        made = m_words.value(value);
+    }
+    return scanned(text.left(first.capturedStart(2)), false)
+        + (made.isEmpty() ? madeUp(kind, value) : made) + redacted(text.mid(first.capturedEnd(2)));
 }
 
 // Replaces what is known, and what has the form of an identity.

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -36,4 +38,23 @@ inline bool writeAll(const QFileDevice &file, QByteArrayView bytes)
         bytes = bytes.sliced(written < 0 ? 0 : written);
     }
     return true;
+}
+
+/// Gives a file a new content, or leaves it whole. Returns the reason if that is not possible, else
+/// an empty text. A new file gets the rights `rights`; an existing one keeps its own.
+inline QString replaceFile(const QString &name, const QByteArray &content,
+                           QFileDevice::Permissions rights)
+{
+    const QFileInfo info(name);
+    if (info.exists() && !info.isFile())
+        return QStringLiteral("it is not a regular file");
+    QSaveFile file(name);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    if (!info.exists())
+        file.setPermissions(rights);
+    // Past the buffer: commit() does not see that flushing fails.
+    if (!writeAll(file, content))
+        return qt_error_string();
+    return file.commit() ? QString() : file.errorString();
 }

@@ -196,7 +196,7 @@ std::optional<Registration> ModemManagerCard::registration(Domain domain)
         return std::nullopt;
     const auto location = parseLocation(text);
     if (!location) {
-        m_client.warnings().warn(QStringLiteral("the location \"%1\" is malformed").arg(text));
+        m_client.warnings().warn(QStringLiteral("the location that the daemon gives is malformed"));
         return std::nullopt;
     }
     return registrationOf(*location, domain,

@@ -46,6 +46,16 @@ QList<ConformanceResult> check(const QString &file)
     return why.isEmpty() ? QList{first} + checkConformance(file) : QList{first};
 }
 
+// Leaves out the values of the card, which the details have in quotes.
+QList<ConformanceResult> redacted(QList<ConformanceResult> results)
+{
+    for (ConformanceResult &result : results) {
+        if (result.detail.contains(QLatin1Char('"')))
+            result.detail = QStringLiteral("not shown, because it has values of the card");
+    }
+    return results;
+}
+
 int count(const QList<ConformanceResult> &results, Mark mark)
 {
     return int(std::count_if(results.begin(), results.end(),
@@ -93,7 +103,7 @@ ExitStatus runCheck(const CommandLine &line)
 {
     const QString file = DeviceServiceLibrary::find(line.value("sdk"),
                                                     PluginLibrary::defaultFile());
-    const QList<ConformanceResult> results = check(file);
+    const QList<ConformanceResult> results = redactor() ? redacted(check(file)) : check(file);
     print(line.has("json") ? QString::fromUtf8(toJson(file, results)) : toText(file, results));
     return count(results, Mark::Failed) == 0 ? ExitStatus::Done : ExitStatus::NotDone;
 }

@@ -5,8 +5,7 @@
 #include "Output.h"
 #include "PluginLog.h"
 #include "PluginOutput.h"
-
-#include <QSaveFile>
+#include "RegularFile.h"
 
 namespace {
 
@@ -28,15 +27,14 @@ QStringList commandsOf(const CommandLine &line)
     return commands;
 }
 
-// Writes the file whole, or leaves the old one.
-void writeFile(const QString &name, const QByteArray &content)
+void writeRecord(const QString &name, const CardFields &fields)
 {
-    QSaveFile file(name);
-    // commit() does not see that flushing fails, and would put an incomplete file in place.
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.flush()
-        || !file.commit()) {
+    // It has identities.
+    constexpr auto kForOwner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    const QString reason = replaceFile(name, recordFile(fields), kForOwner);
+    if (!reason.isEmpty()) {
         failRun(QStringLiteral("%1 cannot be written: %2; make room, or choose another file")
-                    .arg(name, file.errorString()));
+                    .arg(name, reason));
     }
 }
 
@@ -53,15 +51,17 @@ ExitStatus runRecord(const CommandLine &line)
     CardFields fields;
     QString source;
     {
-        const PluginOutput quiet(line.has("log") && !redactor());
+        const PluginOutput quiet(line.has("log"));
         if (const QString card = line.value("card"); !card.isEmpty())
             library.start(card);
         fields = recordCard(library, options);
         source = library.source();
         library.stop();
     }
+    // Learns the identities before the source, which may have one, is shown.
+    fields = presentable(fields);
     printNote(QStringLiteral("kestrun: source: ") + source);
-    writeFile(file, recordFile(presentable(fields)));
+    writeRecord(file, fields);
     print(QStringLiteral("%1 has %2 fields; \"kestrun report --card %1\" replays them.\n")
               .arg(file)
               .arg(fields.size()));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "CardRecord.h"
 #include "Commands.h"
 #include "Output.h"
 #include "PluginLog.h"
@@ -91,19 +92,27 @@ QString difference(const HandledEvent &recorded, const HandledEvent &replayed)
     return recorded.report ? differenceOfValues(*recorded.report, *replayed.report) : QString();
 }
 
+QString rootOf(const CommandLine &line, const QTemporaryDir &scratch)
+{
+    if (!scratch.isValid()) {
+        failRun(QStringLiteral("no temporary directory can be made: %1; make room, or name another "
+                               "place with TMPDIR")
+                    .arg(scratch.errorString()));
+    }
+    return line.has("root") ? line.value("root") : scratch.filePath(QStringLiteral("root"));
+}
+
 /// Drives the plug-in with an emulated card through a recorded life.
 class Replay
 {
 public:
     Replay(const Recording &recording, std::optional<double> speed, const CommandLine &line)
         : m_recording(recording), m_fileName(line.positional().constFirst()), m_speed(speed),
-          m_checks(line.has("check")),
-          m_dashboard({.plugin = line.pluginFile(),
-                       .sdk = line.value("sdk"),
-                       .card = QStringLiteral("none"),
-                       .root = line.has("root") ? line.value("root")
-                                                : m_scratch.filePath(QStringLiteral("root")),
-                       .log = line.has("log") && !redactor()}),
+          m_checks(line.has("check")), m_dashboard({.plugin = line.pluginFile(),
+                                                    .sdk = line.value("sdk"),
+                                                    .card = QStringLiteral("none"),
+                                                    .root = rootOf(line, m_scratch),
+                                                    .log = line.has("log")}),
           m_observer(m_dashboard)
     {
         QObject::connect(&m_stop, &StopSignals::stopped, &m_wait, [this] {
@@ -156,7 +165,7 @@ private:
     void load(const RecordedEvent &recorded)
     {
         QFile card(m_scratch.filePath(QStringLiteral("card.ini")));
-        if (!card.open(QIODevice::WriteOnly) || !writeAll(card, cardFile(recorded.event.card))) {
+        if (!card.open(QIODevice::WriteOnly) || !writeAll(card, recordFile(recorded.event.card))) {
             failRun(QStringLiteral("%1 cannot be written: %2; make room")
                         .arg(card.fileName(), qt_error_string()));
         }

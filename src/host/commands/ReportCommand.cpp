@@ -54,14 +54,14 @@ QJsonArray toJson(const QList<Explanation> &rows)
 QString toText(const QList<Explanation> &rows)
 {
     constexpr int kPathColumn = 38;
-    constexpr int kValueColumn = 25;
-    constexpr int kStateColumn = 15;
+    constexpr int kValueColumn = 24;
+    constexpr int kStateColumn = 14;
     QString text;
     for (const Explanation &row : rows) {
         const bool ok = row.advice.isEmpty();
         const QString state = row.state.leftJustified(kStateColumn);
         text += row.path.leftJustified(kPathColumn) + visible(row.value).leftJustified(kValueColumn)
-            + (ok ? state : colored(state, Color::Yellow))
+            + QLatin1Char(' ') + (ok ? state : colored(state, Color::Yellow)) + QLatin1Char(' ')
             + visible(row.origin.isEmpty() ? row.kind : row.origin) + QLatin1Char('\n');
         if (!ok)
             text += QStringLiteral("    %1: %2\n").arg(visible(row.reason), row.advice);
@@ -92,7 +92,7 @@ ExitStatus reportMetrics(const CommandLine &line)
         observer.observe([&] { dashboard.init(); });
     }
     dashboard.shutDown();
-    print(QString::fromUtf8(metrics.text()));
+    printPresentable(QString::fromUtf8(metrics.text()));
     if (metrics.reports == 0)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(dashboard.reportFile()));
     return ExitStatus::Done;

@@ -42,8 +42,11 @@ ExitStatus runWatch(const CommandLine &line)
                              if (metrics)
                                  metrics->add(event);
                          });
-        if (recording)
+        if (recording) {
+            // Learns the identities before the source, which may have one, is written.
+            presentable(askCard(dashboard.deviceService()).fields);
             recording->begin(dashboard.deviceService().source());
+        }
         observer->observe([&] { dashboard.init(); });
     } else {
         dashboard.init();

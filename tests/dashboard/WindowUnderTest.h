@@ -42,6 +42,10 @@ public:
                   timeLine, choice.redacted ? &redactor : nullptr),
           window(session, timeLine, log)
     {
+        // Now, since the window makes its widgets again for a new language.
+        window.setLanguage(QStringLiteral("en"));
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         session.open();
     }
 

@@ -263,6 +263,9 @@ void MainWindow::onOpened()
         m_cards->refresh();
     m_emulated->fill();
     setLanguage(m_language);
+    // The offer beside it depends on what is loaded now.
+    if (!m_problem.isEmpty())
+        showProblem(m_problem);
 }
 
 void MainWindow::onReport(const QList<Explanation> &elements)

@@ -131,7 +131,7 @@ void Session::open()
     m_deviceService = nullptr;
     m_report.reset();
     onWorker(tr("Loading the plug-in and the device service"),
-             [this, options = m_options] { load(options); });
+             [this, options = m_options, turn = ++m_turn] { load(options, turn); });
 }
 
 void Session::openInTrialDirectory()
@@ -147,7 +147,7 @@ bool Session::needsDirectory() const
         && qstrcmp(obstacle(m_report->file()).code, "no-directory") == 0;
 }
 
-void Session::load(const HostOptions &chosen)
+void Session::load(const HostOptions &chosen, int turn)
 {
     close();
     // Paths are relative to it, also when everything is loaded again.
@@ -167,8 +167,10 @@ void Session::load(const HostOptions &chosen)
     m_events = std::make_unique<EventTap>(
         library, [this](int event) { tellEvent(event); },
         [this](int event, qint64 milliseconds) { timeEvent(event, milliseconds); });
-    onMain([this, &library, file = m_dashboard->reportFile(), root = m_dashboard->root()] {
-        watchReport(file, root, library);
+    onMain([this, turn, &library, file = m_dashboard->reportFile(), root = m_dashboard->root()] {
+        // Otherwise the library may be gone: the user has closed the window, or loads again.
+        if (turn == m_turn)
+            watchReport(file, root, library);
     });
 }
 
@@ -192,10 +194,12 @@ void Session::watchReport(const QString &file, const QString &root, DeviceServic
     m_report = std::make_unique<ReportWatch>(file);
     connect(m_report.get(), &ReportWatch::rewritten, this,
             [this, root](const QList<ValueChange> &changes) { tellChanges(changes, root); });
-    onWorker(tr("Starting the plug-in, which writes a report"), [this] {
+    onWorker(tr("Starting the plug-in, which writes a report"), [this, turn = m_turn] {
         timeReport([this] { m_dashboard->init(); });
         m_events->followPlugin();
-        onMain([this, window = m_dashboard->window()] {
+        onMain([this, turn, window = m_dashboard->window()] {
+            if (turn != m_turn)
+                return;
             m_window = window;
             tell(RecordKind::Call, QStringLiteral("Init() → true"));
             requestCard();
@@ -239,8 +243,10 @@ void Session::timeReport(Call call)
 
 void Session::sendSms(const QString &number, const QString &text, bool receipt)
 {
-    if (!m_window)
+    if (!m_window) {
+        Q_EMIT smsDone(tr("The plug-in is not loaded; nothing was sent."));
         return;
+    }
     if (m_redactor) {
         m_redactor->learn(Redactor::Kind::Number, number);
         m_redactor->learn(Redactor::Kind::Text, text);
@@ -262,8 +268,10 @@ QString Session::sendOnWorker(const QString &number, const QString &text, bool r
     requireLatin1(QStringLiteral("number"), number);
     requireLatin1(QStringLiteral("text"), text);
     const KestrunHostTable &table = *m_dashboard->plugin().table();
-    if (table.setReceipts(receipt) != KESTRUN_ACCEPTED)
+    // Without a receipt the setting matters only if an earlier message has changed it.
+    if ((receipt || m_wantsReceipts) && table.setReceipts(receipt) != KESTRUN_ACCEPTED)
         return tr("The device service refused delivery receipts; nothing was sent.");
+    m_wantsReceipts = receipt;
     if (table.sendSms(number.toUtf8().constData(), text.toUtf8().constData()) != KESTRUN_ACCEPTED)
         return tr("The device service refused the message; the page Log shows the result.");
     return receipt ? tr("The device service accepted the message and will ask for a receipt.")
@@ -326,6 +334,7 @@ void Session::askCard()
 
 void Session::end()
 {
+    ++m_turn;
     m_window = nullptr;
     m_deviceService = nullptr;
     onWorker(tr("Ending"), [this] {
@@ -338,6 +347,7 @@ void Session::close()
 {
     m_events.reset();
     m_dashboard.reset();
+    m_wantsReceipts = false;
 }
 
 void Session::onAvailable()

@@ -124,7 +124,7 @@ private:
     void askCard();
 
     // Called on the worker's thread.
-    void load(const HostOptions &chosen);
+    void load(const HostOptions &chosen, int turn);
     void startCardOf(const HostOptions &chosen);
     template <typename Call>
     void timeReport(Call call);
@@ -146,10 +146,12 @@ private:
     QStringList m_calls; // that block, the present one first
     DeviceServiceLibrary *m_deviceService = nullptr;
     IUIPlugin *m_window = nullptr;
+    int m_turn = 0; // counts open() and end(): results of an earlier turn are dropped
 
     // Used on the worker's thread only.
     std::unique_ptr<Dashboard> m_dashboard;
     std::unique_ptr<EventTap> m_events;
+    bool m_wantsReceipts = false; // the last setting of delivery receipts
 
     QThread m_thread;
     QObject m_worker;

@@ -31,7 +31,11 @@ ReportWatch::ReportWatch(const QString &file) : m_file(file), m_state(file)
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMs);
     connect(&m_settle, &QTimer::timeout, this, &ReportWatch::check);
-    const auto changed = [this] { m_settle.start(); };
+    // Not started again by each change: rewrites that follow closely would never be told.
+    const auto changed = [this] {
+        if (!m_settle.isActive())
+            m_settle.start();
+    };
     connect(&m_files, &QFileSystemWatcher::fileChanged, this, changed);
     connect(&m_files, &QFileSystemWatcher::directoryChanged, this, changed);
 }

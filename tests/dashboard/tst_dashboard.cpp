@@ -321,6 +321,21 @@ private Q_SLOTS:
         QVERIFY2(controls >= 30, qPrintable(QString::number(controls)));
     }
 
+    // What an earlier load tells is dropped.
+    void loadsAgainAndEndsWhileLoading()
+    {
+        WindowUnderTest test({"lte"});
+        test.session.open();
+        test.session.open();
+        QVERIFY(test.opens());
+        test.session.open();
+        QSignalSpy closed(&test.window, &MainWindow::closed);
+        test.window.show();
+        test.window.close();
+        QVERIFY(closed.wait(30'000));
+        QVERIFY(!test.session.window());
+    }
+
     void endsInOrder()
     {
         WindowUnderTest test({"lte"});

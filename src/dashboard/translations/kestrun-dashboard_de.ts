@@ -564,6 +564,10 @@
         <translation>Eine Nachricht wird gesendet</translation>
     </message>
     <message>
+        <source>The plug-in is not loaded; nothing was sent.</source>
+        <translation>Das Plug-in ist nicht geladen; nichts wurde gesendet.</translation>
+    </message>
+    <message>
         <source>The device service refused delivery receipts; nothing was sent.</source>
         <translation>Der Gerätedienst lehnt Empfangsbestätigungen ab; nichts wurde gesendet.</translation>
     </message>

@@ -219,7 +219,7 @@ private Q_SLOTS:
         // What was recorded before is whole, and the exit status tells that it is not all.
         ::kill(pid_t(host.processId()), SIGTERM);
         QVERIFY(host.ends());
-        QCOMPARE(host.exitCode(), 1);
+        QVERIFY2(host.exitCode() == 1, host.readAllStandardError().constData());
         const QByteArray recorded = readFile(path("f.jsonl"));
         QVERIFY(recorded.endsWith("}\n"));
         writeFile(path("f.jsonl"), recorded + "{\"type\":\"end\"}\n");

@@ -183,7 +183,7 @@ private:
                                             {"FAILING", home() + "/failing.ini"},
                                             {"BAD", home() + "/bad.ini"},
                                             {"FILE", path("written")},
-                                            {"ROOT", path("root")}};
+                                            {"ROOT", path("trial")}};
         QStringList arguments;
         for (const QString &word : command.split(' ', Qt::SkipEmptyParts))
             arguments << files.value(word, filled(word));
@@ -242,7 +242,7 @@ private:
 
     QJsonObject values(const QStringList &card) const
     {
-        const Run report = kestrun(QStringList{"report", "--json", "--root", path("root")} + card);
+        const Run report = kestrun(QStringList{"report", "--json", "--root", path("trial")} + card);
         return QJsonDocument::fromJson(report.output)["values"].toObject();
     }
 
@@ -269,7 +269,7 @@ private Q_SLOTS:
         writeFile(home() + "/failing.ini",
                   filled(QByteArray(answers).replace("HEX", pdu)).toUtf8()
                       + filled(QByteArray(card)).toUtf8() + "SubMode=42\n");
-        for (const QString root : {"root", "novolume"})
+        for (const QString root : {"trial", "novolume"})
             QCOMPARE(kestrun({"report", "--root", path(root)}).status, 0);
         QVERIFY(QFile::remove(path("novolume/Library/StartupItems/VLPortDetect/config")));
         writeFile(path("novolume/SysConfig.dat"), "[EHIDS_PRODUCT_VERSION]\nVALUE=\n");
@@ -309,7 +309,7 @@ private Q_SLOTS:
     void leavesThePluginAlone()
     {
         static const QRegularExpression time("\\d\\d:\\d\\d:\\d\\d:\\d\\d\\d");
-        const QStringList arguments{"report", "--log", "--root", path("root"), "--card", "hspa"};
+        const QStringList arguments{"report", "--log", "--root", path("trial"), "--card", "hspa"};
         const QString plain = kestrun(arguments).error;
         const QString explained = kestrun(arguments + QStringList{"--explain"}).error;
         QVERIFY(plain.count('\n') > 80);
@@ -360,7 +360,7 @@ private Q_SLOTS:
         QByteArray content = readFile(file);
         QVERIFY(content.contains(cell("text").toUtf8()));
         writeFile(file, content.replace(cell("text").toUtf8(), cell("replacement").toUtf8()));
-        const Run report = kestrun({"report", "--root", path("root"), "--card", file});
+        const Run report = kestrun({"report", "--root", path("trial"), "--card", file});
         QCOMPARE(report.status, 1);
         QVERIFY2(report.error.contains(cell("complaint").toUtf8()), report.error.constData());
         QCOMPARE(report.error.count('\n'), 1);
@@ -374,7 +374,7 @@ private Q_SLOTS:
         // Every tenth length, since each starts a process; the last ones are in the table.
         for (qsizetype length = 12; length < content.size() - 20; length += content.size() / 10) {
             writeFile(file, content.left(length));
-            const Run report = kestrun({"report", "--root", path("root"), "--card", file});
+            const Run report = kestrun({"report", "--root", path("trial"), "--card", file});
             QVERIFY2(report.status == 1, qPrintable(QString::number(length)));
             QVERIFY2(report.error.count('\n') == 1, report.error.constData());
         }

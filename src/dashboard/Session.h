@@ -88,7 +88,8 @@ Q_SIGNALS:
     void failed(const QString &why);
     /// The call that blocks at present; an empty text if there is none.
     void busy(const QString &what);
-    /// The plug-in has written a report, on a call or on an event.
+    /// The plug-in took this time to write a report on a call, or to handle an event that asks for
+    /// one.
     void reportTimed(qint64 milliseconds);
     /// The report was rewritten; its elements, with texts that the window may show.
     void reportRead(const QList<Explanation> &elements);

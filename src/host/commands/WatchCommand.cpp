@@ -43,8 +43,9 @@ ExitStatus runWatch(const CommandLine &line)
                                  metrics->add(event);
                          });
         if (recording) {
-            // Learns the identities before the source, which may have one, is written.
-            presentable(askCard(dashboard.deviceService()).fields);
+            // The source, which is written first, may have an identity.
+            if (Redactor *const redacting = redactor())
+                redacting->learn(askCard(dashboard.deviceService()).fields);
             recording->begin(dashboard.deviceService().source());
         }
         observer->observe([&] { dashboard.init(); });

@@ -37,7 +37,8 @@ void logLine(const Source &source, std::type_identity_t<LineFormat<Arguments...>
              Arguments... arguments)
 {
     if (logEnabled())
-        qDebug(format.text(), timeStamp().data(), source.path, source.function, arguments...);
+        qDebug("%s",
+               format.line(timeStamp().data(), source.path, source.function, arguments...).c_str());
 }
 
 /// Logs the same as a warning.
@@ -45,7 +46,8 @@ template <typename... Arguments>
 void warnLine(const Source &source, std::type_identity_t<LineFormat<Arguments...>> format,
               Arguments... arguments)
 {
-    qWarning(format.text(), timeStamp().data(), source.path, source.function, arguments...);
+    qWarning("%s",
+             format.line(timeStamp().data(), source.path, source.function, arguments...).c_str());
 }
 
 /// Logs the first line of most functions.

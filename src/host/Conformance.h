@@ -7,7 +7,7 @@
 /// The command of the child process. It is not listed for users.
 inline constexpr char kConformanceCommand[] = "conformance";
 
-/// What was found of one thing that a device service has to keep to.
+/// The result of one check of a device service.
 struct ConformanceResult
 {
     enum class Mark { Passed, Failed, Untried };
@@ -17,7 +17,7 @@ struct ConformanceResult
     QString detail; ///< the values, what is wrong, or why it was not tried
 };
 
-/// Tries a device service with the whole list, each thing in a child process of its own. Nothing is
+/// Tries a device service with the whole list, each check in a child process of its own. Nothing is
 /// sent, and the card's settings stay as they are. `sdk` is a file of DeviceServiceLibrary::find()
 /// that can be loaded.
 QList<ConformanceResult> checkConformance(const QString &sdk);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "CardRecord.h"
 
+#include "DeviceServiceFunctions.h"
+
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QStringList>
@@ -23,16 +25,6 @@ constexpr struct
 } kDomains[] = {
     {"CS", "ZEPA_NetSrv_SetCSRegReport"},
     {"PS", "ZEPA_NetSrv_SetPSRegReport"},
-};
-
-// The two event channels.
-constexpr struct
-{
-    const char *add;
-    const char *withdraw;
-} kChannels[] = {
-    {"ZEPA_DevSrv_RegisterDevMgrCallback", "ZEPA_DevSrv_UnRegisterDevMgrCallback"},
-    {"ZEPA_DevSrv_RegisterDevInitEventCallback", "ZEPA_DevSrv_UnRegisterDevInitEventCallback"},
 };
 
 // The pieces of the present answer. The callback has no context.
@@ -138,9 +130,9 @@ private:
     void tryChannels()
     {
         const ZEPA_DevEventCallback callback = [](int, void *) { return 0; };
-        for (const auto &[add, withdraw] : kChannels) {
-            if (call(add, callback))
-                call(withdraw, callback);
+        for (const EventChannel &channel : kEventChannels) {
+            if (call(channel.registration, callback))
+                call(channel.withdrawal, callback);
         }
     }
 

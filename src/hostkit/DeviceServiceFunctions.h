@@ -40,3 +40,18 @@ inline constexpr DeviceServiceFunction kDeviceServiceFunctions[] = {
     {"ZEPA_ExuceATCmd", "the SMS trigger"},
     {"ZEPA_EndExuceATCmd", "the SMS trigger"},
 };
+
+/// The functions of a channel by which a device service tells events.
+struct EventChannel
+{
+    const char *name;
+    const char *registration;
+    const char *withdrawal;
+};
+
+inline constexpr EventChannel kEventChannels[] = {
+    {"device-manager channel", "ZEPA_DevSrv_RegisterDevMgrCallback",
+     "ZEPA_DevSrv_UnRegisterDevMgrCallback"},
+    {"init-event channel", "ZEPA_DevSrv_RegisterDevInitEventCallback",
+     "ZEPA_DevSrv_UnRegisterDevInitEventCallback"},
+};

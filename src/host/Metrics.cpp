@@ -167,11 +167,7 @@ Metrics::Metrics(const QString &labels) : withImei(labels == u"imei")
 
 void Metrics::add(const HandledEvent &event)
 {
-    // An event on one thread may end before an earlier one on another thread.
-    if (event.arrivedUs >= cardUs) {
-        card = event.card;
-        cardUs = event.arrivedUs;
-    }
+    takeCard(event.card, event.arrivedUs);
     if (event.event != 0)
         ++events[event.event];
     if (!event.failure.isEmpty())
@@ -185,6 +181,15 @@ void Metrics::add(const HandledEvent &event)
     for (std::size_t index = 0; index < kBucketsS.size(); ++index) {
         if (seconds <= kBucketsS.at(index))
             ++durations.at(index);
+    }
+}
+
+// An event on one thread may end before an earlier one on another thread.
+void Metrics::takeCard(const CardFields &fields, qint64 timeUs)
+{
+    if (timeUs >= cardUs) {
+        card = fields;
+        cardUs = timeUs;
     }
 }
 

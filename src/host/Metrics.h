@@ -15,7 +15,7 @@ struct Metrics
 
     bool withImei = false; ///< whether a label names the card
     CardFields card;
-    qint64 cardUs = 0; ///< the arrival of the event that gave `card`
+    qint64 cardUs = 0; ///< when the card was asked, in microseconds of the observer's clock
     ReportValues report;
     QMap<int, quint64> events; ///< by number
     quint64 reports = 0;
@@ -28,6 +28,9 @@ struct Metrics
 
     /// Counts an event with its effects.
     void add(const HandledEvent &event);
+
+    /// Takes the card's state at a time of the observer's clock, unless a later one is known.
+    void takeCard(const CardFields &fields, qint64 timeUs);
 
     /// Returns the metrics as OpenMetrics text. Readers of the older text format accept it, too:
     /// no type is used that they do not know.

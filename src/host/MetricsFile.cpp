@@ -24,14 +24,15 @@ void MetricsFile::add(const HandledEvent &event)
         write();
 }
 
-void MetricsFile::start(const DeviceServiceLibrary &service)
+void MetricsFile::start(const DeviceServiceLibrary &service, const EventObserver &observer)
 {
     m_error = replaceFile();
     if (!isCurrent())
         failRun(m_error);
-    QObject::connect(&m_timer, &QTimer::timeout, [this, &service] {
+    QObject::connect(&m_timer, &QTimer::timeout, [this, &service, &observer] {
         // A card maker's library may raise no events.
-        m_metrics.card = presentable(askCard(service).fields);
+        const qint64 time = observer.elapsedUs();
+        m_metrics.takeCard(presentable(askCard(service).fields), time);
         write();
     });
     m_timer.start();

@@ -18,9 +18,9 @@ public:
     void add(const HandledEvent &event);
 
     /// Writes the file and keeps it current from then on, also with what the card of `service`
-    /// answers. Throws Failure if the file cannot be written. A later failure is printed once, and
-    /// the file is written again when that is possible.
-    void start(const DeviceServiceLibrary &service);
+    /// answers. `observer` is that of the events. Throws Failure if the file cannot be written. A
+    /// later failure is printed once, and the file is written again when that is possible.
+    void start(const DeviceServiceLibrary &service, const EventObserver &observer);
 
     /// Returns whether the file has the latest metrics.
     bool isCurrent() const { return m_error.isEmpty(); }

@@ -2,6 +2,7 @@
 #include "EventObserver.h"
 
 #include "Dashboard.h"
+#include "DeviceServiceFunctions.h"
 #include "RegularFile.h"
 
 #include <QDeadlineTimer>
@@ -94,6 +95,11 @@ EventObserver::~EventObserver()
     s_observer = nullptr;
 }
 
+qint64 EventObserver::elapsedUs() const
+{
+    return (nowNs() - m_startNs) / 1000;
+}
+
 int EventObserver::onArrival(int event, void *)
 {
     if (EventObserver *const self = s_observer; self && self->m_started)
@@ -112,7 +118,9 @@ int EventObserver::onAnswer(void *data, int length)
 {
     if (EventObserver *const self = s_observer; self && data) {
         const QMutexLocker lock(&self->m_mutex);
-        self->m_pieces.append(QByteArray(static_cast<const char *>(data), length));
+        // What the card says between the events belongs to no report.
+        if (self->m_openCount > 0)
+            self->m_pieces.append(QByteArray(static_cast<const char *>(data), length));
     }
     return 1;
 }
@@ -135,34 +143,30 @@ void EventObserver::endStart()
 // A card maker's library may refuse; there are no events then.
 void EventObserver::registerFor(ZEPA_DevEventCallback callback)
 {
-    const DeviceServiceLibrary &service = m_dashboard.deviceService();
-    service.call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>("ZEPA_DevSrv_RegisterDevMgrCallback",
-                                                               callback);
-    service.call<decltype(ZEPA_DevSrv_RegisterDevInitEventCallback)>(
-        "ZEPA_DevSrv_RegisterDevInitEventCallback", callback);
+    for (const EventChannel &channel : kEventChannels) {
+        m_dashboard.deviceService().call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>(
+            channel.registration, callback);
+    }
 }
 
 void EventObserver::withdraw(ZEPA_DevEventCallback callback)
 {
-    const DeviceServiceLibrary &service = m_dashboard.deviceService();
-    service.call<decltype(ZEPA_DevSrv_UnRegisterDevMgrCallback)>(
-        "ZEPA_DevSrv_UnRegisterDevMgrCallback", callback);
-    service.call<decltype(ZEPA_DevSrv_UnRegisterDevInitEventCallback)>(
-        "ZEPA_DevSrv_UnRegisterDevInitEventCallback", callback);
+    for (const EventChannel &channel : kEventChannels) {
+        m_dashboard.deviceService().call<decltype(ZEPA_DevSrv_UnRegisterDevMgrCallback)>(
+            channel.withdrawal, callback);
+    }
 }
 
 void EventObserver::begin(int event)
 {
     OpenEvent open;
     open.handled.event = event;
-    open.handled.arrivedUs = (nowNs() - m_startNs) / 1000;
+    open.handled.arrivedUs = elapsedUs();
     open.content = contentOf(m_reportFile);
     open.file = FileState(m_reportFile);
     {
         const QMutexLocker lock(&m_mutex);
         open.alone = m_openCount++ == 0;
-        if (open.alone)
-            m_pieces.clear();
         open.arrivals = ++m_arrivals;
     }
     open.handled.card = askCard(m_dashboard.deviceService()).fields;
@@ -187,7 +191,8 @@ void EventObserver::end(int event)
     noteReport(open, done);
     Q_EMIT handled(done);
     const QMutexLocker lock(&m_mutex);
-    --m_openCount;
+    if (--m_openCount == 0)
+        m_pieces.clear();
     m_ended.wakeAll();
 }
 

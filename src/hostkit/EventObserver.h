@@ -57,6 +57,9 @@ public:
         endStart();
     }
 
+    /// Returns the microseconds since the observer was created.
+    qint64 elapsedUs() const;
+
 Q_SIGNALS:
     /// Emitted on the thread that delivered the event.
     void handled(const HandledEvent &event);

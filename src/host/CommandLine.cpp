@@ -64,6 +64,14 @@ QString CommandLine::value(const char *option) const
     return value;
 }
 
+QString CommandLine::metricsLabels() const
+{
+    if (has("metrics-labels") && !has("metrics"))
+        failUsage(
+            QStringLiteral("--metrics-labels goes with --metrics; add that, or leave it out"));
+    return value("metrics-labels");
+}
+
 QString CommandLine::pluginFile() const
 {
     const QString file = value("plugin");

@@ -23,6 +23,9 @@ public:
     /// empty value.
     QString value(const char *option) const;
 
+    /// Returns the value of --metrics-labels. Throws Failure if it is given without --metrics.
+    QString metricsLabels() const;
+
     /// Returns the values of an option that may be given several times.
     QStringList values(const char *option) const { return m_parser.values(QLatin1String(option)); }
 

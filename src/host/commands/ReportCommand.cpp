@@ -81,9 +81,9 @@ void requireOneForm(const CommandLine &line)
     }
 }
 
-ExitStatus reportMetrics(const CommandLine &line)
+ExitStatus reportMetrics(const CommandLine &line, const QString &labels)
 {
-    Metrics metrics(line.value("metrics-labels"));
+    Metrics metrics(labels);
     CommandLineDashboard dashboard(line.hostOptions());
     {
         EventObserver observer(dashboard);
@@ -103,8 +103,8 @@ ExitStatus reportMetrics(const CommandLine &line)
 ExitStatus runReport(const CommandLine &line)
 {
     requireOneForm(line);
-    if (line.has("metrics"))
-        return reportMetrics(line);
+    if (const QString labels = line.metricsLabels(); line.has("metrics"))
+        return reportMetrics(line, labels);
     const QString field = line.value("field");
     const bool explained = line.has("explain");
     HostOptions options = line.hostOptions();
@@ -123,7 +123,9 @@ ExitStatus runReport(const CommandLine &line)
     dashboard.plugin().requireTable(QStringLiteral("tell where it wrote its report"));
     if (!report)
         failRun(QStringLiteral("no report was written: ") + whyNotWritten(file));
-    QList<Explanation> rows = explain(report->values, calls, versionFiles(dashboard.root()));
+    QList<Explanation> rows;
+    if (explained)
+        rows = explain(report->values, calls, versionFiles(dashboard.root()));
     report->values = presentable(report->values);
     if (const Redactor *const redacting = redactor()) {
         for (Explanation &row : rows)

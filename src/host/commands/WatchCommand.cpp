@@ -26,8 +26,8 @@ ExitStatus runWatch(const CommandLine &line)
     if (line.has("record"))
         recording.emplace(line.value("record"));
     std::optional<MetricsFile> metrics;
-    if (line.has("metrics"))
-        metrics.emplace(line.value("metrics"), line.value("metrics-labels"));
+    if (const QString labels = line.metricsLabels(); line.has("metrics"))
+        metrics.emplace(line.value("metrics"), labels);
 
     CommandLineDashboard dashboard(line.hostOptions());
     Watcher watcher(dashboard, line.has("json") ? Watcher::Form::Json : Watcher::Form::Text);
@@ -53,7 +53,7 @@ ExitStatus runWatch(const CommandLine &line)
         dashboard.init();
     }
     if (metrics)
-        metrics->start(dashboard.deviceService());
+        metrics->start(dashboard.deviceService(), *observer);
     watcher.start();
     serviceManager.ready();
     QCoreApplication::exec();

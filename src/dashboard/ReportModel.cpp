@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr const char *kHeaders[] = {
+constexpr const char *kColumns[] = {
     QT_TRANSLATE_NOOP("ReportModel", "Element"), QT_TRANSLATE_NOOP("ReportModel", "Value"),
     QT_TRANSLATE_NOOP("ReportModel", "State"), QT_TRANSLATE_NOOP("ReportModel", "Origin")};
 
@@ -100,5 +100,5 @@ QVariant ReportModel::headerData(int section, Qt::Orientation orientation, int r
 {
     if (role != Qt::DisplayRole || orientation != Qt::Horizontal)
         return QStandardItemModel::headerData(section, orientation, role);
-    return tr(kHeaders[section]);
+    return tr(kColumns[section]);
 }

@@ -10,10 +10,13 @@
 #include <QFileInfo>
 #include <QLibrary>
 
+#include <utility>
+
 namespace {
 
-// The plug-in's first question about the card. It asks it twice in a row.
+// The plug-in's first and last question of a report. It asks the first one twice in a row.
 constexpr char kFirstOfReport[] = "ZEPA_DevSrv_GetFirmwareVersion";
+constexpr char kLastOfReport[] = "ZEPA_NetSrv_GetCurPlmn";
 
 QString tapFile()
 {
@@ -62,17 +65,20 @@ void CallTrace::connectTo(const QString &service)
 QList<TracedCall> CallTrace::reportCalls() const
 {
     const QMutexLocker lock(&m_mutex);
-    return m_calls;
+    return m_reported;
 }
 
 void CallTrace::add(const TracedCall &call)
 {
     {
         const QMutexLocker lock(&m_mutex);
-        if (call.function == kFirstOfReport
-            && (m_calls.isEmpty() || m_calls.constLast().function != kFirstOfReport))
+        const bool first = call.function == kFirstOfReport;
+        if (first && !m_calls.isEmpty() && m_calls.constLast().function != kFirstOfReport)
             m_calls.clear();
-        m_calls.append(call);
+        if (first || !m_calls.isEmpty())
+            m_calls.append(call);
+        if (call.function == kLastOfReport)
+            m_reported = std::exchange(m_calls, {});
     }
     if (m_listener)
         m_listener(call);

@@ -36,13 +36,14 @@ public:
     /// Has the calls go on to the device service in that file. Throws Failure.
     void connectTo(const QString &service);
 
-    /// Returns the calls since the plug-in began its latest report.
+    /// Returns the calls for the latest report for which the plug-in has asked all its questions.
     QList<TracedCall> reportCalls() const;
 
 private:
     void add(const TracedCall &call);
 
     const Listener m_listener;
-    mutable QMutex m_mutex; // guards m_calls; held while they are changed or copied
-    QList<TracedCall> m_calls;
+    mutable QMutex m_mutex;    // guards what follows; held while it is changed or copied
+    QList<TracedCall> m_calls; // of the report that the plug-in is asking for; else none
+    QList<TracedCall> m_reported;
 };

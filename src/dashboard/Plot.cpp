@@ -35,6 +35,7 @@ double roundUp(double value)
 
 void PlotData::addDuration(qint64 milliseconds)
 {
+    ++m_reportCount;
     append(m_durations, {QDateTime::currentDateTime(), milliseconds});
     Q_EMIT changed();
 }
@@ -64,8 +65,7 @@ void Plot::describe()
     const QString technology = technologies.isEmpty() ? QString() : technologies.constLast().name;
     const QString text = durations.isEmpty()
         ? tr("No report was written yet.")
-        : tr("%n report(s); the latest took %1 ms; technology: %2.", nullptr,
-             static_cast<int>(durations.size()))
+        : tr("%n report(s); the latest took %1 ms; technology: %2.", nullptr, m_data.reportCount())
               .arg(durations.constLast().milliseconds)
               .arg(technology.isEmpty() ? tr("none") : technology);
     setAccessibleDescription(text);

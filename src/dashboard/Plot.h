@@ -26,6 +26,9 @@ public:
     void addDuration(qint64 milliseconds);
     void setTechnology(const QString &name);
 
+    /// Returns how many durations were added, of which durations() has the latest.
+    int reportCount() const { return m_reportCount; }
+
     const QList<Duration> &durations() const { return m_durations; }
     const QList<Technology> &technologies() const { return m_technologies; }
 
@@ -33,6 +36,7 @@ Q_SIGNALS:
     void changed();
 
 private:
+    int m_reportCount = 0;
     QList<Duration> m_durations;
     QList<Technology> m_technologies;
 };

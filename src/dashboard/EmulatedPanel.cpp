@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QPushButton>
+#include <QRegularExpressionValidator>
 
 #include <limits>
 
@@ -61,13 +62,15 @@ QFormLayout *formIn(QWidget *widget)
 } // namespace
 
 EmulatedPanel::EmulatedPanel(Session &session)
-    : m_session(session), m_card(comboBox("card", true)), m_field(comboBox("field")),
+    : m_session(session), m_card(comboBox("card")), m_field(comboBox("field")),
       m_value(new QLineEdit), m_event(comboBox("event", true)), m_function(comboBox("function")),
       m_result(spinBox("faultResult", std::numeric_limits<int>::min())),
       m_delay(spinBox("delay", 0, tr(" ms"))), m_faultEvent(spinBox("faultEvent", 0)),
       m_done(new QLabel)
 {
     m_value->setObjectName(QStringLiteral("value"));
+    if (session.isRedacting())
+        m_value->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     m_done->setObjectName(QStringLiteral("done"));
     m_done->setWordWrap(true);
     m_done->setTextFormat(Qt::PlainText);
@@ -91,8 +94,10 @@ QWidget *EmulatedPanel::cardBox()
     connect(browseButton, &QPushButton::clicked, this, &EmulatedPanel::browse);
     form->addRow(tr("&Card:"), m_card);
     form->addRow(browseButton);
+    form->addRow(button(tr("Chan&ge the card"), tr("The card is changed."),
+                        [this](const auto &control) { return use(control); }));
     form->addRow(button(tr("&Insert"), tr("The card is inserted."),
-                        [this](const auto &control) { return insert(control); }));
+                        [](const auto &control) { return control.insert(); }));
     form->addRow(button(tr("Re&move"), tr("The card is removed."),
                         [](const auto &control) { return control.remove(); }));
     return box;
@@ -116,8 +121,15 @@ QWidget *EmulatedPanel::eventBox()
     auto *const box = new QGroupBox(tr("Raise an event"));
     QFormLayout *const form = formIn(box);
     form->addRow(tr("&Event:"), m_event);
-    form->addRow(button(tr("Rai&se"), tr("The event is raised."),
-                        [this](const auto &control) { return raise(control); }));
+    QPushButton *const raiseButton = button(tr("Rai&se"), tr("The event is raised."),
+                                            [this](const auto &control) { return raise(control); });
+    form->addRow(raiseButton);
+    // So many digits fit the number. The item of a known event has its meaning behind it.
+    static const QRegularExpression number(QStringLiteral("-?\\d{1,9}(:.*)?"));
+    m_event->setValidator(new QRegularExpressionValidator(number, m_event));
+    connect(m_event, &QComboBox::editTextChanged, this, [this, raiseButton] {
+        raiseButton->setEnabled(m_event->lineEdit()->hasAcceptableInput());
+    });
     return box;
 }
 
@@ -150,7 +162,7 @@ void EmulatedPanel::fill()
     if (!control || m_card->count() > 0)
         return;
     for (const auto &[name, about] : rowsOf(control->shippedCard)) {
-        m_card->addItem(name);
+        m_card->addItem(name, name);
         m_card->setItemData(m_card->count() - 1, about, Qt::ToolTipRole);
     }
     for (const auto &[field, kind] : rowsOf(control->cardField)) {
@@ -178,15 +190,15 @@ void EmulatedPanel::run(const QString &done, const Action &action)
                                          : m_session.shown(QString::fromUtf8(control.lastError())));
 }
 
-std::int32_t EmulatedPanel::insert(const DeviceServiceControl &control)
+std::int32_t EmulatedPanel::use(const DeviceServiceControl &control)
 {
-    const std::int32_t loaded = m_session.deviceService()->loadCard(m_card->currentText());
+    const std::int32_t loaded = m_session.deviceService()->loadCard(
+        m_card->currentData().toString());
     return loaded == 0 ? control.insert() : loaded;
 }
 
 std::int32_t EmulatedPanel::raise(const DeviceServiceControl &control)
 {
-    // The item of a known event has its meaning behind the number.
     return control.raiseEvent(m_event->currentText().section(QLatin1Char(':'), 0, 0).toInt());
 }
 
@@ -206,6 +218,9 @@ void EmulatedPanel::browse()
                                          tr("Card files (*.ini);;All files (*)"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFile);
-    connect(dialog, &QFileDialog::fileSelected, m_card, &QComboBox::setEditText);
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &file) {
+        m_card->addItem(m_session.shown(file), file);
+        m_card->setCurrentIndex(m_card->count() - 1);
+    });
     dialog->open();
 }

@@ -37,7 +37,7 @@ private:
     QWidget *faultBox();
     QPushButton *button(const QString &text, const QString &done, const Action &action);
     void run(const QString &done, const Action &action);
-    std::int32_t insert(const DeviceServiceControl &control);
+    std::int32_t use(const DeviceServiceControl &control);
     std::int32_t raise(const DeviceServiceControl &control);
     std::int32_t setFault(const DeviceServiceControl &control);
     void browse();

@@ -90,6 +90,13 @@ Q_SIGNALS:
     void busy(const QString &what);
     /// The plug-in took this time to write a report on a call, or to handle an event that asks for
     /// one.
+    /// Returns the sentence of a library as shown() does. Names the page of the window where it
+    /// names an option of the command line.
+    QString advice(const QString &text) const;
+
+    /// Returns whether identities are replaced.
+    bool isRedacting() const { return m_redactor; }
+
     void reportTimed(qint64 milliseconds);
     /// The report was rewritten; its elements, with texts that the window may show.
     void reportRead(const QList<Explanation> &elements);

@@ -11,6 +11,8 @@ SmsPanel::SmsPanel(Session &session)
       m_send(new QPushButton(tr("&Send"))), m_result(new QLabel)
 {
     m_number->setObjectName(QStringLiteral("number"));
+    if (session.isRedacting())
+        m_number->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     m_text->setObjectName(QStringLiteral("text"));
     m_text->setTabChangesFocus(true);
     m_result->setObjectName(QStringLiteral("result"));

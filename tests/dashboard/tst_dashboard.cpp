@@ -114,7 +114,7 @@ private Q_SLOTS:
         QVERIFY(test.opens());
         QVERIFY(showsLabel(test, "No card"));
         find<QComboBox>(test, "card")->setCurrentText("hspa");
-        click(test, "Insert");
+        click(test, "Change the card");
         QTRY_VERIFY(showsLabel(test, "KE-210"));
         QTRY_COMPARE(reportRow(test, "AcT"), "HSPA-PLU|ok");
 

@@ -100,8 +100,7 @@ void CardPicture::paintEvent(QPaintEvent *)
 }
 
 CardHeader::CardHeader()
-    : m_picture(new CardPicture), m_model(new QLabel(tr("The card is being asked…"))),
-      m_state(new QLabel), m_source(new QLabel)
+    : m_picture(new CardPicture), m_model(new QLabel), m_state(new QLabel), m_source(new QLabel)
 {
     QFont large = m_model->font();
     large.setPointSizeF(large.pointSizeF() * 1.4);
@@ -122,6 +121,13 @@ CardHeader::CardHeader()
 
 void CardHeader::show(const CardFacts &facts, const QString &technology)
 {
+    if (facts.fields.isEmpty()) {
+        m_picture->setState(CardPicture::State::Missing);
+        m_model->setText(tr("No card was asked yet"));
+        m_state->clear();
+        m_source->clear();
+        return;
+    }
     const auto field = [&](const char *name) {
         return visible(valueOf(facts.fields, QLatin1String(name)));
     };

@@ -31,7 +31,8 @@ class CardHeader : public QWidget
 public:
     CardHeader();
 
-    /// `technology` is that of the report. The texts are shown as they are.
+    /// Shows a card, or that there is none yet if the facts have no fields. `technology` is that of
+    /// the report. The texts are shown as they are.
     void show(const CardFacts &facts, const QString &technology);
 
 private:

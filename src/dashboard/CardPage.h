@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CardList.h"
+
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeWidget>
 
 class Session;
 
-/// Chooses the card: a shipped emulated one, a modem or a serial port.
+/// Chooses the card: a shipped emulated one, a modem or a serial port. The list follows what is
+/// plugged in and out.
 class CardPage : public QWidget
 {
     Q_OBJECT
@@ -15,13 +19,19 @@ public:
     /// The session must live longer than this object.
     explicit CardPage(Session &session);
 
-    /// Lists the cards that are found without sending commands to ports.
+    /// Lists the cards again. Sends no commands to ports: those that were found stay as long as
+    /// they exist.
     void refresh();
 
 private:
+    void fill();
+    void addRow(const QString &name, const QString &about, bool usable);
     void use();
 
     Session &m_session;
     QTreeWidget *const m_cards;
     QPushButton *const m_use;
+    DeviceList m_found[2]; // without ports, and the ports
+    QTimer m_refresh;
+    bool m_searching = false;
 };

@@ -1,39 +1,32 @@
 // SPDX-License-Identifier: MIT
 #include "EventTap.h"
 
-#include <QElapsedTimer>
-
 #include <utility>
 
 namespace {
 
 EventTap::Heard s_heard;
-EventTap::Handled s_handled;
-thread_local QElapsedTimer t_begin;
+thread_local EventTap::Handled t_handled;
 
 int onEvent(int event, void *)
 {
-    s_heard(event);
-    t_begin.start();
+    t_handled = s_heard(event);
     return 1;
 }
 
-int afterEvent(int event, void *)
+int afterEvent(int, void *)
 {
-    // Not valid for an event that the plug-in handled while it was registering.
-    if (t_begin.isValid())
-        s_handled(event, t_begin.elapsed());
-    t_begin.invalidate();
+    // None for an event that arrived before the first callback was registered.
+    if (const auto handled = std::exchange(t_handled, {}))
+        handled();
     return 1;
 }
 
 } // namespace
 
-EventTap::EventTap(const DeviceServiceLibrary &library, Heard heard, Handled handled)
-    : m_library(library)
+EventTap::EventTap(const DeviceServiceLibrary &library, Heard heard) : m_library(library)
 {
     s_heard = std::move(heard);
-    s_handled = std::move(handled);
     callBoth("ZEPA_DevSrv_RegisterDevMgrCallback", "ZEPA_DevSrv_RegisterDevInitEventCallback",
              onEvent);
 }

@@ -5,20 +5,21 @@
 
 #include <functional>
 
-/// Hears the device events together with the plug-in, and measures how long the plug-in takes for
-/// each: one callback runs before that of the plug-in and one after it.
+/// Hears the device events together with the plug-in: one callback runs before that of the plug-in
+/// and one after it.
 ///
 /// There is one object at a time, since the callbacks of the device service carry no context. All
-/// calls are made on one thread; the service calls `heard` and `handled` on its own threads.
+/// calls are made on one thread; the service calls `heard` on its own threads.
 class EventTap
 {
 public:
-    using Heard = std::function<void(int event)>;
-    using Handled = std::function<void(int event, qint64 milliseconds)>;
+    /// Called on the same thread when the plug-in has handled the event; may be empty.
+    using Handled = std::function<void()>;
+    using Heard = std::function<Handled(int event)>;
 
     /// Registers the first callback. Does nothing with a maker's library, which may take only one
     /// callback. The library must live longer than this object.
-    EventTap(const DeviceServiceLibrary &library, Heard heard, Handled handled);
+    EventTap(const DeviceServiceLibrary &library, Heard heard);
 
     /// Registers the second callback. To be called after the plug-in has registered its own.
     void followPlugin() const;

@@ -34,6 +34,18 @@ constexpr struct
     const char *name;
 } kLanguages[] = {{"en", "en-us", "English"}, {"de", "de-de", "Deutsch"}};
 
+// By Problem.
+constexpr const char *kProblems[] = {
+    QT_TRANSLATE_NOOP("MainWindow", "A library cannot be used: %1"),
+    QT_TRANSLATE_NOOP("MainWindow", "No report was written: %1"),
+    QT_TRANSLATE_NOOP("MainWindow", "The card cannot be used: %1"),
+    QT_TRANSLATE_NOOP("MainWindow",
+                      "The card is gone or no longer answers; insert it again, or choose another "
+                      "one on the page Cards."),
+    QT_TRANSLATE_NOOP("MainWindow", "The plug-in refused the language; choose another one."),
+};
+static_assert(std::size(kProblems) == static_cast<std::size_t>(Problem::Count));
+
 constexpr char kTechnology[] = "Client/Command/Network/AcT";
 
 // Puts its widgets side by side where there is room, and otherwise on top of each other.
@@ -68,18 +80,29 @@ MainWindow::MainWindow(Session &session, RecordModel &timeLine, RecordModel &log
     resize(960, 640);
     connect(&session, &Session::opened, this, &MainWindow::onOpened);
     connect(&session, &Session::reportRead, this, &MainWindow::onReport);
-    connect(&session, &Session::failed, this, &MainWindow::showProblem);
-    connect(&session, &Session::reportTimed, &m_plot, &PlotData::addDuration);
+    connect(&session, &Session::unloaded, this, &MainWindow::onUnloaded);
+    connect(&session, &Session::failed, this, &MainWindow::addProblem);
+    connect(&session, &Session::reportTimed, this, [this](qint64 milliseconds) {
+        m_plot.addDuration(milliseconds);
+        solve(Problem::Report);
+    });
     connect(&session, &Session::cardAsked, this, [this](const CardFacts &facts) {
         m_facts = facts;
         onCard();
+        // A card that is present may be unavailable to the plug-in, as one that is locked.
+        if (facts.current
+            && valueOf(facts.fields, QStringLiteral("Card/Present")) == QLatin1String("true"))
+            solve(Problem::Gone);
     });
     connect(&session, &Session::availableChanged, this, [this](bool available) {
         if (available)
-            solveProblem();
+            solve(Problem::Gone);
         else
-            showProblem(tr("The card is gone or no longer answers; insert it again, or choose "
-                           "another one on the page Cards."));
+            addProblem(Problem::Gone, {});
+    });
+    connect(&session, &Session::cardStarted, this, [this] {
+        solve(Problem::Card);
+        solve(Problem::Gone);
     });
     connect(&session, &Session::notified, this, [this] {
         m_writing = false;
@@ -106,7 +129,8 @@ void MainWindow::setLanguage(const QString &language)
                            .arg(m_pluginLanguage,
                                 accepted ? QStringLiteral("true") : QStringLiteral("false")));
         if (!accepted)
-            return showProblem(tr("The plug-in refused the language; choose another one."));
+            return addProblem(Problem::Language, {});
+        solve(Problem::Language);
     }
     // The window would lose what is typed into it.
     if (m_language == QLatin1String(chosen->code))
@@ -153,8 +177,7 @@ void MainWindow::build()
     layout->addWidget(m_pages, 1);
     setCentralWidget(central);
     m_pages->setCurrentIndex(page);
-    if (!m_problem.isEmpty())
-        showProblem(m_problem);
+    showProblems();
     onCard();
 }
 
@@ -183,11 +206,14 @@ QWidget *MainWindow::buildHead()
 {
     m_message = new MessageBar;
     connect(m_message, &MessageBar::accepted, this, [this](MessageBar::Offer offer) {
-        solveProblem();
         if (offer == MessageBar::Offer::TrialDirectory)
             m_session.openInTrialDirectory();
         else
             m_session.open();
+    });
+    connect(m_message, &MessageBar::dismissed, this, [this] {
+        m_problems.clear();
+        showProblems();
     });
     m_header = new CardHeader;
     m_write = new QPushButton(tr("&Write a report"));
@@ -227,6 +253,7 @@ void MainWindow::buildPages()
     report->setStretchFactor(0, 3);
     report->setStretchFactor(1, 2);
     m_cards = new CardPage(m_session);
+    m_cards->refresh();
     m_emulated = new EmulatedPanel(m_session);
 
     addPage(report, tr("Report"));
@@ -258,14 +285,24 @@ void MainWindow::addPage(QWidget *page, const QString &title)
 void MainWindow::onOpened()
 {
     m_write->setEnabled(true);
-    // A card maker's library offers no choice.
-    if (m_session.deviceService()->control())
-        m_cards->refresh();
+    m_cards->refresh();
     m_emulated->fill();
+    m_problems.remove(Problem::Load);
     setLanguage(m_language);
-    // The offer beside it depends on what is loaded now.
-    if (!m_problem.isEmpty())
-        showProblem(m_problem);
+    // The offer beside them depends on what is loaded now.
+    showProblems();
+}
+
+void MainWindow::onUnloaded()
+{
+    m_problems.clear();
+    showProblems();
+    m_facts = {};
+    onCard();
+    m_writing = false;
+    m_write->setEnabled(false);
+    m_cards->refresh();
+    m_emulated->fill();
 }
 
 void MainWindow::onReport(const QList<Explanation> &elements)
@@ -277,8 +314,7 @@ void MainWindow::onReport(const QList<Explanation> &elements)
 
 void MainWindow::onCard()
 {
-    if (!m_facts.fields.isEmpty())
-        m_header->show(m_facts, m_session.value(kTechnology));
+    m_header->show(m_facts, m_session.value(kTechnology));
 }
 
 void MainWindow::writeReport()
@@ -290,17 +326,32 @@ void MainWindow::writeReport()
     m_session.writeReport();
 }
 
-void MainWindow::showProblem(const QString &why)
+void MainWindow::addProblem(Problem problem, const QString &why)
 {
-    m_problem = why;
-    m_message->show(m_session.shown(why),
-                    !m_session.window()              ? MessageBar::Offer::Retry
-                        : m_session.needsDirectory() ? MessageBar::Offer::TrialDirectory
-                                                     : MessageBar::Offer::Nothing);
+    if (m_problems.contains(problem) && m_problems.value(problem) == why)
+        return;
+    m_problems.insert(problem, why);
+    showProblems();
 }
 
-void MainWindow::solveProblem()
+void MainWindow::solve(Problem problem)
 {
-    m_problem.clear();
-    m_message->hide();
+    if (m_problems.remove(problem) > 0)
+        showProblems();
+}
+
+void MainWindow::showProblems()
+{
+    if (m_problems.isEmpty())
+        return m_message->hide();
+    QStringList sentences;
+    for (auto problem = m_problems.cbegin(); problem != m_problems.cend(); ++problem) {
+        const QString sentence = tr(kProblems[static_cast<int>(problem.key())]);
+        sentences << (problem->isEmpty() ? sentence : sentence.arg(m_session.advice(*problem)));
+    }
+    const bool needsDirectory = m_problems.contains(Problem::Report) && m_session.needsDirectory();
+    m_message->show(sentences.join(u'\n'),
+                    !m_session.window()  ? MessageBar::Offer::Retry
+                        : needsDirectory ? MessageBar::Offer::TrialDirectory
+                                         : MessageBar::Offer::Nothing);
 }

@@ -6,6 +6,7 @@
 #include "Session.h"
 
 #include <QMainWindow>
+#include <QMap>
 #include <QTranslator>
 
 class CardHeader;
@@ -48,8 +49,10 @@ private:
     void onReport(const QList<Explanation> &elements);
     void onCard();
     void writeReport();
-    void showProblem(const QString &why);
-    void solveProblem();
+    void onUnloaded();
+    void addProblem(Problem problem, const QString &why);
+    void solve(Problem problem);
+    void showProblems();
 
     Session &m_session;
     RecordModel &m_timeLine;
@@ -57,7 +60,7 @@ private:
     ReportModel m_report;
     PlotData m_plot;
     CardFacts m_facts;
-    QString m_problem;
+    QMap<Problem, QString> m_problems; // what the library says, or nothing
     QString m_language;
     QString m_pluginLanguage; // the same, as the plug-in takes it
     QTranslator m_translator;

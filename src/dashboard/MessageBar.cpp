@@ -30,7 +30,7 @@ MessageBar::MessageBar() : m_message(new QLabel), m_accept(new QPushButton)
     layout->addWidget(m_message, 1);
     layout->addLayout(buttons);
     connect(m_accept, &QPushButton::clicked, this, [this] { Q_EMIT accepted(m_offer); });
-    connect(dismiss, &QPushButton::clicked, this, &QWidget::hide);
+    connect(dismiss, &QPushButton::clicked, this, &MessageBar::dismissed);
     hide();
 }
 

@@ -5,8 +5,7 @@
 #include <QLabel>
 #include <QPushButton>
 
-/// One sentence about a problem, at the top of the window, until it is dismissed or solved. A later
-/// message replaces it.
+/// A sentence about each problem, at the top of the window, with a button against it.
 class MessageBar : public QFrame
 {
     Q_OBJECT
@@ -23,6 +22,7 @@ public:
 
 Q_SIGNALS:
     void accepted(MessageBar::Offer offer);
+    void dismissed();
 
 private:
     QLabel *const m_message;

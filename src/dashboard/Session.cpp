@@ -5,6 +5,7 @@
 #include "Latin1.h"
 #include "VisibleText.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QStandardPaths>
 
@@ -67,7 +68,8 @@ Session::Session(const HostOptions &options, RecordModel &timeLine, Redactor *re
     m_cardTimer.setInterval(kCardMs);
     connect(&m_cardTimer, &QTimer::timeout, this, &Session::askCard);
     connect(this, &Session::failed, this,
-            [this](const QString &why) { tell(RecordKind::Problem, why); });
+            [this](Problem, const QString &why) { tell(RecordKind::Problem, advice(why)); });
+    connect(&m_plugs, &PlugWatch::changed, this, &Session::cardsChanged);
     m_worker.moveToThread(&m_thread);
     m_thread.start();
 }
@@ -75,6 +77,13 @@ Session::Session(const HostOptions &options, RecordModel &timeLine, Redactor *re
 QString Session::shown(const QString &text) const
 {
     return visible(m_redactor ? m_redactor->redacted(text) : text);
+}
+
+QString Session::advice(const QString &text) const
+{
+    const QString page = QStringLiteral("the page ")
+        + QCoreApplication::translate("MainWindow", "Log");
+    return shown(text).replace(QLatin1String("--log"), page);
 }
 
 QString Session::shownValue(const QString &path, const QString &value) const
@@ -102,15 +111,15 @@ Session::~Session()
 
 // Runs the task on the worker's thread, and tells of a Failure that it throws.
 template <typename Task>
-void Session::onWorker(const QString &what, Task task)
+void Session::onWorker(const QString &what, Problem problem, Task task)
 {
     m_calls << what;
     Q_EMIT busy(m_calls.constFirst());
-    QMetaObject::invokeMethod(&m_worker, [this, task = std::move(task)] {
+    QMetaObject::invokeMethod(&m_worker, [this, problem, task = std::move(task)] {
         try {
             task();
         } catch (const Failure &failure) {
-            Q_EMIT failed(failure.message);
+            Q_EMIT failed(problem, failure.message);
         }
         onMain([this] {
             m_calls.removeFirst();
@@ -130,7 +139,8 @@ void Session::open()
     m_window = nullptr;
     m_deviceService = nullptr;
     m_report.reset();
-    onWorker(tr("Loading the plug-in and the device service"),
+    Q_EMIT unloaded();
+    onWorker(tr("Loading the plug-in and the device service"), Problem::Load,
              [this, options = m_options, turn = ++m_turn] { load(options, turn); });
 }
 
@@ -164,10 +174,10 @@ void Session::load(const HostOptions &chosen, int turn)
     m_dashboard = std::move(dashboard);
     startCardOf(chosen);
     DeviceServiceLibrary &library = m_dashboard->deviceService();
-    m_events = std::make_unique<EventTap>(
-        library, [this](int event) { tellEvent(event); },
-        [this](int event, qint64 milliseconds) { timeEvent(event, milliseconds); });
-    onMain([this, turn, &library, file = m_dashboard->reportFile(), root = m_dashboard->root()] {
+    const QString file = m_dashboard->reportFile();
+    m_events = std::make_unique<EventTap>(library,
+                                          [this, file](int event) { return onEvent(event, file); });
+    onMain([this, turn, &library, file, root = m_dashboard->root()] {
         // Otherwise the library may be gone: the user has closed the window, or loads again.
         if (turn == m_turn)
             watchReport(file, root, library);
@@ -181,7 +191,7 @@ void Session::startCardOf(const HostOptions &chosen)
     try {
         m_dashboard->deviceService().start(chosen.card);
     } catch (const Failure &failure) {
-        Q_EMIT failed(failure.message);
+        Q_EMIT failed(Problem::Card, failure.message);
         // The default card would be taken for the chosen one.
         if (m_dashboard->deviceService().control())
             m_dashboard->deviceService().start(QStringLiteral("none"));
@@ -194,8 +204,9 @@ void Session::watchReport(const QString &file, const QString &root, DeviceServic
     m_report = std::make_unique<ReportWatch>(file);
     connect(m_report.get(), &ReportWatch::rewritten, this,
             [this, root](const QList<ValueChange> &changes) { tellChanges(changes, root); });
-    onWorker(tr("Starting the plug-in, which writes a report"), [this, turn = m_turn] {
-        timeReport([this] { m_dashboard->init(); });
+    const QString what = tr("Starting the plug-in, which writes a report");
+    onWorker(what, Problem::Load, [this, turn = m_turn] {
+        callForReport([this] { m_dashboard->init(); });
         m_events->followPlugin();
         onMain([this, turn, window = m_dashboard->window()] {
             if (turn != m_turn)
@@ -212,8 +223,8 @@ void Session::writeReport()
 {
     if (!m_window)
         return;
-    onWorker(tr("A report is being written"), [this] {
-        timeReport([this] {
+    onWorker(tr("A report is being written"), Problem::Report, [this] {
+        callForReport([this] {
             const int result = m_dashboard->notify(kRewrite, 0, 0);
             tell(RecordKind::Call,
                  QStringLiteral("Notify(%1, 0, 0) → %2").arg(kRewrite).arg(result));
@@ -223,22 +234,32 @@ void Session::writeReport()
 }
 
 template <typename Call>
-void Session::timeReport(Call call)
+void Session::callForReport(Call call)
 {
-    const QString file = m_dashboard->reportFile();
-    const FileState previous(file);
-    QElapsedTimer timer;
-    timer.start();
+    const auto returned = expectReport(m_dashboard->reportFile(), Certainty::MustBeWritten);
     call();
-    const qint64 milliseconds = timer.elapsed();
-    if (readWrittenReport(file, previous))
-        Q_EMIT reportTimed(milliseconds);
-    else
-        Q_EMIT failed(QStringLiteral("no report was written: ") + whyNotWritten(file));
+    returned();
     onMain([this] {
         if (m_report)
             m_report->check();
     });
+}
+
+// The returned function tells whether the plug-in has written the report meanwhile.
+std::function<void()> Session::expectReport(const QString &file, Certainty certainty)
+{
+    QElapsedTimer timer;
+    timer.start();
+    return [this, file, certainty, timer, previous = FileState(file)] {
+        const qint64 milliseconds = timer.elapsed();
+        if (readWrittenReport(file, previous)) {
+            Q_EMIT reportTimed(milliseconds);
+            return;
+        }
+        const Obstacle found = obstacle(file);
+        if (certainty == Certainty::MustBeWritten || qstrcmp(found.code, "unknown") != 0)
+            Q_EMIT failed(Problem::Report, found.message);
+    };
 }
 
 void Session::sendSms(const QString &number, const QString &text, bool receipt)
@@ -251,7 +272,7 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
         m_redactor->learn(Redactor::Kind::Number, number);
         m_redactor->learn(Redactor::Kind::Text, text);
     }
-    onWorker(tr("A message is being sent"), [this, number, text, receipt] {
+    onWorker(tr("A message is being sent"), Problem::Load, [this, number, text, receipt] {
         QString result;
         try {
             result = sendOnWorker(number, text, receipt);
@@ -282,11 +303,16 @@ void Session::startCard(const QString &card)
 {
     if (!m_window)
         return;
-    onWorker(tr("Starting %1").arg(shown(card)), [this, card] {
+    onWorker(tr("Starting %1").arg(shown(card)), Problem::Card, [this, card] {
         m_dashboard->deviceService().start(card);
         tell(RecordKind::Card, m_dashboard->deviceService().source());
-        timeReport([this] { m_dashboard->notify(kRewrite, 0, 0); });
-        onMain([this] { requestCard(); });
+        onMain([this, card] {
+            // Also for the next open().
+            m_options.card = card;
+            requestCard();
+            Q_EMIT cardStarted();
+        });
+        callForReport([this] { m_dashboard->notify(kRewrite, 0, 0); });
     });
 }
 
@@ -294,13 +320,16 @@ void Session::findCards(bool ports)
 {
     if (!m_window)
         return;
-    onWorker(tr("Looking for cards"), [this, ports] {
+    onWorker(tr("Looking for cards"), Problem::Card, [this, ports] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
-        NamedValues rows = rowsOf(library.requireControl().shippedCard)
-            + deviceRows(library, false);
-        if (ports)
-            rows += deviceRows(library, true);
-        Q_EMIT cardsFound(rows);
+        DeviceList cards = findDevices(library, ports);
+        if (!ports) {
+            cards.rows = rowsOf(library.requireControl().shippedCard) + cards.rows;
+            // A bus that does not answer would block this thread.
+            if (cards.failures.isEmpty())
+                m_plugs.followModems();
+        }
+        Q_EMIT cardsFound(ports, cards);
     });
 }
 
@@ -317,17 +346,19 @@ void Session::askCard()
     if (m_asking)
         return m_cardTimer.start();
     m_asking = true;
-    onWorker(tr("Asking the card"), [this] {
+    onWorker(tr("Asking the card"), Problem::Card, [this, turn = m_turn] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
-        CardFacts facts{library.source(), ::askCard(library).fields};
+        CardFacts facts{library.source(), ::askCard(library).fields, false};
         if (m_redactor) {
             m_redactor->learn(facts.fields);
             facts.fields = m_redactor->redacted(facts.fields);
         }
         facts.source = shown(facts.source);
-        onMain([this, facts] {
+        onMain([this, turn, facts]() mutable {
             m_asking = false;
-            Q_EMIT cardAsked(facts);
+            facts.current = !m_cardTimer.isActive();
+            if (turn == m_turn)
+                Q_EMIT cardAsked(facts);
         });
     });
 }
@@ -337,7 +368,8 @@ void Session::end()
     ++m_turn;
     m_window = nullptr;
     m_deviceService = nullptr;
-    onWorker(tr("Ending"), [this] {
+    Q_EMIT unloaded();
+    onWorker(tr("Ending"), Problem::Load, [this] {
         close();
         onMain([this] { Q_EMIT ended(); });
     });
@@ -353,27 +385,26 @@ void Session::close()
 void Session::onAvailable()
 {
     tell(RecordKind::Signal, QStringLiteral("DeviceAvailable()"));
+    requestCard();
     Q_EMIT availableChanged(true);
 }
 
 void Session::onUnavailable()
 {
     tell(RecordKind::Signal, QStringLiteral("DeviceUnavailable()"));
+    requestCard();
     Q_EMIT availableChanged(false);
 }
 
-void Session::tellEvent(int event)
+EventTap::Handled Session::onEvent(int event, const QString &file)
 {
     const EventName *const name = findEvent(event);
     tell(RecordKind::Event,
          QStringLiteral("%1: %2").arg(event).arg(name ? tr(name->text) : tr("unknown")));
     onMain([this] { requestCard(); });
-}
-
-void Session::timeEvent(int event, qint64 milliseconds)
-{
-    if (const EventName *const name = findEvent(event); name && name->rewrites)
-        Q_EMIT reportTimed(milliseconds);
+    if (!name || !name->rewrites)
+        return {};
+    return expectReport(file, Certainty::MayLookUnchanged);
 }
 
 void Session::tellChanges(const QList<ValueChange> &changes, const QString &root)
@@ -393,6 +424,7 @@ void Session::tellChanges(const QList<ValueChange> &changes, const QString &root
         element.value = shownValue(element.path, element.value);
         element.origin = shown(element.origin);
         element.reason = shown(element.reason);
+        element.advice = advice(element.advice);
     }
     Q_EMIT reportRead(elements);
     requestCard();

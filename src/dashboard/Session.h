@@ -6,6 +6,7 @@
 #include "Dashboard.h"
 #include "EventTap.h"
 #include "Explanation.h"
+#include "PlugWatch.h"
 #include "RecordModel.h"
 #include "Redactor.h"
 #include "ReportWatch.h"
@@ -19,6 +20,17 @@ struct CardFacts
 {
     QString source; ///< one line that names the card
     CardFields fields;
+    bool current = false; ///< nothing has happened to the card since it was asked
+};
+
+/// What is wrong. Each problem lasts until something solves it.
+enum class Problem {
+    Load,     ///< a library cannot be used
+    Report,   ///< no report was written
+    Card,     ///< a card cannot be started
+    Gone,     ///< the plug-in has told that the card is unavailable
+    Language, ///< the plug-in refused the language
+    Count
 };
 
 /// Returns the events that have a meaning, with that meaning in the language of the window.
@@ -60,8 +72,8 @@ public:
     /// Starts another card, as --card names it.
     void startCard(const QString &card);
 
-    /// Lists the cards for startCard(); with `ports` also the serial ports, to which it sends
-    /// commands.
+    /// Lists the cards for startCard(): the serial ports, to which it sends commands, or all
+    /// others.
     void findCards(bool ports);
 
     /// Shuts the plug-in and the device service down; ended() follows.
@@ -78,18 +90,6 @@ public:
     /// with visible control characters. Any thread.
     QString shown(const QString &text) const;
 
-    /// Returns the value of an element of the latest report, as the window may show it.
-    QString value(const char *path) const;
-
-Q_SIGNALS:
-    /// The plug-in is initialised.
-    void opened();
-    /// One sentence: what is wrong, where, and what to do.
-    void failed(const QString &why);
-    /// The call that blocks at present; an empty text if there is none.
-    void busy(const QString &what);
-    /// The plug-in took this time to write a report on a call, or to handle an event that asks for
-    /// one.
     /// Returns the sentence of a library as shown() does. Names the page of the window where it
     /// names an option of the command line.
     QString advice(const QString &text) const;
@@ -97,13 +97,32 @@ Q_SIGNALS:
     /// Returns whether identities are replaced.
     bool isRedacting() const { return m_redactor; }
 
+    /// Returns the value of an element of the latest report, as the window may show it.
+    QString value(const char *path) const;
+
+Q_SIGNALS:
+    /// From now on neither the plug-in nor the device service can be used.
+    void unloaded();
+    /// The plug-in is initialised.
+    void opened();
+    /// `why` is one sentence of a library: what is wrong, where, and what to do.
+    void failed(Problem problem, const QString &why);
+    /// The call that blocks at present; an empty text if there is none.
+    void busy(const QString &what);
+    /// The plug-in took this time to write a report on a call, or to handle an event that asks for
+    /// one.
     void reportTimed(qint64 milliseconds);
     /// The report was rewritten; its elements, with texts that the window may show.
     void reportRead(const QList<Explanation> &elements);
     /// A signal of the plug-in.
     void availableChanged(bool available);
     void cardAsked(const CardFacts &facts);
-    void cardsFound(const NamedValues &rows);
+    /// The answer to findCards().
+    void cardsFound(bool ports, const DeviceList &cards);
+    /// Modems or ports may have come or gone.
+    void cardsChanged();
+    /// The card of startCard() is in use.
+    void cardStarted();
     /// One sentence: whether the message was accepted.
     void smsDone(const QString &result);
     /// The plug-in's answer to the message of writeReport().
@@ -117,7 +136,7 @@ private Q_SLOTS:
 
 private:
     template <typename Task>
-    void onWorker(const QString &what, Task task);
+    void onWorker(const QString &what, Problem problem, Task task);
     template <typename Task>
     void onMain(Task task);
 
@@ -135,13 +154,19 @@ private:
     void load(const HostOptions &chosen, int turn);
     void startCardOf(const HostOptions &chosen);
     template <typename Call>
-    void timeReport(Call call);
+    void callForReport(Call call);
     QString sendOnWorker(const QString &number, const QString &text, bool receipt);
     void close();
 
     // Called on a thread of the device service.
-    void tellEvent(int event);
-    void timeEvent(int event, qint64 milliseconds);
+    EventTap::Handled onEvent(int event, const QString &file);
+
+    // The times of files are coarse: of reports that follow closely, as those of events do, the
+    // later one may not be noticed.
+    enum class Certainty { MustBeWritten, MayLookUnchanged };
+
+    // Called on any of these threads.
+    std::function<void()> expectReport(const QString &file, Certainty certainty);
 
     HostOptions m_options;
     const QString m_startDirectory = QDir::currentPath();
@@ -149,6 +174,7 @@ private:
     CallTrace m_trace;
     RecordModel &m_timeLine;
     std::unique_ptr<ReportWatch> m_report;
+    PlugWatch m_plugs;
     QTimer m_cardTimer;
     bool m_asking = false;
     QStringList m_calls; // that block, the present one first

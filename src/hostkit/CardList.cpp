@@ -17,18 +17,18 @@ NamedValues backendRows(const DeviceServiceLibrary &library)
 }
 
 // To find out which port has a card, commands have to be sent to each: only the user starts that.
-NamedValues deviceRows(const DeviceServiceLibrary &library, bool ports)
+DeviceList findDevices(const DeviceServiceLibrary &library, bool ports)
 {
-    NamedValues rows;
+    DeviceList found;
     for (const DevSrvBackend &backend : library.backends()) {
         if ((qstrcmp(backend.name, "serial") == 0) != ports)
             continue;
         QString why;
-        rows += library.devices(backend.name, why);
+        found.rows += library.devices(backend.name, why);
         if (!why.isEmpty())
-            rows.append({QString::fromUtf8(backend.name), why});
+            found.failures.append({QString::fromUtf8(backend.name), why});
     }
-    return rows;
+    return found;
 }
 
 // The rows of a list of the control interface: a name, and what is said of it.

@@ -18,6 +18,15 @@ NamedValues fieldRows(const DeviceServiceControl &control)
     return rows;
 }
 
+NamedValues cardRows(const DeviceServiceLibrary &library, bool ports)
+{
+    NamedValues rows;
+    if (!ports)
+        rows = rowsOf(library.requireControl().shippedCard) + backendRows(library);
+    const DeviceList devices = findDevices(library, ports);
+    return rows + devices.rows + devices.failures;
+}
+
 } // namespace
 
 ExitStatus runCards(const CommandLine &line)
@@ -29,10 +38,7 @@ ExitStatus runCards(const CommandLine &line)
     const DeviceServiceControl &control = library.requireControl();
     if (line.has("fields"))
         print(table(fieldRows(control)));
-    else if (line.has("ports"))
-        print(table(deviceRows(library, true)));
     else
-        print(
-            table(rowsOf(control.shippedCard) + backendRows(library) + deviceRows(library, false)));
+        print(table(cardRows(library, line.has("ports"))));
     return ExitStatus::Done;
 }

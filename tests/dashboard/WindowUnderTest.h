@@ -5,6 +5,7 @@
 #include "LogTap.h"
 #include "MainWindow.h"
 
+#include <QDirIterator>
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -56,6 +57,13 @@ public:
     {
         QSignalSpy asked(&session, &Session::cardAsked);
         return QTest::qWaitFor([&] { return session.window() && !asked.isEmpty(); }, 30'000);
+    }
+
+    QString reportFile() const
+    {
+        QDirIterator files(m_root.path(), {"UpdateRule.dat"}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        return files.hasNext() ? files.next() : QString();
     }
 
     void showPage(const QString &title)

@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -136,7 +137,43 @@ private Q_SLOTS:
         click(test, "Remove");
         QTRY_VERIFY(showsLabel(test, "No card"));
         QTRY_VERIFY(find<QLabel>(test, "message")->text().startsWith("The card is gone"));
+        find<QComboBox>(test, "card")->setCurrentText("lte");
+        click(test, "Insert");
+        QTRY_VERIFY(showsLabel(test, "KE-210"));
         QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    // Without the directory of the report, events and calls fail. A card that is gone is told
+    // beside that.
+    void keepsEachProblemUntilItIsSolved()
+    {
+        WindowUnderTest test({"lte"});
+        test.window.show();
+        QVERIFY(test.opens());
+        const auto *const message = find<QLabel>(test, "message");
+        const auto *const plot = test.window.findChild<Plot *>();
+        QTRY_VERIFY(plot->toolTip().startsWith("1 report;"));
+        QDir data(QFileInfo(test.reportFile()).path());
+        const QString path = data.path();
+        QVERIFY(data.removeRecursively());
+        const DeviceServiceControl &control = *test.session.deviceService()->control();
+
+        control.setField("Network/PLMN", "26201");
+        QTRY_VERIFY(message->isVisible());
+        QVERIFY2(message->text().startsWith("No report was written: the directory "),
+                 qPrintable(message->text()));
+        QVERIFY(plot->toolTip().startsWith("1 report;"));
+        control.remove();
+        QTRY_VERIFY(message->text().contains("The card is gone"));
+        control.insert();
+        QTRY_VERIFY(!message->text().contains("The card is gone"));
+        QVERIFY(message->text().startsWith("No report was written"));
+        test.window.setLanguage("de");
+        QTRY_VERIFY(find<QLabel>(test, "message")->text().startsWith("Es wurde kein Bericht"));
+
+        QVERIFY(QDir().mkpath(path));
+        control.setField("Network/PLMN", "26202");
+        QTRY_VERIFY(!find<QLabel>(test, "message")->isVisible());
     }
 
     // The delays stand for the half minute that a card may take.
@@ -157,6 +194,14 @@ private Q_SLOTS:
 
         click(test, "Write a report");
         QTRY_VERIFY(QByteArray(control.journal()).contains("GetSN"));
+        // The states belong to the report that is shown, and not to the one that is asked for.
+        QFile report(test.reportFile());
+        QVERIFY(report.open(QIODevice::ReadWrite));
+        const QByteArray xml = report.readAll().replace("00101", "00102");
+        report.seek(0);
+        report.write(xml);
+        report.close();
+        QTRY_COMPARE(reportRow(test, "PLMN"), "00102|ok");
         click(test, "Remove");
         QVERIFY(unavailable.wait());
         QVERIFY(notified.isEmpty());
@@ -242,15 +287,30 @@ private Q_SLOTS:
         click(test, "Remove");
         QTRY_VERIFY(showsLabel(test, "No card"));
         click(test, "Insert");
-        QTest::keyClicks(find<QLineEdit>(test, "number"), "+15550199");
+        const auto type = [&](const char *field, const QString &text) {
+            QTest::keyClicks(find<QLineEdit>(test, field), text);
+            QFocusEvent leave(QEvent::FocusOut);
+            QCoreApplication::sendEvent(find<QLineEdit>(test, field), &leave);
+        };
+        type("number", "+15550199");
+        type("value", "490154203237518");
         click(test, "Send");
         QTRY_VERIFY(showsLabel(test, "accepted"));
+        click(test, "Choose a card file…");
+        auto *const dialog = test.window.findChild<QFileDialog *>();
+        Q_EMIT dialog->fileSelected("/490154203237518.ini");
+        dialog->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QTRY_VERIFY(reportRow(test, "IMEI").endsWith("|ok"));
         QTRY_VERIFY(positions(test.log, {"strIMEI"})[0] >= 0);
 
         QStringList texts;
         for (const QLabel *const label : test.window.findChildren<QLabel *>())
             texts << label->text();
+        for (const QLineEdit *const edit : test.window.findChildren<QLineEdit *>())
+            texts << edit->displayText();
+        for (const QComboBox *const box : test.window.findChildren<QComboBox *>())
+            texts << box->currentText();
         QAbstractItemModel *const report = find<QAbstractItemView>(test, "report")->model();
         for (QAbstractItemModel *const model :
              QList<QAbstractItemModel *>{&test.timeLine, &test.log, report}) {

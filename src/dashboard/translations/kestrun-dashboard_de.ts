@@ -28,10 +28,6 @@
         <translation>eingebucht, Roaming</translation>
     </message>
     <message>
-        <source>The card is being asked…</source>
-        <translation>Die Karte wird befragt …</translation>
-    </message>
-    <message>
         <source>No card</source>
         <translation>Keine Karte</translation>
     </message>
@@ -66,6 +62,10 @@
     <message>
         <source>SIM not locked</source>
         <translation>SIM nicht gesperrt</translation>
+    </message>
+    <message>
+        <source>No card was asked yet</source>
+        <translation>Noch keine Karte befragt</translation>
     </message>
 </context>
 <context>
@@ -240,6 +240,14 @@
         <source>Clear the f&amp;ault</source>
         <translation>Fehler lös&amp;chen</translation>
     </message>
+    <message>
+        <source>Chan&amp;ge the card</source>
+        <translation>Kar&amp;te wechseln</translation>
+    </message>
+    <message>
+        <source>The card is changed.</source>
+        <translation>Die Karte ist gewechselt.</translation>
+    </message>
 </context>
 <context>
     <name>InterfacePage</name>
@@ -357,6 +365,18 @@
     <message>
         <source>Interface</source>
         <translation>Schnittstelle</translation>
+    </message>
+    <message>
+        <source>A library cannot be used: %1</source>
+        <translation>Eine Bibliothek kann nicht benutzt werden: %1</translation>
+    </message>
+    <message>
+        <source>No report was written: %1</source>
+        <translation>Es wurde kein Bericht geschrieben: %1</translation>
+    </message>
+    <message>
+        <source>The card cannot be used: %1</source>
+        <translation>Die Karte kann nicht benutzt werden: %1</translation>
     </message>
 </context>
 <context>

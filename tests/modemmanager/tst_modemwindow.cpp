@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+
+// The window on a scripted modem of the real daemon, which ends and comes back.
+
+#include "../dashboard/WindowUnderTest.h"
+#include "TestBed.h"
+
+#include <QLabel>
+#include <QTreeWidget>
+
+namespace {
+
+constexpr char kImei[] = "356938035643809";
+constexpr int kPatienceMs = 30'000;
+
+} // namespace
+
+class tst_ModemWindow : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestBed m_bed;
+
+    /// Returns the rows of the page Cards about modems; "-" stands in front of one that cannot be
+    /// chosen.
+    static QStringList modems(const WindowUnderTest &test)
+    {
+        QStringList rows;
+        const auto *const cards = test.window.findChild<QTreeWidget *>("cards");
+        for (int row = 0; row < cards->topLevelItemCount(); ++row) {
+            const QTreeWidgetItem &item = *cards->topLevelItem(row);
+            if (item.text(0).startsWith("modemmanager"))
+                rows << (item.flags() & Qt::ItemIsSelectable ? "" : "-") + item.text(0);
+        }
+        return rows;
+    }
+
+    static bool shows(const WindowUnderTest &test, const QString &text)
+    {
+        const QList<QLabel *> labels = test.window.findChildren<QLabel *>();
+        return std::any_of(labels.begin(), labels.end(), [&](const QLabel *label) {
+            return label->isVisible() && label->text().contains(text);
+        });
+    }
+
+private Q_SLOTS:
+    void recoversWithTheDaemonAndTheBus()
+    {
+        QVERIFY(m_bed.startDaemon());
+        const ScriptedModem *modem = m_bed.plug("gsm lte");
+        QVERIFY(modem);
+        WindowUnderTest test({"modemmanager"});
+        test.window.show();
+        QVERIFY(test.opens());
+        const QString row = QString("modemmanager:") + kImei;
+        QTRY_VERIFY(shows(test, "registered at home"));
+        QTRY_COMPARE(modems(test), QStringList(row));
+
+        // The plug-in does not hear of a modem that it does not use.
+        auto *const cards = test.window.findChild<QTreeWidget *>("cards");
+        cards->setCurrentItem(cards->findItems(row, Qt::MatchExactly).value(0));
+        QVERIFY(m_bed.plug("cdma"));
+        QTRY_COMPARE_WITH_TIMEOUT(modems(test).size(), 2, kPatienceMs);
+        QCOMPARE(cards->currentItem()->text(0), row);
+
+        m_bed.daemon.end();
+        QTRY_VERIFY_WITH_TIMEOUT(shows(test, "The card is gone"), kPatienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(shows(test, "No card"), kPatienceMs);
+        QTRY_VERIFY(!modems(test).contains(row));
+
+        QVERIFY(m_bed.startDaemon());
+        QVERIFY(m_bed.plugAgain(*modem));
+        QTRY_VERIFY_WITH_TIMEOUT(shows(test, "registered at home"), kPatienceMs);
+        QTRY_VERIFY(!shows(test, "The card is gone"));
+        QTRY_COMPARE(modems(test), QStringList(row));
+
+        m_bed.bus.end();
+        QTRY_VERIFY_WITH_TIMEOUT(shows(test, "The card is gone"), kPatienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(modems(test), QStringList("-modemmanager"), kPatienceMs);
+        m_bed.daemon.end();
+        m_bed.startBus();
+        QVERIFY(m_bed.startDaemon());
+        QVERIFY(m_bed.plugAgain(*modem));
+        QTRY_VERIFY_WITH_TIMEOUT(shows(test, "registered at home"), kPatienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(modems(test), QStringList(row), kPatienceMs);
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+};
+
+int main(int argc, char **argv)
+{
+    beLoadCheck(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    tst_ModemWindow test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_modemwindow.moc"

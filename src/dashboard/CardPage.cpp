@@ -65,8 +65,14 @@ void CardPage::refresh()
     // A card maker's library offers no choice.
     const DeviceServiceLibrary *const library = m_session.deviceService();
     setEnabled(m_session.window() && library->control());
-    if (isEnabled() && !m_refresh.isActive())
+    if (isEnabled() && isVisible() && !m_refresh.isActive())
         m_refresh.start();
+}
+
+void CardPage::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    refresh();
 }
 
 void CardPage::fill()

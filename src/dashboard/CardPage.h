@@ -9,8 +9,8 @@
 
 class Session;
 
-/// Chooses the card: a shipped emulated one, a modem or a serial port. The list follows what is
-/// plugged in and out.
+/// Chooses the card: a shipped emulated one, a modem or a serial port. While the page is visible,
+/// the list follows what is plugged in and out.
 class CardPage : public QWidget
 {
     Q_OBJECT
@@ -22,6 +22,9 @@ public:
     /// Lists the cards again. Sends no commands to ports: those that were found stay as long as
     /// they exist.
     void refresh();
+
+protected:
+    void showEvent(QShowEvent *event) override;
 
 private:
     void fill();

@@ -52,6 +52,7 @@ private Q_SLOTS:
         QVERIFY(modem);
         WindowUnderTest test({"modemmanager"});
         test.window.show();
+        test.showPage("Cards");
         QVERIFY(test.opens());
         const QString row = QString("modemmanager:") + kImei;
         QTRY_VERIFY(shows(test, "registered at home"));

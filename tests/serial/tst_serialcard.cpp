@@ -482,6 +482,23 @@ private Q_SLOTS:
         QVERIFY(card->imei());
     }
 
+    void endsWithoutThePort()
+    {
+        PtyModem &modem = plug("gsm umts");
+        modem.setAnswer("AT+CREG?", "+CREG: 0,1");
+        modem.setAnswer("AT+CMEE?", "+CMEE: 0");
+        modem.setAnswer("AT+CMEE=0", "silence");
+        std::optional<Card> card(modem);
+        std::thread puller([&] {
+            while (!modem.allCommands().contains("AT+CMEE=0"))
+                QTest::qSleep(5);
+            modem.unplug();
+        });
+        card.reset();
+        puller.join();
+        QVERIFY(!modem.allCommands().contains("AT+CREG=0"));
+    }
+
     void comesBackAfterUnplugging()
     {
         PtyModem &modem = plug("gsm umts");

@@ -125,12 +125,16 @@ void SerialModem::begin()
 
 void SerialModem::stop()
 {
-    for (const auto &[command, mode] : m_found) {
-        if (set(command + std::to_string(mode)).result == AtResult::TimeOut)
+    // Losing the card in the middle of this forgets its modes.
+    for (const auto &[command, mode] : std::exchange(m_found, {})) {
+        const AtResult result = set(command + std::to_string(mode)).result;
+        if (result == AtResult::TimeOut || result == AtResult::Unusable)
             break;
     }
     m_isReady = false;
     m_port.close();
+    m_changeTimer.stop();
+    m_retryTimer.stop();
 }
 
 // ---- Commands ----------------------------------------------------------------------------------

@@ -15,11 +15,14 @@ constexpr int kStandardTimeoutMs = 3'000;
 
 } // namespace
 
-// Runs a function of the modem on its thread and returns what it returns.
+// Runs a query on the modem's thread and returns what it returns: nothing, and at once, while the
+// card is lost.
 template <typename Function, typename... Arguments>
 auto SerialCard::run(Function function, const Arguments &...arguments)
 {
     std::invoke_result_t<Function, SerialModem &, const Arguments &...> result{};
+    if (!m_modem->isServing())
+        return result;
     const auto call = [&] {
         if (!m_modem->isBusy())
             result = std::invoke(function, *m_modem, arguments...);
@@ -37,7 +40,8 @@ SerialCard::SerialCard(SerialSettings settings, EventSink raise)
     QObject::connect(&m_thread, &QThread::finished, m_modem, &QObject::deleteLater);
     m_thread.setObjectName(QStringLiteral("serial"));
     m_thread.start();
-    m_startError = run(&SerialModem::start);
+    QMetaObject::invokeMethod(m_modem, &SerialModem::start, Qt::BlockingQueuedConnection,
+                              &m_startError);
 }
 
 SerialCard::~SerialCard()
@@ -54,7 +58,7 @@ void SerialCard::begin()
 
 std::string SerialCard::description()
 {
-    return "card on " + run(&SerialModem::port);
+    return "card on " + m_modem->port();
 }
 
 std::optional<std::int32_t> SerialCard::status()

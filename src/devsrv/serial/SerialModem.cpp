@@ -27,9 +27,6 @@ constexpr int kTextMode = 1;
 // How long a command that was not answered fails at once. A report asks for a value several times.
 constexpr milliseconds kSilenceTime{10'000};
 
-// A card that leaves so many commands in a row without an answer is not waited for any more.
-constexpr int kMaxSilences = 3;
-
 // From the first change to the events that cover it and the changes after it.
 constexpr milliseconds kMergeTime{250};
 
@@ -109,8 +106,8 @@ QString SerialModem::start()
                               "kestrun cards --ports lists them")
             .arg(m_path);
     }
-    prepare();
-    if (m_isReady || !m_port.isThere())
+    m_isServing = prepare();
+    if (m_isServing || !m_port.isThere())
         return {};
     return QStringLiteral("the card on %1 answers AT and no other command; try another port of the "
                           "card: kestrun cards --ports lists them")
@@ -131,6 +128,7 @@ void SerialModem::stop()
         if (result == AtResult::TimeOut || result == AtResult::Unusable)
             break;
     }
+    m_isServing = false;
     m_isReady = false;
     m_port.close();
     m_changeTimer.stop();
@@ -153,8 +151,7 @@ AtAnswer SerialModem::checked(AtAnswer answer)
 {
     // Lines that came with the answer wait in the channel until more arrives.
     QMetaObject::invokeMethod(&m_port, &Port::dataArrived, Qt::QueuedConnection);
-    m_silences = answer.result == AtResult::TimeOut ? m_silences + 1 : 0;
-    if (m_isReady && (answer.result == AtResult::Unusable || m_silences == kMaxSilences))
+    if (m_isReady && answer.result == AtResult::Unusable)
         lose(!m_port.isThere());
     return answer;
 }
@@ -165,10 +162,14 @@ AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
     const auto found = m_kept.find(command);
     if (found != m_kept.end() && !found->second.end.hasExpired())
         return found->second.answer;
+    const int changes = m_changes;
     AtAnswer answer = ask(command);
+    // The card may have changed, or be lost, since it answered.
+    if (!m_isReady || m_changes != changes)
+        return answer;
     if (answer.result == AtResult::TimeOut)
         m_kept.insert_or_assign(command, Kept{answer, lifetime, QDeadlineTimer(kSilenceTime)});
-    else if (m_isReady && lifetime != Lifetime::None && !isPassing(answer))
+    else if (lifetime != Lifetime::None && !isPassing(answer))
         m_kept.insert_or_assign(command,
                                 Kept{answer, lifetime, QDeadlineTimer(QDeadlineTimer::Forever)});
     return answer;
@@ -176,6 +177,7 @@ AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
 
 void SerialModem::forget(Lifetime lifetime)
 {
+    ++m_changes;
     std::erase_if(m_kept, [=](const auto &kept) { return kept.second.lifetime == lifetime; });
 }
 
@@ -200,17 +202,21 @@ bool SerialModem::openPort(QString &error)
     return m_port.isThere() || m_port.open(m_path, m_settings.baud, error);
 }
 
-// Makes a card that answers ready for queries, and finds out what it reports by itself.
-void SerialModem::prepare()
+// Makes a card that answers ready for queries, and finds out what it reports by itself. Returns
+// false if the card answers no command but "AT", or is lost.
+bool SerialModem::prepare()
 {
     m_isReady = true;
-    m_silences = 0;
-    set("ATE0");
+    const AtAnswer answers[] = {set("ATE0"), set("ATV1"), ask("AT+CMEE?")};
+    if (std::all_of(std::begin(answers), std::end(answers),
+                    [](const AtAnswer &a) { return a.result == AtResult::TimeOut; })) {
+        m_isReady = false;
+        return false;
+    }
     // After a silence the modes are those that were set here before it: the first ones are kept.
     if (m_channel.hasEcho())
         m_found.emplace("ATE", 1);
-    set("ATV1");
-    if (const auto mode = firstNumber(ask("AT+CMEE?").lines))
+    if (const auto mode = firstNumber(answers[2].lines))
         m_found.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
@@ -221,6 +227,7 @@ void SerialModem::prepare()
     for (Source &source : m_sources)
         registrationOf(source);
     m_told = facts();
+    return m_isReady;
 }
 
 // Forgets what can be another's when a card answers again.
@@ -315,6 +322,7 @@ void SerialModem::waitForNetwork()
 
 void SerialModem::lose(bool isRemoved)
 {
+    m_isServing = false;
     if (isRemoved) {
         m_port.close();
         m_found.clear();
@@ -333,8 +341,8 @@ void SerialModem::lose(bool isRemoved)
 void SerialModem::tryAgain()
 {
     QString error;
-    if (openPort(error) && m_channel.connectToCard()) {
-        prepare();
+    m_isServing = openPort(error) && m_channel.connectToCard() && prepare();
+    if (m_isServing) {
         announce();
         return;
     }
@@ -345,8 +353,6 @@ void SerialModem::tryAgain()
 
 void SerialModem::announce()
 {
-    if (!m_isReady)
-        return;
     post({DEVSRV_EVENT_CARD_CHANGED});
     if (isSimUsable())
         post({ZEPA_EVENT_DEV_DEVICE_INIT_FINISH});

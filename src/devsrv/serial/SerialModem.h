@@ -10,6 +10,7 @@
 #include <QtCore/QTimer>
 
 #include <array>
+#include <atomic>
 #include <map>
 
 namespace devsrv {
@@ -51,7 +52,10 @@ public:
     /// Whether a command runs, so that queries have to fail.
     bool isBusy() const { return m_channel.isBusy(); }
 
-    /// The name of the port that stays the same, in UTF-8.
+    /// Whether queries can be answered: not while the card is lost. On any thread.
+    bool isServing() const { return m_isServing; }
+
+    /// The name of the port that stays the same, in UTF-8. On any thread after start().
     std::string port() const { return m_path.toStdString(); }
 
     std::optional<std::int32_t> status();
@@ -110,7 +114,7 @@ private:
                                     std::initializer_list<const char *> commands);
 
     bool openPort(QString &error);
-    void prepare();
+    bool prepare();
     void forgetCard();
     void readSim();
     void noteSim(const SimState &sim);
@@ -144,8 +148,9 @@ private:
     QTimer m_changeTimer;
     QTimer m_retryTimer;
 
-    bool m_isReady = false;
-    int m_silences = 0; // commands in a row that were not answered
+    bool m_isReady = false; // commands can be sent
+    std::atomic<bool> m_isServing = false;
+    int m_changes = 0; // of what kept answers depend on
     std::map<std::string, Kept> m_kept;
     std::array<Source, kSources> m_sources;
     SimState m_sim;

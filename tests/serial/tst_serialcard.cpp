@@ -275,8 +275,8 @@ private Q_SLOTS:
         } else {
             modem.send(cell("says").toUtf8());
             QTest::qSleep(50);
-            modem.setAnswer("AT+CSQ", cell("answers"));
-            card->execute("AT+CSQ\r", [](const std::string &) {});
+            modem.setAnswer("AT^RSTRIGGER?", cell("answers"));
+            card->execute("AT^RSTRIGGER?\r", [](const std::string &) {});
         }
         QVERIFY(card.raises(cell("events")));
     }
@@ -462,6 +462,36 @@ private Q_SLOTS:
         QCOMPARE(card->plmn(), "21407");
         modem.setAnswer("AT+COPS?", "+COPS: 0,2,\"21401\"");
         QCOMPARE(card->plmn(), "21401");
+    }
+
+    // A modem that starts again on its port, or that a caller's command changes, loses its modes.
+    void asksAgainAfterAReset_data()
+    {
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QString>("events");
+        QTest::newRow("query") << QByteArray("AT^RSTRIGGER?\r") << "";
+        QTest::newRow("change") << QByteArray("AT+CREG=0\r") << "6614";
+        QTest::newRow("reset") << QByteArray() << "6603 6002 6002 6014";
+    }
+
+    void asksAgainAfterAReset()
+    {
+        QFETCH(QByteArray, command);
+        QFETCH(QString, events);
+        PtyModem &modem = plug("gsm umts");
+        Card card(modem);
+        QCOMPARE(card->registration(Domain::CircuitSwitched).value_or(Registration()).lac, "31C5");
+        modem.hasEcho = command.isEmpty();
+        modem.setAnswer("AT+CREG?", "+CREG: 0,1,\"31C6\",\"83F7CD\",2");
+        modem.takeJournal();
+        if (command.isEmpty())
+            card->status();
+        else
+            card->execute(command.toStdString(), [](const std::string &) {});
+        QVERIFY(card.raises(events));
+        QCOMPARE(card->registration(Domain::CircuitSwitched).value_or(Registration()).lac,
+                 events.isEmpty() ? "31C5" : "31C6");
+        QCOMPARE(modem.takeJournal().contains("AT+CREG=2"), !events.isEmpty());
     }
 
     void sendsMessages_data() { addRows("serial-sms.txt"); }

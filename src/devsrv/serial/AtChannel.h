@@ -6,6 +6,7 @@
 #include "Port.h"
 
 #include <functional>
+#include <utility>
 
 namespace devsrv {
 
@@ -63,8 +64,9 @@ public:
     /// Whether a command runs.
     bool isBusy() const { return m_isBusy; }
 
-    /// Whether the card was seen to repeat commands, since connectToCard().
+    /// Whether the card was seen to repeat commands, since connectToCard() and takeEcho().
     bool hasEcho() const { return m_hasEcho; }
+    bool takeEcho() { return std::exchange(m_hasEcho, false); }
 
 private:
     struct Request;

@@ -311,6 +311,12 @@ bool isHarmful(std::string_view command)
     });
 }
 
+bool isQuery(std::string_view command)
+{
+    const std::size_t mark = command.find('?');
+    return mark == command.find_last_not_of(" \t\r\n") && mark < command.find_first_of("=;&");
+}
+
 std::optional<int> equipmentError(std::string_view line)
 {
     constexpr std::string_view kName = "+CME ERROR:";

@@ -41,6 +41,9 @@ bool hasMessageBehind(std::string_view line);
 /// the card stores: commands that this backend never sends on its own account.
 bool isHarmful(std::string_view command);
 
+/// Whether a command only asks for a mode or a value: "AT+CREG?".
+bool isQuery(std::string_view command);
+
 /// The number in "+CME ERROR: 10", also where the card writes the error in words.
 std::optional<int> equipmentError(std::string_view line);
 

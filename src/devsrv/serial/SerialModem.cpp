@@ -86,7 +86,12 @@ SerialModem::SerialModem(SerialSettings settings, EventSink raise)
     });
     // Queued: the port may notice its end in the middle of a command.
     connect(
-        &m_port, &Port::gone, this, [this] { lose(true); }, Qt::QueuedConnection);
+        &m_port, &Port::gone, this,
+        [this] {
+            if (!m_port.isThere())
+                lose();
+        },
+        Qt::QueuedConnection);
     forgetCard();
 }
 
@@ -151,8 +156,8 @@ AtAnswer SerialModem::checked(AtAnswer answer)
 {
     // Lines that came with the answer wait in the channel until more arrives.
     QMetaObject::invokeMethod(&m_port, &Port::dataArrived, Qt::QueuedConnection);
-    if (m_isReady && answer.result == AtResult::Unusable)
-        lose(!m_port.isThere());
+    if (m_isReady && (answer.result == AtResult::Unusable || wasReset()))
+        lose();
     return answer;
 }
 
@@ -207,16 +212,19 @@ bool SerialModem::openPort(QString &error)
 bool SerialModem::prepare()
 {
     m_isReady = true;
-    const AtAnswer answers[] = {set("ATE0"), set("ATV1"), ask("AT+CMEE?")};
+    m_isEchoOff = false;
+    const bool takesEchoOff = set("ATE0").isOk();
+    // After a silence the modes are those that were set here before it: the first ones are kept.
+    if (m_channel.takeEcho())
+        m_found.emplace("ATE", 1);
+    const AtAnswer answers[] = {set("ATV1"), ask("AT+CMEE?")};
     if (std::all_of(std::begin(answers), std::end(answers),
                     [](const AtAnswer &a) { return a.result == AtResult::TimeOut; })) {
         m_isReady = false;
         return false;
     }
-    // After a silence the modes are those that were set here before it: the first ones are kept.
-    if (m_channel.hasEcho())
-        m_found.emplace("ATE", 1);
-    if (const auto mode = firstNumber(answers[2].lines))
+    m_isEchoOff = takesEchoOff && !m_channel.takeEcho();
+    if (const auto mode = firstNumber(answers[1].lines))
         m_found.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
@@ -237,6 +245,17 @@ void SerialModem::forgetCard()
     m_sim = {};
     for (std::size_t index = 0; index < kSources; ++index)
         m_sources[index] = {kSourceNames[index], {}, {}, {}, {}};
+}
+
+// The command of a caller may have changed anything: what is known is asked for again.
+void SerialModem::doubtAnswers()
+{
+    m_kept.clear();
+    for (Source &source : m_sources) {
+        source.isTried = false;
+        source.current.reset();
+    }
+    noteChange();
 }
 
 void SerialModem::readSim()
@@ -320,8 +339,15 @@ void SerialModem::waitForNetwork()
     }
 }
 
-void SerialModem::lose(bool isRemoved)
+// Whether the card repeats commands again: it has started again, and has none of its modes.
+bool SerialModem::wasReset() const
 {
+    return m_isEchoOff && m_channel.hasEcho();
+}
+
+void SerialModem::lose()
+{
+    const bool isRemoved = !m_port.isThere();
     m_isServing = false;
     if (isRemoved) {
         m_port.close();
@@ -331,8 +357,10 @@ void SerialModem::lose(bool isRemoved)
         return;
     forgetCard();
     m_changeTimer.stop();
-    m_warnings.warn(isRemoved ? QStringLiteral("the port %1 is gone").arg(m_path)
-                              : QStringLiteral("the card on %1 does not answer").arg(m_path));
+    m_warnings.warn((isRemoved        ? QStringLiteral("the port %1 is gone")
+                         : wasReset() ? QStringLiteral("the card on %1 has started again")
+                                      : QStringLiteral("the card on %1 does not answer"))
+                        .arg(m_path));
     post({isRemoved ? DEVSRV_EVENT_DEVICE_REMOVED : DEVSRV_EVENT_DEVICE_LOST,
           DEVSRV_EVENT_CARD_CHANGED});
     m_retryTimer.start(kFirstRetry);
@@ -694,6 +722,8 @@ bool SerialModem::execute(const std::string &command, const AnswerSink &answer)
     if (!m_isReady)
         return false;
     const AtResult result = checked(m_channel.pass(command, answer)).result;
+    if (!isQuery(command))
+        doubtAnswers();
     return result == AtResult::Ok || result == AtResult::Error;
 }
 

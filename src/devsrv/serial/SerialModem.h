@@ -116,6 +116,7 @@ private:
     bool openPort(QString &error);
     bool prepare();
     void forgetCard();
+    void doubtAnswers();
     void readSim();
     void noteSim(const SimState &sim);
     bool isSimUsable() const;
@@ -133,7 +134,8 @@ private:
     void tellChanges();
     void readReported();
     Facts facts() const;
-    void lose(bool isRemoved);
+    bool wasReset() const;
+    void lose();
     void tryAgain();
     void announce();
     void post(std::initializer_list<std::int32_t> events);
@@ -150,6 +152,7 @@ private:
 
     bool m_isReady = false; // commands can be sent
     std::atomic<bool> m_isServing = false;
+    bool m_isEchoOff = false; // the card repeats no commands since prepare()
     int m_changes = 0; // of what kept answers depend on
     std::map<std::string, Kept> m_kept;
     std::array<Source, kSources> m_sources;

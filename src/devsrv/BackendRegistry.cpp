@@ -3,6 +3,8 @@
 
 #include "BackendFactories.h"
 
+#include <QtCore/QCoreApplication>
+
 #include <algorithm>
 
 namespace devsrv {
@@ -11,24 +13,25 @@ namespace {
 
 BackendEntry entry(const char *name, const char *argument, const char *help, const char *option,
                    BackendFactory *make, std::string_view options = {},
-                   BackendDeviceList *list = nullptr)
+                   BackendDeviceList *list = nullptr, bool needsApplication = false)
 {
-    return {{name, argument, help, option, make ? 1 : 0}, make, options, list};
+    return {{name, argument, help, option, make ? 1 : 0}, make, options, list, needsApplication};
 }
 
 // A row for each backend: name, syntax of the argument, one line of help, build option, factory;
-// keys of the options, list of devices. The first row is the default. Not constexpr: with GCC's
-// undefined-behaviour sanitizer, a test for a null function is no constant expression.
+// keys of the options, list of devices, need of an application. The first row is the default. Not
+// constexpr: with GCC's undefined-behaviour sanitizer, a test for a null function is no constant
+// expression.
 const BackendEntry kEntries[] = {
     entry("emulated", "[:CARD]", "an emulated card: a shipped one or a card file", "",
           kEmulatedCardFactory),
     entry("modemmanager", "[:IMEI|NUMBER|PATH|any][?enable=no&at-timeout=SECONDS]",
           "a modem of the ModemManager daemon: the first, or the one named", "KESTRUN_MODEMMANAGER",
-          kModemManagerCardFactory, "enable at-timeout", kModemManagerCardList),
+          kModemManagerCardFactory, "enable at-timeout", kModemManagerCardList, true),
     entry("serial", "[:PORT][?OPTIONS]",
           "a card that speaks AT on a serial port: the first that answers, or by its port",
           "KESTRUN_SERIAL", kSerialCardFactory, "baud modem timeout enable initial",
-          kSerialCardList),
+          kSerialCardList, true),
 };
 
 std::string builtBackends()
@@ -85,6 +88,11 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
             error = "the backend \"" + name + "\" is not built in; build with the CMake option "
                 + named->facts.option + " and the library that it needs, or choose one of "
                 + builtBackends();
+            return {};
+        }
+        if (named->needsApplication && !QCoreApplication::instance()) {
+            error = "the backend \"" + name
+                + "\" needs a QCoreApplication, which the host has not made";
             return {};
         }
         const std::string_view rest = std::string_view(choice).substr(name.size());

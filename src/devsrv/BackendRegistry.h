@@ -48,6 +48,7 @@ struct BackendEntry
     BackendFactory *make;     ///< null if the backend is not built
     std::string_view options; ///< the keys of its options, separated by blanks
     BackendDeviceList *list;  ///< null if the backend is not built or has nothing to list
+    bool needsApplication;    ///< it has a thread with an event loop
 };
 
 /// The backends, the default one first.

@@ -100,6 +100,12 @@ public:
     /// that the first call starts.
     virtual void begin() {}
 
+    /// Lets go of the device, since the next backend may be on the same one. Queries fail.
+    virtual void release() {}
+
+    /// Takes the device back after release(): the next backend cannot run.
+    virtual void takeBack() {}
+
     /// One line of UTF-8 that names the card for people: "emulated card lte".
     virtual std::string description() = 0;
 

@@ -50,9 +50,18 @@ Service::BackendUse Service::backend()
 
 bool Service::startBackend(const MakeBackend &make)
 {
+    const auto active = [this] {
+        const std::lock_guard lock(m_mutex);
+        return m_active ? m_active->backend.card : nullptr;
+    }();
+    if (active)
+        active->release();
     auto started = makeActive(make);
-    if (!started->backend.card)
+    if (!started->backend.card) {
+        if (active)
+            active->takeBack();
         return false;
+    }
     replaceBackend(std::move(started));
     return true;
 }

@@ -56,8 +56,8 @@ public:
     using MakeBackend = std::function<Backend(EventSink raise)>;
 
     /// Makes a backend the active one and ends the one before it, after its last user and the event
-    /// that is being delivered have returned. Returns false, and changes nothing, if `make` returns
-    /// a backend without a card. Not to be called from inside a callback.
+    /// that is being delivered have returned. Returns false if `make` returns a backend without a
+    /// card: the active backend then goes on. Not to be called from inside a callback.
     bool startBackend(const MakeBackend &make);
 
     /// Ends the active backend in the same way.

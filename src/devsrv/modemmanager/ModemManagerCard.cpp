@@ -4,7 +4,6 @@
 #include "BackendFactories.h"
 #include "EventDelivery.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusArgument>
 
 #include <atomic>
@@ -50,11 +49,6 @@ ModemManagerCard::ModemManagerCard(const Settings &settings, EventSink raise)
 {
     if (const QString why = m_client.open(); !why.isEmpty()) {
         m_startError = unreachable(why);
-        return;
-    }
-    if (!QCoreApplication::instance()) {
-        m_startError = QStringLiteral(
-            "modems need a QCoreApplication, which the host has not made");
         return;
     }
     m_mirror = std::make_unique<ModemManagerMirror>(m_client, settings.mirror, std::move(raise));

@@ -37,7 +37,11 @@ SerialCard::SerialCard(SerialSettings settings, EventSink raise)
     : m_modem(new SerialModem(std::move(settings), std::move(raise)))
 {
     m_modem->moveToThread(&m_thread);
-    QObject::connect(&m_thread, &QThread::finished, m_modem, &QObject::deleteLater);
+    // On the thread itself: a host that ends without stop() has no application to deliver events.
+    QObject::connect(&m_thread, &QThread::finished, [modem = m_modem] {
+        modem->stop();
+        delete modem;
+    });
     m_thread.setObjectName(QStringLiteral("serial"));
     m_thread.start();
     QMetaObject::invokeMethod(m_modem, &SerialModem::start, Qt::BlockingQueuedConnection,
@@ -46,7 +50,6 @@ SerialCard::SerialCard(SerialSettings settings, EventSink raise)
 
 SerialCard::~SerialCard()
 {
-    QMetaObject::invokeMethod(m_modem, &SerialModem::stop, Qt::BlockingQueuedConnection);
     m_thread.quit();
     m_thread.wait();
 }
@@ -54,6 +57,16 @@ SerialCard::~SerialCard()
 void SerialCard::begin()
 {
     QMetaObject::invokeMethod(m_modem, &SerialModem::begin, Qt::QueuedConnection);
+}
+
+void SerialCard::release()
+{
+    QMetaObject::invokeMethod(m_modem, &SerialModem::stop, Qt::BlockingQueuedConnection);
+}
+
+void SerialCard::takeBack()
+{
+    QMetaObject::invokeMethod(m_modem, &SerialModem::tryAgain, Qt::QueuedConnection);
 }
 
 std::string SerialCard::description()

@@ -24,6 +24,8 @@ public:
     const QString &startError() const { return m_startError; }
 
     void begin() override;
+    void release() override;
+    void takeBack() override;
     std::string description() override;
     std::optional<std::int32_t> status() override;
     std::optional<std::string> imei() override;

@@ -78,6 +78,7 @@ SerialModem::SerialModem(SerialSettings settings, EventSink raise)
     for (QTimer *timer : {&m_changeTimer, &m_retryTimer})
         timer->setSingleShot(true);
     m_changeTimer.setInterval(kMergeTime);
+    m_retryTimer.setInterval(kFirstRetry);
     connect(&m_changeTimer, &QTimer::timeout, this, &SerialModem::tellChanges);
     connect(&m_retryTimer, &QTimer::timeout, this, &SerialModem::tryAgain);
     connect(&m_port, &Port::dataArrived, this, [this] {
@@ -135,6 +136,7 @@ void SerialModem::stop()
     }
     m_isServing = false;
     m_isReady = false;
+    forgetCard();
     m_port.close();
     m_changeTimer.stop();
     m_retryTimer.stop();

@@ -46,8 +46,12 @@ public:
     /// Raises events from now on, and those since start().
     void begin();
 
-    /// Puts the card's reporting modes and echo back as start() found them.
+    /// Puts the card's reporting modes and echo back as start() found them, and closes the port.
     void stop();
+
+    /// Opens the port after a loss or stop(), and prepares the card. Where that fails it is
+    /// repeated.
+    void tryAgain();
 
     /// Whether a command runs, so that queries have to fail.
     bool isBusy() const { return m_channel.isBusy(); }
@@ -136,7 +140,6 @@ private:
     Facts facts() const;
     bool wasReset() const;
     void lose();
-    void tryAgain();
     void announce();
     void post(std::initializer_list<std::int32_t> events);
     void raisePosted();

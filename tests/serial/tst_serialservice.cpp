@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+
+// The "serial" backend behind the control interface, as hosts start and end it.
+
+#include "PtyModem.h"
+
+#include "devsrv/DeviceServiceControl.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+namespace {
+
+const DeviceServiceControl &control = *DevSrv_GetControl();
+
+int start(const QString &card)
+{
+    return control.start(card.toUtf8().constData());
+}
+
+std::string model()
+{
+    char model[ZEPA_TEXT_SIZE] = "";
+    ZEPA_DevSrv_GetDeviceName(model);
+    return model;
+}
+
+} // namespace
+
+class tst_SerialService : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void needsAnApplication()
+    {
+        QVERIFY(start("serial") != 0);
+        QVERIFY2(QByteArray(control.lastError()).contains("needs a QCoreApplication"),
+                 control.lastError());
+    }
+
+    void changesCards()
+    {
+        PtyModem modem("gsm umts");
+        modem.setAnswer("AT+CMEE?", "+CMEE: 0");
+        int argc = 0;
+        std::optional<QCoreApplication> application(std::in_place, argc, nullptr);
+        QCOMPARE(start(modem.card()), 0);
+        // The active card once more.
+        QCOMPARE(start(modem.card("?timeout=1000")), 0);
+        QCOMPARE(model(), "FR210");
+        // A card that cannot be started leaves the active one.
+        QVERIFY(start("serial:/dev/null") != 0);
+        QTRY_COMPARE(model(), "FR210");
+
+        // A host that forgets to stop the card.
+        modem.takeJournal();
+        application.reset();
+        control.stop();
+        QVERIFY(modem.takeJournal().contains("AT+CMEE=0"));
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_SerialService)
+#include "tst_serialservice.moc"

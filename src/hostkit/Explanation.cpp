@@ -221,7 +221,10 @@ Verdict registered(bool isCell, const Element &element, const QString &value,
         return {};
     const QString state = valueOf(query.last->values,
                                   lte ? QStringLiteral("PS/State") : QStringLiteral("CS/State"));
-    const bool onNetwork = state == QLatin1String("1") || state == QLatin1String("5");
+    // Registered, at home or roaming: for everything, for messages only, or with calls limited.
+    constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
+    const bool onNetwork = std::count(std::begin(kRegistered), std::end(kRegistered), state.toInt())
+        > 0;
     return onNetwork ? Verdict{kUnsupported, QStringLiteral("no-value")}
                      : Verdict{kEmptyByRule, QStringLiteral("not-registered")};
 }

@@ -83,9 +83,13 @@ public:
     QByteArray receive(Clock::time_point deadline) const
     {
         using std::chrono::milliseconds;
-        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
         pollfd waited{m_descriptor, POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&waited, 1, int(left.count())) <= 0)
+        int ready = 0;
+        do {
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            ready = left.count() > 0 ? ::poll(&waited, 1, int(left.count())) : 0;
+        } while (ready < 0 && errno == EINTR);
+        if (ready <= 0)
             return {};
         char bytes[256];
         const auto count = ::recv(m_descriptor, bytes, sizeof bytes, 0);

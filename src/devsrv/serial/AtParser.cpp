@@ -189,13 +189,13 @@ std::optional<int> smallNumber(const Field &field, int most)
     return number <= most ? std::optional(number) : std::nullopt;
 }
 
-// A hexadecimal number of up to 32 bits, upper case without leading zeros.
-std::optional<std::string> hexNumber(const Field &field)
+// A hexadecimal number, upper case without leading zeros.
+std::optional<std::string> hexNumber(const Field &field, std::size_t maxDigits = 8)
 {
     if (!all(field.text, isHexDigit))
         return std::nullopt;
     const std::size_t first = std::min(field.text.find_first_not_of('0'), field.text.size() - 1);
-    if (field.text.size() - first > 8)
+    if (field.text.size() - first > maxDigits)
         return std::nullopt;
     return upper(std::string_view(field.text).substr(first));
 }
@@ -485,7 +485,7 @@ std::optional<RegistrationLine> registrationLine(std::string_view line, bool ask
     if (fields.size() < 3)
         return registration;
     const auto area = hexNumber(fields[1]);
-    const auto cell = hexNumber(fields[2]);
+    const auto cell = hexNumber(fields[2], nameOf(line) == "+C5GREG" ? 10 : 8);
     if (area && cell && isArea(*area)) {
         registration.area = *area;
         registration.cell = *cell;

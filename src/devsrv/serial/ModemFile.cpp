@@ -3,7 +3,8 @@
 
 #include "ModemFields.h"
 
-#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QHash>
 
 #include <algorithm>
 
@@ -25,12 +26,17 @@ bool isField(const QString &name)
 std::optional<ModemFile> ModemFile::read(const QString &file, QString &error)
 {
     QFile in(file);
+    if (QFileInfo::exists(file) && !QFileInfo(file).isFile()) {
+        error = QStringLiteral("the modem file %1 is not a file; name a file").arg(file);
+        return std::nullopt;
+    }
     if (!in.open(QIODevice::ReadOnly | QIODevice::Text)) {
         error = QStringLiteral("the modem file %1 cannot be read: %2").arg(file, in.errorString());
         return std::nullopt;
     }
     ModemFile result;
     QString section;
+    QHash<QString, int> patternLines;
     int number = 0;
     QString wrong;
     while (!in.atEnd() && wrong.isEmpty()) {
@@ -47,13 +53,17 @@ std::optional<ModemFile> ModemFile::read(const QString &file, QString &error)
         } else if (equals < 0) {
             wrong = QStringLiteral("a line is NAME=VALUE, a [SECTION], or a comment behind #");
         } else {
-            wrong = result.addLine(section, line.left(equals).trimmed(),
-                                   line.mid(equals + 1).trimmed());
+            const QString name = line.left(equals).trimmed();
+            wrong = result.addLine(section, name, line.mid(equals + 1).trimmed());
+            if (section == kPatterns)
+                patternLines.insert(name, number);
         }
     }
     for (const QString &field : result.m_patterns.keys()) {
-        if (wrong.isEmpty() && !result.m_commands.contains(field))
+        if (wrong.isEmpty() && !result.m_commands.contains(field)) {
             wrong = QStringLiteral("%1 has a pattern but no command").arg(field);
+            number = patternLines[field];
+        }
     }
     if (wrong.isEmpty())
         return result;

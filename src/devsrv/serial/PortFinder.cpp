@@ -14,9 +14,8 @@ namespace devsrv {
 
 namespace {
 
-// The time of each of the probes of one port, and of the search as a whole.
+// The time of each of the probes of one port.
 constexpr milliseconds kProbeTime{300};
-constexpr milliseconds kSearchTime{4'000};
 
 } // namespace
 
@@ -58,7 +57,7 @@ bool answersOn(const QString &path, int baud, QString &reason)
 
 QString findPort(int baud, QString &error)
 {
-    const QDeadlineTimer deadline(kSearchTime);
+    const QDeadlineTimer deadline(kPortSearchTime);
     QStringList reasons;
     for (const PortFacts &port : serialPorts()) {
         QString reason;

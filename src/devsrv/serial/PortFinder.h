@@ -4,6 +4,8 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
+#include <chrono>
+
 namespace devsrv {
 
 /// A serial port of this machine.
@@ -21,6 +23,9 @@ QList<PortFacts> serialPorts();
 /// The link in `directory` that leads to the port; the path itself if there is none.
 QString lastingName(const QString &path,
                     const QString &directory = QStringLiteral("/dev/serial/by-id"));
+
+/// How long a search through the ports tries another one.
+inline constexpr std::chrono::milliseconds kPortSearchTime{4'000};
 
 /// Whether a card answers AT commands on the port, within about a second. If not, `reason` says
 /// why.

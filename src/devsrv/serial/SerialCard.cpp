@@ -4,6 +4,8 @@
 #include "BackendFactories.h"
 #include "PortFinder.h"
 
+#include <QtCore/QDeadlineTimer>
+
 #include <functional>
 
 namespace devsrv {
@@ -228,8 +230,14 @@ Backend makeSerialCard(const BackendArgument &argument, const BackendOptions &op
 
 std::vector<BackendDevice> listSerialCards(std::string &error)
 {
+    const QDeadlineTimer deadline(kPortSearchTime);
     std::vector<BackendDevice> devices;
+    QStringList untried;
     for (const PortFacts &port : serialPorts()) {
+        if (deadline.hasExpired()) {
+            untried.append(port.path);
+            continue;
+        }
         QString answer;
         if (answersOn(port.path, kStandardBaud, answer))
             answer = QStringLiteral("a card answers");
@@ -240,6 +248,10 @@ std::vector<BackendDevice> listSerialCards(std::string &error)
     }
     if (devices.empty())
         error = "this machine has no serial port; plug the card in";
+    if (!untried.isEmpty()) {
+        error = "these ports were not tried, for lack of time; name one, serial:PORT: "
+            + untried.join(QStringLiteral(", ")).toStdString();
+    }
     return devices;
 }
 

@@ -308,6 +308,9 @@ private Q_SLOTS:
         modem.setAnswer("AT+CPIN?", "+CPIN: PH-NET PIN");
         QCOMPARE(card->lockState(), 8);
         QVERIFY(card.raises("6016"));
+        modem.setAnswer("AT+CPIN?", "+CPIN: READY");
+        QCOMPARE(card->status(), DEVSRV_STATUS_READY);
+        QVERIFY(card.raises("6014 6016"));
     }
 
     void switchesRadioOn_data()

@@ -57,7 +57,8 @@ AtChannel::AtChannel(Port &port, milliseconds timeout, LineSink unsolicited)
 
 bool AtChannel::connectToCard()
 {
-    m_reader.dropPartial();
+    m_port.read();
+    m_reader.reset();
     m_hasEcho = false;
     m_isMessageLine = false;
     m_isInStep = false;

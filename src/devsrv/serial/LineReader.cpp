@@ -40,6 +40,12 @@ std::optional<std::string> LineReader::next()
     return line;
 }
 
+void LineReader::reset()
+{
+    m_lines.clear();
+    dropPartial();
+}
+
 void LineReader::dropPartial()
 {
     m_partial.clear();

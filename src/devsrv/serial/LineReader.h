@@ -25,6 +25,9 @@ public:
     /// Whether the unfinished line is the prompt for a message.
     bool isAtPrompt() const { return m_partial == ">" || m_partial == "> "; }
 
+    /// Forgets all lines.
+    void reset();
+
     /// Forgets the unfinished line.
     void dropPartial();
 

@@ -237,6 +237,7 @@ bool SerialModem::prepare()
     for (Source &source : m_sources)
         registrationOf(source);
     m_told = facts();
+    m_changeTimer.stop();
     return m_isReady;
 }
 
@@ -271,6 +272,8 @@ void SerialModem::readSim()
     for (std::size_t index = 0; index < lines.size() && !sim; ++index)
         sim = simState(lines[index]);
     noteSim(sim.value_or(SimState()));
+    if (m_sim != m_told.sim)
+        noteChange();
 }
 
 // Another SIM, or the same one without its lock, makes the card answer what it refused.
@@ -575,8 +578,6 @@ std::optional<std::uint8_t> SerialModem::lockState()
     if (!m_isReady)
         return std::nullopt;
     readSim();
-    if (m_sim != m_told.sim)
-        noteChange();
     unsigned enabled = 0;
     if (m_sim.lock != MM_MODEM_LOCK_UNKNOWN && isSimUsable()) {
         for (const LockFacility &facility : kLockFacilities) {

@@ -16,6 +16,7 @@
 #include <future>
 
 using namespace devsrv;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -39,7 +40,7 @@ public:
         timer.start();
         m_card = elsewhere([=, this] {
             return std::make_unique<ModemManagerCard>(
-                ModemManagerCard::Settings{{ModemChoice(choice), enable}, std::chrono::seconds(1)},
+                ModemManagerCard::Settings{{ModemChoice(choice), enable}, 1s, 4s},
                 [this](std::int32_t event) { raised(event); });
         });
         startTime = timer.elapsed();

@@ -2,6 +2,7 @@
 #include "ModemManagerCard.h"
 
 #include "BackendFactories.h"
+#include "CardValues.h"
 #include "EventDelivery.h"
 
 #include <QtDBus/QDBusArgument>
@@ -21,8 +22,6 @@ constexpr milliseconds kDaemonTime{5'000};
 
 // How long an answer with the location counts.
 constexpr milliseconds kLocationTime{1'000};
-
-constexpr std::int32_t kStatusNotReady = 2;
 
 // The bound of start-up: the radio is switched on, and the modem registers.
 constexpr auto kStartTimeout = kEnableTimeout + milliseconds(10'000);
@@ -154,21 +153,14 @@ std::optional<std::int32_t> ModemManagerCard::productType()
     return read(__func__, &ModemValues::productType);
 }
 
-// The daemon lists the numbers without their indexes in the phonebook: they count from 1.
 std::optional<NumberMemory> ModemManagerCard::numberMemory()
 {
-    const auto numbers = read(__func__, &ModemValues::ownNumbers);
-    if (!numbers)
-        return std::nullopt;
-    return NumberMemory{1, static_cast<std::int32_t>(numbers->size())};
+    return numberMemoryOf(read(__func__, &ModemValues::ownNumbers));
 }
 
 std::optional<std::string> ModemManagerCard::ownNumber(std::int32_t index)
 {
-    const auto numbers = read(__func__, &ModemValues::ownNumbers);
-    if (!numbers || index < 1 || static_cast<std::size_t>(index) > numbers->size())
-        return std::nullopt;
-    return numbers->at(static_cast<std::size_t>(index) - 1);
+    return ownNumberOf(read(__func__, &ModemValues::ownNumbers), index);
 }
 
 std::optional<std::uint8_t> ModemManagerCard::lockState()
@@ -250,7 +242,7 @@ bool ModemManagerCard::sendSms(const SmsMessage &message)
         return false;
     const auto path = created.arguments().constFirst().value<QDBusObjectPath>();
     const QDBusMessage sent = m_client.call(path.path(), kSmsInterface, QLatin1String("Send"), {},
-                                            kSendTimeout);
+                                            m_settings.sendTime);
     // The daemon keeps messages until they are deleted, sent or not.
     m_client.call(modem, kMessagingInterface, QLatin1String("Delete"), {QVariant::fromValue(path)},
                   kQueryTimeout);
@@ -286,12 +278,6 @@ bool ModemManagerCard::execute(const std::string &command, const AnswerSink &ans
     }
     const std::string text = reply.arguments().value(0).toString().toLatin1().toStdString();
     answer((text.empty() ? std::string() : "\r\n" + text + "\r\n") + "\r\nOK\r\n");
-    return true;
-}
-
-bool ModemManagerCard::endCommand()
-{
-    // The answer was delivered before execute() returned.
     return true;
 }
 

@@ -29,6 +29,7 @@ public:
     {
         ModemManagerMirror::Settings mirror;
         std::chrono::seconds commandTime{kCommandTime}; ///< how long an AT command may take
+        milliseconds sendTime{kSendTimeout};            ///< the same for a message
     };
 
     /// Blocks until the modem is ready for queries: at most 5 s if it is switched on already or the
@@ -57,13 +58,12 @@ public:
     std::optional<std::string> plmn() override;
     std::optional<SystemInfo> systemInfo() override;
 
-    /// Takes at most 66 s.
+    /// Takes at most the time of the settings and, where the daemon does not answer, 6 s more.
     bool sendSms(const SmsMessage &message) override;
 
     /// Takes at most the time of the settings and, where the daemon itself does not answer, 5 s
     /// more.
     bool execute(const std::string &command, const AnswerSink &answer) override;
-    bool endCommand() override;
 
 private:
     // The present location of a modem that does not signal it, asked for once a second at most.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerMapping.h"
 
+#include "CardValues.h"
+
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusVariant>
@@ -11,8 +13,6 @@
 namespace devsrv {
 
 namespace {
-
-constexpr std::int32_t kReportModeUnknown = 0;
 
 struct Technology
 {
@@ -126,13 +126,6 @@ bool isHex(const QString &text)
     return ok;
 }
 
-// Networks use 0 and FFFE for "no area". The daemon writes 0 for an area that it does not know.
-bool isArea(const std::string &text)
-{
-    const auto number = std::stoull(text, nullptr, 16);
-    return number != 0 && number != 0xFFFE;
-}
-
 std::optional<CdmaIdentity> cdmaIdentityOf(const ModemObject &modem)
 {
     if (!modem.has(kCdmaInterface))
@@ -145,12 +138,8 @@ std::optional<CdmaIdentity> cdmaIdentityOf(const ModemObject &modem)
 
 std::optional<Versions> versionsOf(const ModemObject &modem)
 {
-    const auto firmware = latin1(modem.text(kModemInterface, QLatin1String("Revision")));
-    const auto hardware = latin1(modem.text(kModemInterface, QLatin1String("HardwareRevision")));
-    if (!firmware && !hardware)
-        return std::nullopt;
-    // AT modems have the firmware version only. A failure would lose it with the other one.
-    return Versions{firmware.value_or(std::string()), hardware.value_or(std::string())};
+    return versionsFrom(latin1(modem.text(kModemInterface, QLatin1String("Revision"))),
+                        latin1(modem.text(kModemInterface, QLatin1String("HardwareRevision"))));
 }
 
 std::optional<std::vector<std::string>> ownNumbersOf(const ModemObject &modem)
@@ -319,6 +308,7 @@ std::optional<CellLocation> parseLocation(const QString &text)
 std::optional<Registration> registrationOf(const CellLocation &location, Domain domain,
                                            std::int32_t state)
 {
+    // The daemon writes 0 for an area that it does not know.
     const bool tracked = domain == Domain::PacketSwitched && isArea(location.trackingArea);
     const std::string &area = tracked ? location.trackingArea : location.locationArea;
     if (!isArea(area))

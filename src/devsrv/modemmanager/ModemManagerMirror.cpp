@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerMirror.h"
 
+#include "CardValues.h"
+
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusPendingReply>
@@ -10,9 +12,6 @@
 namespace devsrv {
 
 namespace {
-
-// From the first change to the events of it and of the changes after it.
-constexpr milliseconds kMergeTime{250};
 
 // From an answer that may be out of date, or that did not come, to the next question.
 constexpr milliseconds kRetryTime{250};
@@ -322,7 +321,6 @@ void ModemManagerMirror::publish()
     if (snapshot->modem)
         prepare(*snapshot->modem);
     checkStarted();
-    // A change does not restart the timer: a flood of changes would defer the events without end.
     if (m_raises && !m_mergeTimer.isActive())
         m_mergeTimer.start(kMergeTime);
 }

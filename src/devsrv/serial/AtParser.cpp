@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "AtParser.h"
 
+#include "CardValues.h"
+#include "LineReader.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -10,7 +13,6 @@ namespace devsrv {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kNameMarks = "+^*$%#&_!";
 
 struct NamedError
@@ -133,16 +135,19 @@ constexpr Technology kTechnologies[] = {
     {10, {SYSTEM_MODE_LTE, SUB_MODE_LTE}},    {13, {SYSTEM_MODE_LTE, SUB_MODE_LTE}},
 };
 constexpr int kLastTechnology = 13;
-constexpr int kLastRegistrationState = 10;
-constexpr int kLastReportMode = 5;
 
-std::string_view trimmed(std::string_view text)
-{
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
+// The states of +CREG with a network: at home or roaming, for messages alone, and without the
+// fallback to circuit-switched calls.
+enum RegistrationState {
+    kHome = 1,
+    kRoaming = 5,
+    kHomeForSms = 6,
+    kRoamingForSms = 7,
+    kHomeWithoutFallback = 9,
+    kRoamingWithoutFallback = 10,
+};
+constexpr int kLastRegistrationState = kRoamingWithoutFallback;
+constexpr int kLastReportMode = 5;
 
 bool isDigit(char c)
 {
@@ -221,12 +226,6 @@ bool hasUnreadableState(const std::vector<Field> &fields, bool asked)
     if (fields.size() < 2 || fields[1].isQuoted || fields[1].text.empty())
         return false;
     return fields.size() == 2 || (asked && !hexNumber(fields[1]));
-}
-
-// Networks use 0 and FFFE for "no area".
-bool isArea(const std::string &area)
-{
-    return area != "0" && area != "FFFE";
 }
 
 // Digits that are written as UCS2 in hexadecimal, as they are; any other text unchanged.
@@ -497,7 +496,17 @@ std::optional<RegistrationLine> registrationLine(std::string_view line, bool ask
 
 bool isRegistered(int state)
 {
-    return state == 1 || (state >= 5 && state <= kLastRegistrationState && state != 8);
+    switch (state) {
+    case kHome:
+    case kRoaming:
+    case kHomeForSms:
+    case kRoamingForSms:
+    case kHomeWithoutFallback:
+    case kRoamingWithoutFallback:
+        return true;
+    default:
+        return false;
+    }
 }
 
 std::optional<Operator> operatorOf(const Lines &lines)

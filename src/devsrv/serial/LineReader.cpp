@@ -5,19 +5,14 @@
 
 namespace devsrv {
 
-namespace {
-
-constexpr std::string_view kBlanks = " \t";
-
-std::string trimmed(const std::string &text)
+std::string_view trimmed(std::string_view text)
 {
+    constexpr std::string_view kBlanks = " \t";
     const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string::npos)
+    if (begin == std::string_view::npos)
         return {};
     return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
-
-} // namespace
 
 void LineReader::feed(std::string_view bytes)
 {
@@ -54,7 +49,7 @@ void LineReader::dropPartial()
 
 void LineReader::endLine()
 {
-    std::string line = trimmed(m_partial);
+    std::string line(trimmed(m_partial));
     if (!line.empty() && !m_isTooLong)
         m_lines.push_back(std::move(line));
     dropPartial();

@@ -8,6 +8,9 @@
 
 namespace devsrv {
 
+/// A text without the blanks around it.
+std::string_view trimmed(std::string_view text);
+
 /// Cuts what a port delivers, in whatever pieces, into lines.
 ///
 /// Not thread-safe. Keeps no more than kMaxLine bytes of an unfinished line: a longer line is noise

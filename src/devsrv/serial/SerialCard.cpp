@@ -2,6 +2,7 @@
 #include "SerialCard.h"
 
 #include "BackendFactories.h"
+#include "CardValues.h"
 #include "PortFinder.h"
 
 #include <QtCore/QDeadlineTimer>
@@ -116,21 +117,14 @@ std::optional<std::int32_t> SerialCard::productType()
     return run(&SerialModem::productType);
 }
 
-// The card lists its numbers without their indexes in the phonebook: they count from 1.
 std::optional<NumberMemory> SerialCard::numberMemory()
 {
-    const auto numbers = run(&SerialModem::numbers);
-    if (!numbers)
-        return std::nullopt;
-    return NumberMemory{1, static_cast<std::int32_t>(numbers->size())};
+    return numberMemoryOf(run(&SerialModem::numbers));
 }
 
 std::optional<std::string> SerialCard::ownNumber(std::int32_t index)
 {
-    const auto numbers = run(&SerialModem::numbers);
-    if (!numbers || index < 1 || static_cast<std::size_t>(index) > numbers->size())
-        return std::nullopt;
-    return numbers->at(static_cast<std::size_t>(index) - 1);
+    return ownNumberOf(run(&SerialModem::numbers), index);
 }
 
 std::optional<std::uint8_t> SerialCard::lockState()
@@ -167,12 +161,6 @@ bool SerialCard::sendSms(const SmsMessage &message)
 bool SerialCard::execute(const std::string &command, const AnswerSink &answer)
 {
     return run(&SerialModem::execute, command, answer);
-}
-
-bool SerialCard::endCommand()
-{
-    // The answer was delivered before execute() returned.
-    return true;
 }
 
 namespace {

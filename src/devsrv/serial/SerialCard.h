@@ -44,7 +44,6 @@ public:
     std::optional<SystemInfo> systemInfo() override;
     bool sendSms(const SmsMessage &message) override;
     bool execute(const std::string &command, const AnswerSink &answer) override;
-    bool endCommand() override;
 
 private:
     template <typename Function, typename... Arguments>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "SerialModem.h"
 
+#include "CardValues.h"
 #include "PortFinder.h"
 #include "SimLock.h"
 #include "TpduCoder.h"
@@ -14,11 +15,7 @@ namespace devsrv {
 
 namespace {
 
-constexpr std::int32_t kStatusNotReady = 2;
-
-// The card reports its location because this backend needs it. Callers find the mode unknown, as
-// with the modem daemon.
-constexpr std::int32_t kReportModeUnknown = 0;
+// Of the report mode: the location, too, which this backend needs.
 constexpr int kReportsLocation = 2;
 
 constexpr int kDigitsFormat = 2;
@@ -26,9 +23,6 @@ constexpr int kTextMode = 1;
 
 // How long a command that was not answered fails at once. A report asks for a value several times.
 constexpr milliseconds kSilenceTime{10'000};
-
-// From the first change to the events that cover it and the changes after it.
-constexpr milliseconds kMergeTime{250};
 
 // From the loss of the card to the first attempt to reach it, and between later ones.
 constexpr milliseconds kFirstRetry{100};
@@ -54,6 +48,12 @@ std::optional<std::string> imeiOf(const Lines &lines)
 std::optional<std::string> imsiOf(const Lines &lines)
 {
     return digits(lines, 6, 15);
+}
+
+// Whether a value of +CFUN is that of a radio that is off, with the rest of the card or alone.
+bool isRadioOff(std::optional<int> functionality)
+{
+    return functionality == 0 || functionality == 4;
 }
 
 // Whether the error may be over soon: the SIM is busy, a code is missing, there is no network.
@@ -299,8 +299,7 @@ bool SerialModem::switchOn()
 {
     if (waitsForCode(m_sim.lock))
         return false;
-    const auto radio = firstNumber(ask("AT+CFUN?").lines);
-    if (radio != 0 && radio != 4)
+    if (!isRadioOff(firstNumber(ask("AT+CFUN?").lines)))
         return false;
     if (!m_settings.enable) {
         m_warnings.warn(QStringLiteral("the radio of the card is off; enable=no leaves it off"));
@@ -424,7 +423,6 @@ void SerialModem::noteLine(const std::string &line)
 
 void SerialModem::noteChange()
 {
-    // A change does not restart the timer: a flood of changes would defer the events without end.
     if (!m_changeTimer.isActive())
         m_changeTimer.start();
 }
@@ -487,7 +485,7 @@ std::optional<std::int32_t> SerialModem::status()
     if (answer.result == AtResult::TimeOut || answer.result == AtResult::Unusable)
         return std::nullopt;
     const auto radio = firstNumber(answer.lines);
-    return radio == 0 || radio == 4 ? kStatusNotReady : DEVSRV_STATUS_READY;
+    return isRadioOff(radio) ? kStatusNotReady : DEVSRV_STATUS_READY;
 }
 
 std::optional<std::string> SerialModem::imei()
@@ -537,11 +535,8 @@ std::optional<CdmaIdentity> SerialModem::cdmaIdentity()
 std::optional<Versions> SerialModem::versions()
 {
     const auto firmware = text("Fver", Lifetime::Card, textValue, {"AT+CGMR", "AT+GMR"});
-    const auto hardware = text("Hver", Lifetime::Card, textValue, {});
-    if (!firmware && !hardware)
-        return std::nullopt;
-    // No standard command gives the hardware version. A failure would lose the other one with it.
-    return Versions{firmware.value_or(std::string()), hardware.value_or(std::string())};
+    // No standard command gives the version of the hardware.
+    return versionsFrom(firmware, text("Hver", Lifetime::Card, textValue, {}));
 }
 
 std::optional<std::int32_t> SerialModem::productType()

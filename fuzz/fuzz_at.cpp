@@ -12,9 +12,9 @@ using namespace devsrv;
 
 namespace {
 
-bool isHex(const std::string &text)
+bool isHex(const std::string &text, std::size_t maxDigits)
 {
-    return text.size() <= 8 && (text == "0" || !text.starts_with('0'))
+    return text.size() <= maxDigits && (text == "0" || !text.starts_with('0'))
         && text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
 }
 
@@ -29,10 +29,10 @@ void checkRegistration(const std::string &line, bool asked)
     if (!registration)
         return;
     require(registration->state >= 0 && registration->state <= 10);
-    require(registration->area.empty() == registration->cell.empty());
-    require(isHex(registration->area) && isHex(registration->cell));
-    require(registration->area != "0" && registration->area != "FFFE");
-    require(registration->technology.value_or(0) <= 13);
+    require(registration->lac.empty() == registration->ci.empty());
+    require(isHex(registration->lac, 8) && isHex(registration->ci, 10));
+    require(registration->lac != "0" && registration->lac != "FFFE");
+    require(registration->act.value_or(0) <= 13);
 }
 
 void checkLine(const std::string &line)
@@ -58,10 +58,11 @@ void checkLine(const std::string &line)
     if (kindOf(line) != LineKind::Information)
         require(!isUnsolicited(line, "AT+CSQ") || line.starts_with("+CM"));
     isKnownUnsolicited(line, line);
-    hasMessageBehind(line);
+    isFollowedByMessage(line);
     isHarmful(line);
-    equipmentError(line);
-    messageError(line);
+    isQuery(line);
+    cmeError(line);
+    cmsError(line);
     simState(line);
     isLockEnabled({line});
     productTypeOf({line}, {line});

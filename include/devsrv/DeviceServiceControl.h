@@ -80,8 +80,10 @@ typedef struct DeviceServiceControl
      * backend that are not delivered yet are dropped. `backend` is "NAME" or "NAME:ARGUMENT" with a
      * name from backend(). A backend with options takes them after a "?":
      * "NAME?KEY=VALUE&KEY=VALUE". Any other text is an argument of the default backend: "lte" means
-     * "emulated:lte". If nobody calls start(), the first call of any function of the service starts
-     * the default backend.
+     * "emulated:lte". On failure the active backend stays; a card on a serial port does not answer
+     * while the other one is tried. The backends "modemmanager" and "serial" need a
+     * QCoreApplication. If nobody calls start(), the first call of any function of the service
+     * starts the default backend.
      */
     int32_t (*start)(const char *backend);
 
@@ -164,7 +166,7 @@ typedef struct DeviceServiceControl
      */
     const char *(*activeCard)(void);
 
-    /* The fields of a modem file, which the backend "serial" reads; null behind the last. */
+    /* The fields of a modem file, which the backend "serial" reads; null after the last one. */
     const char *(*modemField)(int32_t index, const char **help);
 } DeviceServiceControl;
 

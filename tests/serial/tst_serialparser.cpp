@@ -40,7 +40,7 @@ std::string registration(const std::string &line, bool asked)
     if (!read)
         return "nothing";
     return std::to_string(read->state) + ' '
-        + (read->area.empty() ? "-" : read->area + '/' + read->cell) + number(read->technology);
+        + (read->lac.empty() ? "-" : read->lac + '/' + read->ci) + number(read->act);
 }
 
 std::string operatorText(const std::string &line)
@@ -49,7 +49,7 @@ std::string operatorText(const std::string &line)
     if (!read)
         return "nothing";
     const std::string text = number(read->format) + ' ' + (read->plmn.empty() ? "-" : read->plmn)
-        + number(read->technology);
+        + number(read->act);
     return text.substr(1);
 }
 
@@ -88,7 +88,7 @@ const QHash<QString, std::string (*)(const std::string &)> kReaders{
     {"imei", [](const std::string &line) { return orNothing(digits({line}, 14, 16)); }},
     {"text", [](const std::string &line) { return orNothing(textValue({line})); }},
     {"cdma", cdmaText},
-    {"cms", [](const std::string &line) { return messageError(line); }},
+    {"cms", [](const std::string &line) { return cmsError(line); }},
     {"family", family},
 };
 

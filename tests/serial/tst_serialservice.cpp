@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The "serial" backend behind the control interface, as hosts start and end it.
+// The "serial" backend below the control interface, as hosts start and end it.
 
 #include "PtyModem.h"
 

@@ -12,7 +12,7 @@
 class ModemScript
 {
 public:
-    /// By command. "prompt" stands for what AT+CMGS= is answered with, "message" for the PDU behind
+    /// By command. "prompt" stands for what AT+CMGS= is answered with, "message" for the PDU after
     /// it, "message 2" for the second PDU. "OK" and errors are answers without lines, "silence" is
     /// none, and "raw:" stands in front of the very bytes.
     QHash<QString, QString> answers;

@@ -19,7 +19,8 @@ constexpr char kEndOfMessage = '\x1a';
 constexpr milliseconds kProbeTime{1'000};
 constexpr int kProbes = 3;
 
-// How long the answer to a command before may come behind that to "AT", at least.
+// The least time that is waited for a second result after the first one: one of the two is that of
+// "AT", the other that of an earlier command.
 constexpr milliseconds kSettleTime{300};
 
 // The prompt comes at once, or the card does not know the command.
@@ -65,7 +66,7 @@ bool AtChannel::connectToCard()
     // Ends a message that another program began. At most one probe is lost to an unfinished line.
     m_port.write(kEscape, m_timeout);
     const QScopedValueRollback busy(m_isBusy, true);
-    for (int probe = 0; probe < kProbes && m_port.isThere(); ++probe) {
+    for (int probe = 0; probe < kProbes && m_port.isOpen(); ++probe) {
         // The second one is for a card that says its results in numbers.
         const char *const command = probe == 1 ? "ATV1\r" : "AT\r";
         if (await({command, std::min(m_timeout, kProbeTime)}).isOk())
@@ -101,18 +102,18 @@ void AtChannel::readUnsolicited()
     while (const auto line = m_reader.next()) {
         if (std::exchange(m_isMessageLine, false) || !isUnsolicited(*line, {}))
             continue;
-        m_isMessageLine = hasMessageBehind(*line);
+        m_isMessageLine = isFollowedByMessage(*line);
         m_unsolicited(*line);
     }
 }
 
 AtAnswer AtChannel::exchange(const Request &request)
 {
-    if (m_isBusy || !m_port.isThere())
+    if (m_isBusy || !m_port.isOpen())
         return {};
     readUnsolicited();
     const QScopedValueRollback busy(m_isBusy, true);
-    // Behind a prompt that comes too late the card takes a command for a part of the message.
+    // After a prompt that came too late, the card would take the command for a part of the message.
     if (m_reader.isAtPrompt() && !resynchronize())
         return {};
     AtAnswer answer = await(request);
@@ -135,7 +136,7 @@ bool AtChannel::isDoubtful(const Request &request, const AtAnswer &answer) const
 }
 
 // Finds out whether a doubtful result is that of the request: "AT" is then answered next, and
-// otherwise behind the request. Returns the request's own answer.
+// otherwise after the request. Returns the request's own answer.
 AtAnswer AtChannel::verify(const Request &request, const AtAnswer &doubtful)
 {
     Request probe{"AT\r", std::min(request.timeout, kProbeTime)};
@@ -154,7 +155,7 @@ AtAnswer AtChannel::await(const Request &request)
     const QDeadlineTimer deadline(request.timeout);
     AtAnswer answer;
     if (!m_port.write(request.bytes, request.timeout)) {
-        answer.result = m_port.isThere() ? AtResult::TimeOut : AtResult::Unusable;
+        answer.result = m_port.isOpen() ? AtResult::TimeOut : AtResult::Unusable;
         return answer;
     }
     const QDeadlineTimer promptDeadline(std::min(request.timeout, kPromptTime));
@@ -171,7 +172,7 @@ AtAnswer AtChannel::await(const Request &request)
         if (!answerPrompt(request, isPromptPending))
             break;
         const QDeadlineTimer &next = isPromptPending ? promptDeadline : deadline;
-        if (!m_port.waitForData(remaining(next)) && (next.hasExpired() || !m_port.isThere()))
+        if (!m_port.waitForData(remaining(next)) && (next.hasExpired() || !m_port.isOpen()))
             break;
         fetch();
         if (next.hasExpired())
@@ -179,7 +180,7 @@ AtAnswer AtChannel::await(const Request &request)
     }
     if (isPromptPending)
         m_port.write(kEscape, m_timeout);
-    answer.result = m_port.isThere() ? AtResult::TimeOut : AtResult::Unusable;
+    answer.result = m_port.isOpen() ? AtResult::TimeOut : AtResult::Unusable;
     return answer;
 }
 
@@ -196,7 +197,7 @@ bool AtChannel::take(const Request &request, const std::string &line, AtAnswer &
     const bool isForeign = request.sink ? isKnownUnsolicited(line, request.command)
                                         : isUnsolicited(line, request.command);
     if (!isFinal && (isForeign || kind == LineKind::CallResult)) {
-        m_isMessageLine = hasMessageBehind(line);
+        m_isMessageLine = isFollowedByMessage(line);
         m_unsolicited(line);
         return false;
     }
@@ -235,7 +236,7 @@ bool AtChannel::resynchronize()
         return false;
     int results = 0;
     QDeadlineTimer deadline(std::min(kProbeTime, m_timeout));
-    while (results < 2 && !deadline.hasExpired() && m_port.isThere()) {
+    while (results < 2 && !deadline.hasExpired() && m_port.isOpen()) {
         m_port.waitForData(remaining(deadline));
         fetch();
         while (const auto line = m_reader.next()) {
@@ -247,7 +248,7 @@ bool AtChannel::resynchronize()
         }
     }
     m_isInStep = true;
-    return results > 0 && m_port.isThere();
+    return results > 0 && m_port.isOpen();
 }
 
 bool AtChannel::isEcho(const std::string &line, const std::string &command)

@@ -50,7 +50,7 @@ public:
     AtAnswer set(const std::string &command) { return set(command, m_timeout); }
     AtAnswer set(const std::string &command, milliseconds timeout);
 
-    /// Sends a command that asks for a message, and the message behind the prompt.
+    /// Sends a command that asks for a message, and the message after the prompt.
     AtAnswer sendMessage(const std::string &command, const std::string &message,
                          milliseconds timeout);
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kNameMarks = "+^*$%#&_!";
 
-struct NamedError
+struct CmeError
 {
     int number;
     std::string_view words; // as cards write it that ignore AT+CMEE=1
@@ -25,7 +25,7 @@ struct NamedError
 constexpr SimState kAbsent{MM_MODEM_LOCK_UNKNOWN, true};
 
 // The errors that say something about the SIM. Others have no row.
-constexpr NamedError kEquipmentErrors[] = {
+constexpr CmeError kCmeErrors[] = {
     {5, "PH-SIM PIN required", {MM_MODEM_LOCK_PH_SIM_PIN}},
     {6, "PH-FSIM PIN required", {MM_MODEM_LOCK_PH_FSIM_PIN}},
     {7, "PH-FSIM PUK required", {MM_MODEM_LOCK_PH_FSIM_PUK}},
@@ -74,13 +74,13 @@ constexpr NamedSimState kSimStates[] = {
     {"NOT READY", kAbsent},
 };
 
-struct NamedMessageError
+struct CmsError
 {
     int number;
     const char *name;
 };
 
-constexpr NamedMessageError kMessageErrors[] = {
+constexpr CmsError kCmsErrors[] = {
     {1, "unassigned number"},
     {8, "operator determined barring"},
     {10, "call barred"},
@@ -205,7 +205,7 @@ std::optional<std::string> hexNumber(const Field &field, std::size_t maxDigits =
     return upper(std::string_view(field.text).substr(first));
 }
 
-// Whether the second field of a registration line is the state, behind a report mode. In an
+// Whether the second field of a registration line is the state, after a report mode. In an
 // unsolicited line it is the area.
 bool hasReportMode(const std::vector<Field> &fields, bool asked)
 {
@@ -214,13 +214,12 @@ bool hasReportMode(const std::vector<Field> &fields, bool asked)
         return false;
     if (asked || fields.size() == 2)
         return true;
-    const bool isAreaBehind = fields[2].isQuoted || fields[2].text.empty();
-    const bool isCellBehind = fields.size() > 3
-        && (fields[3].isQuoted || fields[3].text.size() > 2);
-    return isAreaBehind || isCellBehind;
+    const bool isAreaNext = fields[2].isQuoted || fields[2].text.empty();
+    const bool isCellNext = fields.size() > 3 && (fields[3].isQuoted || fields[3].text.size() > 2);
+    return isAreaNext || isCellNext;
 }
 
-// Whether the state behind a report mode cannot be read. The report mode is no state.
+// Whether the state after a report mode cannot be read. The report mode is no state.
 bool hasUnreadableState(const std::vector<Field> &fields, bool asked)
 {
     if (fields.size() < 2 || fields[1].isQuoted || fields[1].text.empty())
@@ -292,7 +291,7 @@ bool isKnownUnsolicited(std::string_view line, std::string_view command)
         && (line == "RING" || contains(kUnsolicitedNames, nameOf(line)));
 }
 
-bool hasMessageBehind(std::string_view line)
+bool isFollowedByMessage(std::string_view line)
 {
     return contains(kMessageNames, nameOf(line));
 }
@@ -316,28 +315,28 @@ bool isQuery(std::string_view command)
     return mark == command.find_last_not_of(" \t\r\n") && mark < command.find_first_of("=;&");
 }
 
-std::optional<int> equipmentError(std::string_view line)
+std::optional<int> cmeError(std::string_view line)
 {
     constexpr std::string_view kName = "+CME ERROR:";
     if (!line.starts_with(kName))
         return std::nullopt;
     const std::string_view error = trimmed(line.substr(kName.size()));
     const auto *const named = std::find_if(
-        std::begin(kEquipmentErrors), std::end(kEquipmentErrors),
-        [&](const NamedError &row) { return upper(row.words) == upper(error); });
-    if (named != std::end(kEquipmentErrors))
+        std::begin(kCmeErrors), std::end(kCmeErrors),
+        [&](const CmeError &row) { return upper(row.words) == upper(error); });
+    if (named != std::end(kCmeErrors))
         return named->number;
     return smallNumber({std::string(error)}, 999);
 }
 
-std::string messageError(std::string_view line)
+std::string cmsError(std::string_view line)
 {
     constexpr std::string_view kName = "+CMS ERROR:";
     std::string text(line);
     if (!line.starts_with(kName))
         return text;
     const auto number = smallNumber({std::string(trimmed(line.substr(kName.size())))}, 999);
-    for (const NamedMessageError &error : kMessageErrors) {
+    for (const CmsError &error : kCmsErrors) {
         if (error.number == number)
             return text + " (" + error.name + ')';
     }
@@ -433,8 +432,8 @@ std::vector<std::string> ownNumbers(const Lines &lines, bool isUcs2)
 
 std::optional<SimState> simState(std::string_view line)
 {
-    if (const auto number = equipmentError(line)) {
-        for (const NamedError &error : kEquipmentErrors) {
+    if (const auto number = cmeError(line)) {
+        for (const CmeError &error : kCmeErrors) {
             if (error.number == number)
                 return error.sim;
         }
@@ -486,11 +485,11 @@ std::optional<RegistrationLine> registrationLine(std::string_view line, bool ask
     const auto area = hexNumber(fields[1]);
     const auto cell = hexNumber(fields[2], nameOf(line) == "+C5GREG" ? 10 : 8);
     if (area && cell && isArea(*area)) {
-        registration.area = *area;
-        registration.cell = *cell;
+        registration.lac = *area;
+        registration.ci = *cell;
     }
     if (fields.size() > 3 && !fields[3].isQuoted)
-        registration.technology = smallNumber(fields[3], kLastTechnology);
+        registration.act = smallNumber(fields[3], kLastTechnology);
     return registration;
 }
 
@@ -524,7 +523,7 @@ std::optional<Operator> operatorOf(const Lines &lines)
                 result.plmn = plmn;
         }
         if (fields.size() > 3 && !fields[3].isQuoted)
-            result.technology = smallNumber(fields[3], kLastTechnology);
+            result.act = smallNumber(fields[3], kLastTechnology);
         return result;
     }
     return std::nullopt;

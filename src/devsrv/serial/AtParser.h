@@ -34,8 +34,8 @@ bool isUnsolicited(std::string_view line, std::string_view command);
 /// are known to send unasked do not belong to it.
 bool isKnownUnsolicited(std::string_view line, std::string_view command);
 
-/// Whether a message in hexadecimal, which is part of it, follows an unsolicited line.
-bool hasMessageBehind(std::string_view line);
+/// Whether the line after an unsolicited line is a message in hexadecimal, which belongs to it.
+bool isFollowedByMessage(std::string_view line);
 
 /// Whether a command searches for networks, switches the radio off, sends a code, or changes what
 /// the card stores: commands that this backend never sends on its own account.
@@ -45,10 +45,10 @@ bool isHarmful(std::string_view command);
 bool isQuery(std::string_view command);
 
 /// The number in "+CME ERROR: 10", also where the card writes the error in words.
-std::optional<int> equipmentError(std::string_view line);
+std::optional<int> cmeError(std::string_view line);
 
 /// A name for what "+CMS ERROR: 38" or another refusal says, for users.
-std::string messageError(std::string_view line);
+std::string cmsError(std::string_view line);
 
 /// One value between commas.
 struct Field
@@ -57,7 +57,7 @@ struct Field
     bool isQuoted = false;
 };
 
-/// The values behind the name of a line, or of the whole line if it has no name.
+/// The values after the name of a line, or of the whole line if it has no name.
 std::vector<Field> fieldsOf(std::string_view line);
 
 /// The first line of printable characters, without name and quotes.
@@ -92,9 +92,9 @@ struct RegistrationLine
 {
     std::optional<int> reportMode; ///< only an answer has it
     int state = 0;
-    std::string area; ///< upper case without leading zeros; empty if there is no location
-    std::string cell;
-    std::optional<int> technology;
+    std::string lac; ///< upper case without leading zeros; empty if there is no location
+    std::string ci;
+    std::optional<int> act;
     bool operator==(const RegistrationLine &) const = default;
 };
 
@@ -110,7 +110,7 @@ struct Operator
 {
     std::optional<int> format;
     std::string plmn; ///< empty if the format is another than digits
-    std::optional<int> technology;
+    std::optional<int> act;
 };
 std::optional<Operator> operatorOf(const Lines &lines);
 

@@ -60,7 +60,7 @@ bool Port::open(const QString &path, int baud, QString &error)
     // Programs that lock a port name the device, not a link to it.
     m_serial.setPortName(QFileInfo(path).canonicalFilePath());
     m_serial.setBaudRate(baud);
-    m_isGone = true; // a failure to open is told here
+    m_isGone = true; // `error` reports a failure to open, no signal does
     if (m_serial.open(QIODevice::ReadWrite)) {
         m_isGone = false;
         // QSerialPort of newer versions reads a port that hung up again and again, without an
@@ -90,7 +90,7 @@ void Port::close()
 
 bool Port::waitForData(milliseconds time)
 {
-    if (!isThere())
+    if (!isOpen())
         return false;
     if (m_serial.bytesAvailable() > 0)
         return true;
@@ -110,11 +110,11 @@ std::string Port::read()
 
 bool Port::write(const std::string &bytes, milliseconds time)
 {
-    if (!isThere())
+    if (!isOpen())
         return false;
     m_serial.write(bytes.data(), static_cast<qint64>(bytes.size()));
     const QDeadlineTimer deadline(time);
-    while (isThere() && m_serial.bytesToWrite() > 0) {
+    while (isOpen() && m_serial.bytesToWrite() > 0) {
         if (!m_serial.waitForBytesWritten(static_cast<int>(deadline.remainingTime())))
             break;
     }
@@ -130,8 +130,8 @@ void Port::noteError(QSerialPort::SerialPortError error)
         || error == QSerialPort::WriteError || error == QSerialPort::DeviceNotFoundError;
     if (!isLoss || m_isGone)
         return;
-    // The event loop also reports data that waitForData() has taken since: there is no more to read
-    // then, which is no error of the device. Reading again makes the event loop go on.
+    // The event loop also reports data that waitForData() has read in the meantime. Nothing is left
+    // to read, which QSerialPort takes for an error. The next read makes the event loop go on.
     termios mode{};
     if (::tcgetattr(m_serial.handle(), &mode) == 0) {
         m_serial.clearError();

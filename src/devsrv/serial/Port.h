@@ -29,7 +29,7 @@ public:
     void close();
 
     /// Whether the port is open and its device is there.
-    bool isThere() const { return m_serial.isOpen() && !m_isGone; }
+    bool isOpen() const { return m_serial.isOpen() && !m_isGone; }
 
     /// Waits until there is something to read. Returns false after the time, and at once when the
     /// device is gone.
@@ -43,7 +43,7 @@ public:
 
 Q_SIGNALS:
     void dataArrived();
-    void gone(); ///< once after each open()
+    void gone(); ///< at most once after each open()
 
 private:
     void noteError(QSerialPort::SerialPortError error);

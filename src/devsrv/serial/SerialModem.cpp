@@ -58,12 +58,12 @@ bool isRadioOff(std::optional<int> functionality)
 
 // Whether the error may be over soon: the SIM is busy, a code is missing, there is no network.
 // Other errors say that the card does not know the command.
-bool isPassing(const AtAnswer &answer)
+bool isTemporary(const AtAnswer &answer)
 {
     constexpr int kNotSupported = 4;
     constexpr int kIncorrectParameters = 50;
     constexpr int kUnknown = 100;
-    const auto error = equipmentError(answer.finalLine);
+    const auto error = cmeError(answer.finalLine);
     return error && error != kNotSupported && error != kIncorrectParameters && error != kUnknown;
 }
 
@@ -79,17 +79,17 @@ SerialModem::SerialModem(SerialSettings settings, EventSink raise)
         timer->setSingleShot(true);
     m_changeTimer.setInterval(kMergeTime);
     m_retryTimer.setInterval(kFirstRetry);
-    connect(&m_changeTimer, &QTimer::timeout, this, &SerialModem::tellChanges);
+    connect(&m_changeTimer, &QTimer::timeout, this, &SerialModem::reportChanges);
     connect(&m_retryTimer, &QTimer::timeout, this, &SerialModem::tryAgain);
     connect(&m_port, &Port::dataArrived, this, [this] {
-        if (m_port.isThere() && !m_channel.isBusy())
+        if (m_port.isOpen() && !m_channel.isBusy())
             m_channel.readUnsolicited();
     });
     // Queued: the port may notice its end in the middle of a command.
     connect(
         &m_port, &Port::gone, this,
         [this] {
-            if (!m_port.isThere())
+            if (!m_port.isOpen())
                 lose();
         },
         Qt::QueuedConnection);
@@ -113,7 +113,7 @@ QString SerialModem::start()
             .arg(m_path);
     }
     m_isServing = prepare();
-    if (m_isServing || !m_port.isThere())
+    if (m_isServing || !m_port.isOpen())
         return {};
     return QStringLiteral("the card on %1 answers AT and no other command; try another port of the "
                           "card: kestrun cards --ports lists them")
@@ -129,7 +129,7 @@ void SerialModem::begin()
 void SerialModem::stop()
 {
     // Losing the card in the middle of this forgets its modes.
-    for (const auto &[command, mode] : std::exchange(m_found, {})) {
+    for (const auto &[command, mode] : std::exchange(m_modesToRestore, {})) {
         const AtResult result = set(command + std::to_string(mode)).result;
         if (result == AtResult::TimeOut || result == AtResult::Unusable)
             break;
@@ -176,7 +176,7 @@ AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
         return answer;
     if (answer.result == AtResult::TimeOut)
         m_kept.insert_or_assign(command, Kept{answer, lifetime, QDeadlineTimer(kSilenceTime)});
-    else if (lifetime != Lifetime::None && !isPassing(answer))
+    else if (lifetime != Lifetime::None && !isTemporary(answer))
         m_kept.insert_or_assign(command,
                                 Kept{answer, lifetime, QDeadlineTimer(QDeadlineTimer::Forever)});
     return answer;
@@ -206,7 +206,7 @@ std::optional<std::string> SerialModem::text(const char *field, Lifetime lifetim
 
 bool SerialModem::openPort(QString &error)
 {
-    return m_port.isThere() || m_port.open(m_path, m_settings.baud, error);
+    return m_port.isOpen() || m_port.open(m_path, m_settings.baud, error);
 }
 
 // Makes a card that answers ready for queries, and finds out what it reports by itself. Returns
@@ -218,7 +218,7 @@ bool SerialModem::prepare()
     const bool takesEchoOff = set("ATE0").isOk();
     // After a silence the modes are those that were set here before it: the first ones are kept.
     if (m_channel.takeEcho())
-        m_found.emplace("ATE", 1);
+        m_modesToRestore.emplace("ATE", 1);
     const AtAnswer answers[] = {set("ATV1"), ask("AT+CMEE?")};
     if (std::all_of(std::begin(answers), std::end(answers),
                     [](const AtAnswer &a) { return a.result == AtResult::TimeOut; })) {
@@ -227,7 +227,7 @@ bool SerialModem::prepare()
     }
     m_isEchoOff = takesEchoOff && !m_channel.takeEcho();
     if (const auto mode = firstNumber(answers[1].lines))
-        m_found.emplace("AT+CMEE=", *mode);
+        m_modesToRestore.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
         set(m_settings.initial);
@@ -236,7 +236,7 @@ bool SerialModem::prepare()
         waitForNetwork();
     for (Source &source : m_sources)
         registrationOf(source);
-    m_told = facts();
+    m_reported = facts();
     m_changeTimer.stop();
     return m_isReady;
 }
@@ -272,7 +272,7 @@ void SerialModem::readSim()
     for (std::size_t index = 0; index < lines.size() && !sim; ++index)
         sim = simState(lines[index]);
     noteSim(sim.value_or(SimState()));
-    if (m_sim != m_told.sim)
+    if (m_sim != m_reported.sim)
         noteChange();
 }
 
@@ -321,9 +321,9 @@ bool SerialModem::startReports(Source &source, int mode)
     const std::string command = "AT" + source.name + '=';
     const AtAnswer answer = set(command + std::to_string(kReportsLocation));
     source.isReporting = answer.isOk();
-    source.isTried = !isPassing(answer);
+    source.isTried = !isTemporary(answer);
     if (source.isReporting)
-        m_found.emplace(command, mode);
+        m_modesToRestore.emplace(command, mode);
     return source.isReporting;
 }
 
@@ -351,11 +351,11 @@ bool SerialModem::wasReset() const
 
 void SerialModem::lose()
 {
-    const bool isRemoved = !m_port.isThere();
+    const bool isRemoved = !m_port.isOpen();
     m_isServing = false;
     if (isRemoved) {
         m_port.close();
-        m_found.clear();
+        m_modesToRestore.clear();
     }
     if (!std::exchange(m_isReady, false))
         return;
@@ -415,7 +415,7 @@ void SerialModem::noteLine(const std::string &line)
     if (registration == source->current)
         return;
     // Some cards leave the location out, which then has to be asked for.
-    const bool lacksLocation = isRegistered(registration->state) && registration->area.empty();
+    const bool lacksLocation = isRegistered(registration->state) && registration->lac.empty();
     source->current = lacksLocation ? std::nullopt : registration;
     forget(Lifetime::Network);
     noteChange();
@@ -427,17 +427,17 @@ void SerialModem::noteChange()
         m_changeTimer.start();
 }
 
-void SerialModem::tellChanges()
+void SerialModem::reportChanges()
 {
     readReported();
     if (!m_isReady)
         return;
-    const Facts was = std::exchange(m_told, facts());
+    const Facts was = std::exchange(m_reported, facts());
     if (waitsForCode(was.sim.lock) && isSimUsable())
         post({ZEPA_EVENT_DEV_DEVICE_INIT_FINISH});
-    if (was.sim != m_told.sim)
+    if (was.sim != m_reported.sim)
         post({DEVSRV_EVENT_SIM_CHANGED});
-    if (was.registrations != m_told.registrations)
+    if (was.registrations != m_reported.registrations)
         post({DEVSRV_EVENT_NETWORK_CHANGED});
 }
 
@@ -589,7 +589,7 @@ std::optional<RegistrationLine> SerialModem::registrationOf(Source &source)
     if (source.isRefused || (source.isReporting && source.current))
         return source.current;
     const AtAnswer answer = once("AT" + source.name + '?', Lifetime::None);
-    source.isRefused = answer.result == AtResult::Error && !isPassing(answer);
+    source.isRefused = answer.result == AtResult::Error && !isTemporary(answer);
     source.current.reset();
     for (const std::string &line : answer.lines) {
         if (auto registration = registrationLine(line, true))
@@ -611,7 +611,7 @@ std::optional<RegistrationLine> SerialModem::bestRegistration()
     std::optional<RegistrationLine> best;
     for (Source &source : m_sources) {
         auto registration = registrationOf(source);
-        if (registration && isRegistered(registration->state) && !registration->area.empty())
+        if (registration && isRegistered(registration->state) && !registration->lac.empty())
             return registration;
         if (!best || (registration && isRegistered(registration->state)))
             best = registration;
@@ -628,7 +628,7 @@ std::optional<Registration> SerialModem::registration(Domain domain)
         : registrationOf(m_sources[kCircuitSwitched]);
     if (!line)
         return std::nullopt;
-    return Registration{kReportModeUnknown, line->state, line->area, line->cell};
+    return Registration{kReportModeUnknown, line->state, line->lac, line->ci};
 }
 
 bool SerialModem::isReporting() const
@@ -659,7 +659,7 @@ std::optional<Operator> SerialModem::currentOperator()
     auto found = askOperator();
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
         return found;
-    m_found.emplace("AT+COPS=3,", *found->format);
+    m_modesToRestore.emplace("AT+COPS=3,", *found->format);
     return set("AT+COPS=3," + std::to_string(kDigitsFormat)).isOk() ? askOperator() : found;
 }
 
@@ -678,11 +678,11 @@ std::optional<SystemInfo> SerialModem::systemInfo()
         return isDigital ? std::optional(SystemInfo{SYSTEM_MODE_CDMA, SUB_MODE_CDMA_1X})
                          : std::nullopt;
     }
-    auto technology = currentOperator().value_or(Operator()).technology;
+    auto technology = currentOperator().value_or(Operator()).act;
     for (Source &source : m_sources) {
         const auto registration = technology ? std::nullopt : registrationOf(source);
         if (registration && isRegistered(registration->state))
-            technology = registration->technology;
+            technology = registration->act;
     }
     return technology ? systemOfTechnology(*technology) : std::nullopt;
 }
@@ -701,14 +701,14 @@ bool SerialModem::sendSms(const SmsMessage &message)
     if (!error.empty())
         return fail(error);
     if (firstNumber(once("AT+CMGF?", Lifetime::Card).lines) == kTextMode)
-        m_found.emplace("AT+CMGF=", kTextMode);
+        m_modesToRestore.emplace("AT+CMGF=", kTextMode);
     if (!m_isReady || !set("AT+CMGF=0").isOk())
         return fail("the card does not take messages as PDUs");
     for (const Tpdu &part : parts) {
         const AtAnswer answer = checked(
             m_channel.sendMessage("AT+CMGS=" + std::to_string(part.octets), part.hex, kSendTime));
         if (answer.result == AtResult::Error)
-            return fail(messageError(answer.finalLine));
+            return fail(cmsError(answer.finalLine));
         if (!answer.isOk())
             return fail("the card did not answer");
     }

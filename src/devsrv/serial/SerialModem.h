@@ -135,7 +135,7 @@ private:
 
     void noteLine(const std::string &line);
     void noteChange();
-    void tellChanges();
+    void reportChanges();
     void readReported();
     Facts facts() const;
     bool wasReset() const;
@@ -160,9 +160,10 @@ private:
     std::map<std::string, Kept> m_kept;
     std::array<Source, kSources> m_sources;
     SimState m_sim;
-    Facts m_told;
-    std::map<std::string, int> m_found; // modes that were changed, by the commands that set them
-    std::uint8_t m_reference = 0;       // of the messages in parts
+    Facts m_reported;
+    std::map<std::string, int>
+        m_modesToRestore;         // modes that were changed, by the commands that set them
+    std::uint8_t m_reference = 0; // of the messages in parts
     std::vector<std::int32_t> m_posted;
     bool m_raises = false;
 };

@@ -44,7 +44,7 @@ static_assert(kAlphabet.size() == 128);
 struct Extension
 {
     char16_t character;
-    std::uint8_t code; // behind the escape
+    std::uint8_t code; // after the escape
 };
 
 constexpr Extension kExtensions[] = {

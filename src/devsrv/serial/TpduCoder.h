@@ -13,7 +13,7 @@ namespace devsrv {
 struct Tpdu
 {
     int octets = 0;  ///< without the number of the message centre
-    std::string hex; ///< with an empty one in front: the SIM's is used
+    std::string hex; ///< begins with an empty number of the centre, so that the SIM's is used
 };
 
 /// Codes a message as SMS-SUBMIT units: in the GSM 7-bit alphabet where the whole text fits into

@@ -584,11 +584,12 @@ private Q_SLOTS:
         modem.setAnswer("AT^SN", "^SN: 4711");
         modem.setAnswer("AT+CGSN=0", "490154203237518");
         QCOMPARE(Card(modem)->serialNumber(), std::nullopt); // the IMEI again
-        const Card card(modem, "?initial=AT+CSQ&modem=" MODEM_FILES "/caret.ini");
-        QVERIFY(modem.takeJournal().contains("AT+CSQ"));
+        Card card(modem, "?initial=ATE1&modem=" MODEM_FILES "/caret.ini");
+        QVERIFY(modem.takeJournal().contains("ATE1"));
         QCOMPARE(card->versions().value_or(Versions()).hardware, "FR210 Ver.B");
         QCOMPARE(card->serialNumber(), "4711");
         QCOMPARE(card->model(), "FR210");
+        QVERIFY(card.raises("")); // the echo is no sign of a reset
     }
 
     void saysWhyAPortCannotBeUsed_data() { addRows("serial-choices.txt"); }

@@ -24,7 +24,7 @@ QList<PortFacts> serialPorts();
 QString lastingName(const QString &path,
                     const QString &directory = QStringLiteral("/dev/serial/by-id"));
 
-/// How long a search through the ports tries another one.
+/// A search through the ports tries no other one after this time.
 inline constexpr std::chrono::milliseconds kPortSearchTime{4'000};
 
 /// Whether a card answers AT commands on the port, within about a second. If not, `reason` says

@@ -128,6 +128,7 @@ void SerialModem::begin()
 
 void SerialModem::stop()
 {
+    m_isEchoOff = false; // an echo is one of the modes
     // Losing the card in the middle of this forgets its modes.
     for (const auto &[command, mode] : std::exchange(m_modesToRestore, {})) {
         const AtResult result = set(command + std::to_string(mode)).result;
@@ -225,13 +226,13 @@ bool SerialModem::prepare()
         m_isReady = false;
         return false;
     }
-    m_isEchoOff = takesEchoOff && !m_channel.takeEcho();
     if (const auto mode = firstNumber(answers[1].lines))
         m_modesToRestore.emplace("AT+CMEE=", *mode);
     set("AT+CMEE=1");
     if (!m_settings.initial.empty())
         set(m_settings.initial);
     readSim();
+    m_isEchoOff = takesEchoOff && !m_channel.takeEcho();
     if (switchOn())
         waitForNetwork();
     for (Source &source : m_sources)

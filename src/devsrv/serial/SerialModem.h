@@ -161,9 +161,8 @@ private:
     std::array<Source, kSources> m_sources;
     SimState m_sim;
     Facts m_reported;
-    std::map<std::string, int>
-        m_modesToRestore;         // modes that were changed, by the commands that set them
-    std::uint8_t m_reference = 0; // of the messages in parts
+    std::map<std::string, int> m_modesToRestore; // by the commands that set them
+    std::uint8_t m_reference = 0;                // of the messages in parts
     std::vector<std::int32_t> m_posted;
     bool m_raises = false;
 };

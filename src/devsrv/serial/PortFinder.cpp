@@ -15,7 +15,7 @@ namespace devsrv {
 namespace {
 
 // The time of each of the probes of one port.
-constexpr milliseconds kProbeTime{300};
+constexpr milliseconds kPortTime{300};
 
 } // namespace
 
@@ -48,7 +48,7 @@ bool answersOn(const QString &path, int baud, QString &reason)
     Port port(nullptr);
     if (!port.open(path, baud, reason))
         return false;
-    AtChannel channel(port, kProbeTime, [](const std::string &) {});
+    AtChannel channel(port, kPortTime, [](const std::string &) {});
     if (channel.connectToCard())
         return true;
     reason = QStringLiteral("no card answers on %1").arg(path);

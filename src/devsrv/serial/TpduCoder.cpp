@@ -18,7 +18,7 @@ constexpr std::uint8_t kInternational = 0x91;
 constexpr std::uint8_t kUnknownNumberType = 0x81;
 constexpr std::uint8_t kGsmAlphabet = 0x00;
 constexpr std::uint8_t kUcs2 = 0x08;
-constexpr std::uint8_t kEscape = 0x1b;
+constexpr std::uint8_t kToExtension = 0x1b;
 
 constexpr std::size_t kMaxNumber = 20;
 constexpr std::size_t kMaxParts = 255;
@@ -58,11 +58,11 @@ using Unit = std::u16string;
 std::optional<Unit> septetsOf(char16_t character)
 {
     const std::size_t code = kAlphabet.find(character);
-    if (code != std::u16string_view::npos && code != kEscape)
+    if (code != std::u16string_view::npos && code != kToExtension)
         return Unit(1, static_cast<char16_t>(code));
     for (const Extension &extension : kExtensions) {
         if (extension.character == character)
-            return Unit{kEscape, extension.code};
+            return Unit{kToExtension, extension.code};
     }
     return std::nullopt;
 }

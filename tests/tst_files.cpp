@@ -167,6 +167,13 @@ void renew(const QString &file, const QByteArray &content)
     writeFile(file, content);
 }
 
+// Config.xml gets a mode in which only root reads it.
+QByteArray contentOfConfig(const TestRoot &root)
+{
+    chmod(root.config().toLocal8Bit(), 0600);
+    return readFile(root.config());
+}
+
 // Puts something in place of a file.
 void makeKind(const QString &kind, const QString &file, const QString &target)
 {
@@ -229,7 +236,7 @@ private Q_SLOTS:
                 kestrun::writeReportFile(document('b', 2'000));
                 kestrun::updateConfigFile("2", "module");
             });
-            const QByteArray config = readFile(root.config());
+            const QByteArray config = contentOfConfig(root);
             QVERIFY2(config == old || config == changed, config);
             QVERIFY2(isWhole(readFile(root.report())), QByteArray::number(call));
             if (!killed)
@@ -252,7 +259,7 @@ private Q_SLOTS:
                          kestrun::updateConfigFile(QString::number(1 + turn % 2), "module");
                      },
                      [&] {
-                         const QByteArray config = readFile(root.config());
+                         const QByteArray config = contentOfConfig(root);
                          return config.size() == configWith(1, 100).size()
                              && config.endsWith("</C>\n") && isWhole(readFile(root.report()));
                      }),

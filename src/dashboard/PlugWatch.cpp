@@ -2,6 +2,8 @@
 #include "PlugWatch.h"
 
 #if defined(KESTRUN_HAVE_DBUS)
+#include "shared/BusProbe.h"
+
 #include <QDBusConnection>
 #endif
 
@@ -39,7 +41,9 @@ PlugWatch::~PlugWatch()
 
 void PlugWatch::followModems()
 {
-    if (QDBusConnection(busName()).isConnected())
+    // Qt waits for a bus that does not answer without a limit.
+    constexpr std::chrono::seconds kBusTimeout(3);
+    if (QDBusConnection(busName()).isConnected() || !shared::whyNoBus(kBusTimeout).isEmpty())
         return;
     QDBusConnection::disconnectFromBus(busName());
     QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, busName());
@@ -48,7 +52,7 @@ void PlugWatch::followModems()
     const QString path = QStringLiteral("/org/freedesktop/ModemManager1");
     for (const char *const signal : {"InterfacesAdded", "InterfacesRemoved"})
         bus.connect(daemon, path, objects, QLatin1String(signal), this, SLOT(onChange()));
-    // A daemon that ends tells of no modem.
+    // A daemon that ends does not signal that its modems are gone.
     bus.connect(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                 {daemon}, QString(), this, SLOT(onChange()));

@@ -17,8 +17,8 @@ public:
     PlugWatch();
     ~PlugWatch() override;
 
-    /// Connects to the system message bus, unless that is done, to hear the modem daemon. The bus
-    /// has to answer, since Qt waits for it without a limit. One thread at a time, of any.
+    /// Connects to the system message bus, unless that is done, to hear the modem daemon, even if
+    /// that starts later. Blocks until the bus answers, 3 s at most. Any thread, but one at a time.
     void followModems();
 
 Q_SIGNALS:

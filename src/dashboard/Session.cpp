@@ -322,13 +322,11 @@ void Session::findCards(bool ports)
         return;
     onWorker(tr("Looking for cards"), Problem::Card, [this, ports] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
+        if (!ports)
+            m_plugs.followModems();
         DeviceList cards = findDevices(library, ports);
-        if (!ports) {
+        if (!ports)
             cards.rows = rowsOf(library.requireControl().shippedCard) + cards.rows;
-            // A bus that does not answer would block this thread.
-            if (cards.failures.isEmpty())
-                m_plugs.followModems();
-        }
         Q_EMIT cardsFound(ports, cards);
     });
 }

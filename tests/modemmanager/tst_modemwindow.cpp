@@ -45,6 +45,21 @@ private:
     }
 
 private Q_SLOTS:
+    // The plug-in does not hear of the daemon either.
+    void listsTheModemsOfADaemonThatStartsLater()
+    {
+        WindowUnderTest test({"lte"});
+        test.window.show();
+        test.showPage("Cards");
+        QVERIFY(test.opens());
+        QTRY_COMPARE(modems(test), QStringList("-modemmanager"));
+        QVERIFY(m_bed.startDaemon());
+        QVERIFY(m_bed.plug("gsm lte"));
+        QTRY_COMPARE_WITH_TIMEOUT(modems(test), QStringList(QString("modemmanager:") + kImei),
+                                  kPatienceMs);
+        m_bed.daemon.end();
+    }
+
     void recoversWithTheDaemonAndTheBus()
     {
         QVERIFY(m_bed.startDaemon());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ModemManagerClient.h"
 
-#include "BusProbe.h"
+#include "shared/BusProbe.h"
 
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusMetaType>
@@ -60,7 +60,7 @@ ModemManagerClient::~ModemManagerClient()
 
 QString ModemManagerClient::open()
 {
-    if (QString why = whyNoBus(kBusTimeout); !why.isEmpty())
+    if (QString why = shared::whyNoBus(kBusTimeout); !why.isEmpty())
         return why;
     // The shared connection to the system bus belongs to the host, and delivers signals only while
     // the host's event loop runs.

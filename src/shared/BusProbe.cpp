@@ -13,7 +13,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace devsrv {
+namespace shared {
 
 namespace {
 
@@ -135,4 +135,4 @@ QString whyNoBus(std::chrono::milliseconds timeout)
     return why;
 }
 
-} // namespace devsrv
+} // namespace shared

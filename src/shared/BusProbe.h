@@ -5,7 +5,7 @@
 
 #include <chrono>
 
-namespace devsrv {
+namespace shared {
 
 /// Tells whether the system message bus takes this process in, within `timeout`. Returns the reason
 /// if it does not.
@@ -14,4 +14,4 @@ namespace devsrv {
 /// that is not reached by a local socket is not tried.
 QString whyNoBus(std::chrono::milliseconds timeout);
 
-} // namespace devsrv
+} // namespace shared

@@ -39,11 +39,14 @@ CardPage::CardPage(Session &session)
     connect(&m_refresh, &QTimer::timeout, this, [this] {
         if (m_searching)
             return m_refresh.start();
-        m_searching = true;
-        m_session.findCards(false);
+        m_searching = m_session.findCards(false);
     });
     connect(&session, &Session::availableChanged, this, &CardPage::refresh);
-    connect(&session, &Session::cardsChanged, this, &CardPage::refresh);
+    connect(&session, &Session::cardsChanged, this, [this] {
+        // What was wrong with a port may be over.
+        m_found[1].failures.clear();
+        refresh();
+    });
     connect(&session, &Session::cardsFound, this, [this](bool ofPorts, const DeviceList &cards) {
         if (!ofPorts)
             m_searching = false;
@@ -80,11 +83,12 @@ void CardPage::fill()
     const QList<QTreeWidgetItem *> selected = m_cards->selectedItems();
     const QString chosen = selected.isEmpty() ? QString() : nameOf(*selected.constFirst());
     m_cards->clear();
-    m_found[1].rows.removeIf(
-        [](const auto &port) { return !QFileInfo::exists(port.first.section(u':', 1)); });
     for (const DeviceList &list : m_found) {
-        for (const auto &[name, about] : list.rows)
-            addRow(name, about, true);
+        for (const auto &[name, about] : list.rows) {
+            // A port that was unplugged may come back.
+            if (&list == m_found || QFileInfo::exists(name.section(u':', 1)))
+                addRow(name, about, true);
+        }
         for (const auto &[name, why] : list.failures)
             addRow(name, why, false);
     }

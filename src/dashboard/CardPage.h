@@ -19,7 +19,7 @@ public:
     /// The session must live longer than this object.
     explicit CardPage(Session &session);
 
-    /// Lists the cards again. Sends no commands to ports: those that were found stay as long as
+    /// Lists the cards again. Sends no commands to ports: those that were found are shown whenever
     /// they exist.
     void refresh();
 

@@ -316,10 +316,10 @@ void Session::startCard(const QString &card)
     });
 }
 
-void Session::findCards(bool ports)
+bool Session::findCards(bool ports)
 {
     if (!m_window)
-        return;
+        return false;
     onWorker(tr("Looking for cards"), Problem::Card, [this, ports] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
         if (!ports)
@@ -329,6 +329,7 @@ void Session::findCards(bool ports)
             cards.rows = rowsOf(library.requireControl().shippedCard) + cards.rows;
         Q_EMIT cardsFound(ports, cards);
     });
+    return true;
 }
 
 void Session::requestCard()

@@ -73,8 +73,8 @@ public:
     void startCard(const QString &card);
 
     /// Lists the cards for startCard(): the serial ports, to which it sends commands, or all
-    /// others.
-    void findCards(bool ports);
+    /// others. Returns whether cardsFound() follows: false while nothing is loaded.
+    bool findCards(bool ports);
 
     /// Shuts the plug-in and the device service down; ended() follows.
     void end();

@@ -251,6 +251,35 @@ private Q_SLOTS:
         QCOMPARE(test.log.rowCount(), RecordModel::kCapacity);
     }
 
+    // Only the user finds ports, so a port stays known.
+    void showsAFoundPortWheneverItIsPluggedIn()
+    {
+        WindowUnderTest test({"lte"});
+        test.window.show();
+        test.showPage("Cards");
+        QVERIFY(test.opens());
+        const QString file = test.m_root.filePath("port");
+        const auto shows = [&](const QString &name) {
+            return !find<QTreeWidget>(test, "cards")->findItems(name, Qt::MatchExactly).isEmpty();
+        };
+        const auto plug = [&](bool in) {
+            QVERIFY(in ? QFile(file).open(QIODevice::WriteOnly) : QFile::remove(file));
+            Q_EMIT test.session.cardsChanged();
+        };
+        Q_EMIT test.session.cardsFound(
+            true, {{{"serial:" + file, "a modem"}}, {{"serial", "no other port answers"}}});
+        QVERIFY(shows("serial"));
+        QVERIFY(!shows("serial:" + file));
+        plug(true);
+        QTRY_VERIFY(shows("serial:" + file));
+        QVERIFY(!shows("serial"));
+        plug(false);
+        QTRY_VERIFY(!shows("serial:" + file));
+        test.window.setLanguage("de");
+        plug(true);
+        QTRY_VERIFY(shows("serial:" + file));
+    }
+
     void tellsProblemsInTheWindow_data() { addRows("window-problems.txt"); }
     void tellsProblemsInTheWindow()
     {

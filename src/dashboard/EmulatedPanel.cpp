@@ -194,7 +194,12 @@ std::int32_t EmulatedPanel::use(const DeviceServiceControl &control)
 {
     const std::int32_t loaded = m_session.deviceService()->loadCard(
         m_card->currentData().toString());
-    return loaded == 0 ? control.insert() : loaded;
+    if (loaded != 0)
+        return loaded;
+    const std::int32_t inserted = control.insert();
+    if (inserted == 0)
+        Q_EMIT m_session.cardStarted();
+    return inserted;
 }
 
 std::int32_t EmulatedPanel::raise(const DeviceServiceControl &control)

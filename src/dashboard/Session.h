@@ -121,7 +121,7 @@ Q_SIGNALS:
     void cardsFound(bool ports, const DeviceList &cards);
     /// Modems or ports may have come or gone.
     void cardsChanged();
-    /// The card of startCard() is in use.
+    /// The card that the user chose is in use.
     void cardStarted();
     /// One sentence: whether the message was accepted.
     void smsDone(const QString &result);

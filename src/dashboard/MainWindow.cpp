@@ -36,7 +36,7 @@ constexpr struct
 
 // By Problem.
 constexpr const char *kProblems[] = {
-    QT_TRANSLATE_NOOP("MainWindow", "A library cannot be used: %1"),
+    QT_TRANSLATE_NOOP("MainWindow", "Loading failed: %1"),
     QT_TRANSLATE_NOOP("MainWindow", "No report was written: %1"),
     QT_TRANSLATE_NOOP("MainWindow", "The card cannot be used: %1"),
     QT_TRANSLATE_NOOP("MainWindow",

@@ -25,7 +25,7 @@ struct CardFacts
 
 /// What is wrong. Each problem lasts until something solves it.
 enum class Problem {
-    Load,     ///< a library cannot be used
+    Load,     ///< the libraries, or the directory of the report, cannot be used
     Report,   ///< no report was written
     Card,     ///< a card cannot be started
     Gone,     ///< the plug-in has told that the card is unavailable

@@ -367,8 +367,8 @@
         <translation>Schnittstelle</translation>
     </message>
     <message>
-        <source>A library cannot be used: %1</source>
-        <translation>Eine Bibliothek kann nicht benutzt werden: %1</translation>
+        <source>Loading failed: %1</source>
+        <translation>Das Laden ist gescheitert: %1</translation>
     </message>
     <message>
         <source>No report was written: %1</source>

@@ -16,8 +16,9 @@ QString nameOf(const QTreeWidgetItem &card)
 
 } // namespace
 
-CardPage::CardPage(Session &session)
-    : m_session(session), m_cards(new QTreeWidget), m_use(new QPushButton(tr("&Use this card")))
+CardPage::CardPage(Session &session, Found &found)
+    : m_session(session), m_found(found), m_cards(new QTreeWidget),
+      m_use(new QPushButton(tr("&Use this card")))
 {
     m_cards->setObjectName(QStringLiteral("cards"));
     m_cards->setAccessibleName(tr("Cards"));
@@ -86,7 +87,7 @@ void CardPage::fill()
     for (const DeviceList &list : m_found) {
         for (const auto &[name, about] : list.rows) {
             // A port that was unplugged may come back.
-            if (&list == m_found || QFileInfo::exists(name.section(u':', 1)))
+            if (&list == &m_found[0] || QFileInfo::exists(name.section(u':', 1)))
                 addRow(name, about, true);
         }
         for (const auto &[name, why] : list.failures)

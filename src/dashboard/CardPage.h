@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <QTreeWidget>
 
+#include <array>
+
 class Session;
 
 /// Chooses the card: a shipped emulated one, a modem or a serial port. While the page is visible,
@@ -16,8 +18,11 @@ class CardPage : public QWidget
     Q_OBJECT
 
 public:
-    /// The session must live longer than this object.
-    explicit CardPage(Session &session);
+    /// The cards that were found: those without ports, and the ports.
+    using Found = std::array<DeviceList, 2>;
+
+    /// The session and the cards must live longer than this object.
+    CardPage(Session &session, Found &found);
 
     /// Lists the cards again. Sends no commands to ports: those that were found are shown whenever
     /// they exist.
@@ -32,9 +37,9 @@ private:
     void use();
 
     Session &m_session;
+    Found &m_found;
     QTreeWidget *const m_cards;
     QPushButton *const m_use;
-    DeviceList m_found[2]; // without ports, and the ports
     QTimer m_refresh;
     bool m_searching = false;
 };

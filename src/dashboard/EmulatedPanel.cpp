@@ -143,6 +143,7 @@ QWidget *EmulatedPanel::faultBox()
     form->addRow(tr("Eve&nt:"), m_faultEvent);
     for (const auto &[flag, text] : kFlags) {
         m_flags << new QCheckBox(tr(text));
+        m_flags.constLast()->setObjectName(QLatin1String(text));
         form->addRow(m_flags.constLast());
     }
     form->addRow(button(tr("Se&t the fault"), tr("The fault is set."),

@@ -2,7 +2,6 @@
 #include "MainWindow.h"
 
 #include "CardHeader.h"
-#include "CardPage.h"
 #include "EmulatedPanel.h"
 #include "InterfacePage.h"
 #include "MessageBar.h"
@@ -15,6 +14,7 @@
 #include <QHeaderView>
 #include <QLibraryInfo>
 #include <QMenuBar>
+#include <QMetaProperty>
 #include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
@@ -68,6 +68,19 @@ QScrollArea *scrolled(QWidget *widget)
     area->setFrameShape(QFrame::NoFrame);
     area->setFocusPolicy(Qt::NoFocus);
     return area;
+}
+
+void copyInputs(const QWidget &from, const QWidget &to)
+{
+    for (const QWidget *const input : from.findChildren<QWidget *>()) {
+        const QString name = input->objectName();
+        // Qt's own names, of the parts of an input, are not unique.
+        if (name.isEmpty() || name.startsWith(QLatin1String("qt_")))
+            continue;
+        const QMetaProperty content = input->metaObject()->userProperty();
+        if (QWidget *const copy = to.findChild<QWidget *>(name))
+            content.write(copy, content.read(input));
+    }
 }
 
 } // namespace
@@ -132,7 +145,6 @@ void MainWindow::setLanguage(const QString &language)
             return addProblem(Problem::Language, {});
         solve(Problem::Language);
     }
-    // The window would lose what is typed into it.
     if (m_language == QLatin1String(chosen->code))
         return;
     m_language = QLatin1String(chosen->code);
@@ -175,6 +187,8 @@ void MainWindow::build()
     layout->addWidget(buildHead());
     buildPages();
     layout->addWidget(m_pages, 1);
+    if (centralWidget())
+        copyInputs(*centralWidget(), *central);
     setCentralWidget(central);
     m_pages->setCurrentIndex(page);
     showProblems();
@@ -252,7 +266,7 @@ void MainWindow::buildPages()
     report->addWidget(new Plot(m_plot));
     report->setStretchFactor(0, 3);
     report->setStretchFactor(1, 2);
-    m_cards = new CardPage(m_session);
+    m_cards = new CardPage(m_session, m_found);
     m_cards->refresh();
     m_emulated = new EmulatedPanel(m_session);
 

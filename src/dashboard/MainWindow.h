@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CardPage.h"
 #include "Plot.h"
 #include "ReportModel.h"
 #include "Session.h"
@@ -10,7 +11,6 @@
 #include <QTranslator>
 
 class CardHeader;
-class CardPage;
 class EmulatedPanel;
 class MessageBar;
 class QPushButton;
@@ -18,7 +18,7 @@ class QTabWidget;
 
 /// The window: a message if something is wrong, the card, and the pages.
 ///
-/// Its texts are made again when the language changes; the models stay.
+/// Its widgets are made again when the language changes; the models and the inputs stay.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -59,6 +59,7 @@ private:
     RecordModel &m_log;
     ReportModel m_report;
     PlotData m_plot;
+    CardPage::Found m_found;
     CardFacts m_facts;
     QMap<Problem, QString> m_problems; // what the library says, or nothing
     QString m_language;

@@ -272,6 +272,7 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
         m_redactor->learn(Redactor::Kind::Number, number);
         m_redactor->learn(Redactor::Kind::Text, text);
     }
+    m_sending = true;
     onWorker(tr("A message is being sent"), Problem::Load, [this, number, text, receipt] {
         QString result;
         try {
@@ -280,7 +281,10 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
             result = failure.message;
         }
         tell(RecordKind::Call, QStringLiteral("SMS: ") + result);
-        Q_EMIT smsDone(shown(result));
+        onMain([this, result] {
+            m_sending = false;
+            Q_EMIT smsDone(shown(result));
+        });
     });
 }
 

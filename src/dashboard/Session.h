@@ -69,6 +69,9 @@ public:
     /// Sends a message; smsDone() follows.
     void sendSms(const QString &number, const QString &text, bool receipt);
 
+    /// Returns whether smsDone() is still to come.
+    bool isSending() const { return m_sending; }
+
     /// Starts another card, as --card names it.
     void startCard(const QString &card);
 
@@ -177,6 +180,7 @@ private:
     PlugWatch m_plugs;
     QTimer m_cardTimer;
     bool m_asking = false;
+    bool m_sending = false;
     QStringList m_calls; // that block, the present one first
     DeviceServiceLibrary *m_deviceService = nullptr;
     IUIPlugin *m_window = nullptr;

@@ -19,12 +19,12 @@ public:
     explicit SmsPanel(Session &session);
 
 private:
-    void allowSending();
+    void showState();
 
+    Session &m_session;
     QLineEdit *const m_number;
     QPlainTextEdit *const m_text;
     QCheckBox *const m_receipt;
     QPushButton *const m_send;
     QLabel *const m_result;
-    bool m_sending = false;
 };

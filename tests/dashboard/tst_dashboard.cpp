@@ -212,11 +212,17 @@ private Q_SLOTS:
         QTest::keyClicks(find<QPlainTextEdit>(test, "text"), "hello");
         click(test, "Insert");
         // Loading a card has removed the faults.
-        control.setFault("ZEPA_SMSSrv_SendMsg", &slow);
+        const DevSrvFault slower{0, 3000, 0, 0};
+        control.setFault("ZEPA_SMSSrv_SendMsg", &slower);
         const int before = ticks.count;
         click(test, "Send");
+        test.window.setLanguage("de");
+        QTRY_COMPARE(find<QLabel>(test, "result")->text(), "Die Nachricht wird gesendet …");
+        QCOMPARE(find<QLineEdit>(test, "number")->text(), "+15550199");
+        QCOMPARE(find<QPlainTextEdit>(test, "text")->toPlainText(), "hello");
+        QVERIFY(!find<QPushButton>(test, "send")->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(find<QLabel>(test, "result")->text()
-                                     == "The device service accepted the message.",
+                                     == "Der Gerätedienst hat die Nachricht angenommen.",
                                  15'000);
         QVERIFY(QByteArray(control.journal()).contains("SMS \"+15550199\" \"hello\" receipt=0"));
         QVERIFY2(ticks.count >= before + kAlive, qPrintable(QString::number(ticks.count)));

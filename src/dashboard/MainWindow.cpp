@@ -91,6 +91,9 @@ MainWindow::MainWindow(Session &session, RecordModel &timeLine, RecordModel &log
     constexpr int kNarrowest = 320;
     setMinimumWidth(kNarrowest);
     resize(960, 640);
+    m_write.setShortcut(Qt::CTRL | Qt::Key_R);
+    m_write.setEnabled(false);
+    connect(&m_write, &QAction::triggered, this, &MainWindow::writeReport);
     connect(&session, &Session::opened, this, &MainWindow::onOpened);
     connect(&session, &Session::reportRead, this, &MainWindow::onReport);
     connect(&session, &Session::unloaded, this, &MainWindow::onUnloaded);
@@ -117,10 +120,7 @@ MainWindow::MainWindow(Session &session, RecordModel &timeLine, RecordModel &log
         solve(Problem::Card);
         solve(Problem::Gone);
     });
-    connect(&session, &Session::notified, this, [this] {
-        m_writing = false;
-        m_write->setEnabled(true);
-    });
+    connect(&session, &Session::notified, this, [this] { m_write.setEnabled(m_session.window()); });
     connect(&session, &Session::ended, this, &MainWindow::closed);
     build();
     connect(&session, &Session::busy, this,
@@ -199,8 +199,8 @@ void MainWindow::buildMenu()
 {
     auto *const bar = new QMenuBar;
     QMenu *const file = bar->addMenu(tr("&File"));
-    file->addAction(tr("&Write a report"), QKeySequence(Qt::CTRL | Qt::Key_R), this,
-                    &MainWindow::writeReport);
+    m_write.setText(tr("&Write a report"));
+    file->addAction(&m_write);
     file->addAction(tr("Load &again"), &m_session, &Session::open);
     file->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &QWidget::close);
     QMenu *const language = bar->addMenu(tr("&Language"));
@@ -230,13 +230,14 @@ QWidget *MainWindow::buildHead()
         showProblems();
     });
     m_header = new CardHeader;
-    m_write = new QPushButton(tr("&Write a report"));
-    m_write->setEnabled(m_session.window() && !m_writing);
-    connect(m_write, &QPushButton::clicked, this, &MainWindow::writeReport);
+    auto *const write = new QPushButton(m_write.text());
+    write->setEnabled(m_write.isEnabled());
+    connect(&m_write, &QAction::enabledChanged, write, &QWidget::setEnabled);
+    connect(write, &QPushButton::clicked, &m_write, &QAction::trigger);
     auto *const head = new QWidget;
     auto *const row = new QHBoxLayout;
     row->addWidget(m_header, 1);
-    row->addWidget(m_write, 0, Qt::AlignTop);
+    row->addWidget(write, 0, Qt::AlignTop);
     auto *const layout = new QVBoxLayout(head);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_message);
@@ -298,7 +299,7 @@ void MainWindow::addPage(QWidget *page, const QString &title)
 
 void MainWindow::onOpened()
 {
-    m_write->setEnabled(true);
+    m_write.setEnabled(true);
     m_cards->refresh();
     m_emulated->fill();
     m_problems.remove(Problem::Load);
@@ -313,8 +314,7 @@ void MainWindow::onUnloaded()
     showProblems();
     m_facts = {};
     onCard();
-    m_writing = false;
-    m_write->setEnabled(false);
+    m_write.setEnabled(false);
     m_cards->refresh();
     m_emulated->fill();
 }
@@ -323,6 +323,7 @@ void MainWindow::onReport(const QList<Explanation> &elements)
 {
     m_report.setElements(elements);
     m_plot.setTechnology(m_session.value(kTechnology));
+    solve(Problem::Report);
     onCard();
 }
 
@@ -333,10 +334,7 @@ void MainWindow::onCard()
 
 void MainWindow::writeReport()
 {
-    if (!m_session.window() || m_writing)
-        return;
-    m_writing = true;
-    m_write->setEnabled(false);
+    m_write.setEnabled(false);
     m_session.writeReport();
 }
 

@@ -6,6 +6,7 @@
 #include "ReportModel.h"
 #include "Session.h"
 
+#include <QAction>
 #include <QMainWindow>
 #include <QMap>
 #include <QTranslator>
@@ -13,7 +14,6 @@
 class CardHeader;
 class EmulatedPanel;
 class MessageBar;
-class QPushButton;
 class QTabWidget;
 
 /// The window: a message if something is wrong, the card, and the pages.
@@ -66,11 +66,10 @@ private:
     QString m_pluginLanguage; // the same, as the plug-in takes it
     QTranslator m_translator;
     QTranslator m_qtTranslator;
-    bool m_writing = false;
+    QAction m_write;
 
     MessageBar *m_message = nullptr;
     CardHeader *m_header = nullptr;
-    QPushButton *m_write = nullptr;
     QTabWidget *m_pages = nullptr;
     CardPage *m_cards = nullptr;
     EmulatedPanel *m_emulated = nullptr;

@@ -160,6 +160,8 @@ bool Session::needsDirectory() const
 void Session::load(const HostOptions &chosen, int turn)
 {
     close();
+    // Also ends what the earlier libraries have reported since open().
+    Q_EMIT unloaded();
     // Paths are relative to it, also when everything is loaded again.
     QDir::setCurrent(m_startDirectory);
     HostOptions options = chosen;
@@ -307,10 +309,12 @@ void Session::startCard(const QString &card)
 {
     if (!m_window)
         return;
-    onWorker(tr("Starting %1").arg(shown(card)), Problem::Card, [this, card] {
+    onWorker(tr("Starting %1").arg(shown(card)), Problem::Card, [this, card, turn = m_turn] {
         m_dashboard->deviceService().start(card);
         tell(RecordKind::Card, m_dashboard->deviceService().source());
-        onMain([this, card] {
+        onMain([this, card, turn] {
+            if (turn != m_turn)
+                return;
             // Also for the next open().
             m_options.card = card;
             requestCard();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "EventTap.h"
 
+#include "DeviceServiceFunctions.h"
+
 #include <utility>
 
 namespace {
@@ -16,7 +18,7 @@ int onEvent(int event, void *)
 
 int afterEvent(int, void *)
 {
-    // None for an event that arrived before the first callback was registered.
+    // None for an event that asks for no report.
     if (const auto handled = std::exchange(t_handled, {}))
         handled();
     return 1;
@@ -27,28 +29,24 @@ int afterEvent(int, void *)
 EventTap::EventTap(const DeviceServiceLibrary &library, Heard heard) : m_library(library)
 {
     s_heard = std::move(heard);
-    callBoth("ZEPA_DevSrv_RegisterDevMgrCallback", "ZEPA_DevSrv_RegisterDevInitEventCallback",
-             onEvent);
+    callBoth(&EventChannel::registration, onEvent);
 }
 
 void EventTap::followPlugin() const
 {
-    callBoth("ZEPA_DevSrv_RegisterDevMgrCallback", "ZEPA_DevSrv_RegisterDevInitEventCallback",
-             afterEvent);
+    callBoth(&EventChannel::registration, afterEvent);
 }
 
 EventTap::~EventTap()
 {
-    for (const ZEPA_DevEventCallback callback : {onEvent, afterEvent}) {
-        callBoth("ZEPA_DevSrv_UnRegisterDevMgrCallback",
-                 "ZEPA_DevSrv_UnRegisterDevInitEventCallback", callback);
-    }
+    for (const ZEPA_DevEventCallback callback : {onEvent, afterEvent})
+        callBoth(&EventChannel::withdrawal, callback);
 }
 
-void EventTap::callBoth(const char *manager, const char *init, ZEPA_DevEventCallback callback) const
+void EventTap::callBoth(const char *EventChannel::*function, ZEPA_DevEventCallback callback) const
 {
     if (!m_library.control())
         return;
-    for (const char *name : {manager, init})
-        m_library.call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>(name, callback);
+    for (const EventChannel &channel : kEventChannels)
+        m_library.call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>(channel.*function, callback);
 }

@@ -5,6 +5,8 @@
 
 #include <functional>
 
+struct EventChannel;
+
 /// Hears the device events together with the plug-in: one callback runs before that of the plug-in
 /// and one after it.
 ///
@@ -30,7 +32,7 @@ public:
     EventTap &operator=(const EventTap &) = delete;
 
 private:
-    void callBoth(const char *manager, const char *init, ZEPA_DevEventCallback callback) const;
+    void callBoth(const char *EventChannel::*function, ZEPA_DevEventCallback callback) const;
 
     const DeviceServiceLibrary &m_library;
 };

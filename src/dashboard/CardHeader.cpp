@@ -123,7 +123,7 @@ void CardHeader::show(const CardFacts &facts, const QString &technology)
 {
     if (facts.fields.isEmpty()) {
         m_picture->setState(CardPicture::State::Missing);
-        m_model->setText(tr("No card was asked yet"));
+        m_model->setText(tr("No card yet"));
         m_state->clear();
         m_source->clear();
         return;

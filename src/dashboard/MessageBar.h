@@ -5,7 +5,7 @@
 #include <QLabel>
 #include <QPushButton>
 
-/// A sentence about each problem, at the top of the window, with a button against it.
+/// A sentence about each problem, at the top of the window, with a button that may solve it.
 class MessageBar : public QFrame
 {
     Q_OBJECT
@@ -17,8 +17,6 @@ public:
     enum class Offer { Nothing, Retry, TrialDirectory };
 
     void show(const QString &message, Offer offer);
-
-    QString message() const { return m_message->text(); }
 
 Q_SIGNALS:
     void accepted(MessageBar::Offer offer);

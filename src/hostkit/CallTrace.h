@@ -44,6 +44,6 @@ private:
 
     const Listener m_listener;
     mutable QMutex m_mutex;    // guards what follows; held while it is changed or copied
-    QList<TracedCall> m_calls; // of the report that the plug-in is asking for; else none
+    QList<TracedCall> m_calls; // of the report under way; empty between reports
     QList<TracedCall> m_reported;
 };

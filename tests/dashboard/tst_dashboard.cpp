@@ -143,8 +143,8 @@ private Q_SLOTS:
         QVERIFY(!QApplication::activeModalWidget());
     }
 
-    // Without the directory of the report, events and calls fail. A card that is gone is told
-    // beside that.
+    // Without the directory of the report, events and calls fail. The window also says that the
+    // card is gone.
     void keepsEachProblemUntilItIsSolved()
     {
         WindowUnderTest test({"lte"});

@@ -64,8 +64,8 @@
         <translation>SIM nicht gesperrt</translation>
     </message>
     <message>
-        <source>No card was asked yet</source>
-        <translation>Noch keine Karte befragt</translation>
+        <source>No card yet</source>
+        <translation>Noch keine Karte</translation>
     </message>
 </context>
 <context>

@@ -111,7 +111,7 @@ Session::~Session()
 
 // Runs the task on the worker's thread, and tells of a Failure that it throws.
 template <typename Task>
-void Session::onWorker(const QString &what, Problem problem, Task task)
+void Session::onWorker(const QString &what, Task task, Problem problem)
 {
     m_calls << what;
     Q_EMIT busy(m_calls.constFirst());
@@ -140,7 +140,7 @@ void Session::open()
     m_deviceService = nullptr;
     m_report.reset();
     Q_EMIT unloaded();
-    onWorker(tr("Loading the plug-in and the device service"), Problem::Load,
+    onWorker(tr("Loading the plug-in and the device service"),
              [this, options = m_options, turn = ++m_turn] { load(options, turn); });
 }
 
@@ -207,7 +207,7 @@ void Session::watchReport(const QString &file, const QString &root, DeviceServic
     connect(m_report.get(), &ReportWatch::rewritten, this,
             [this, root](const QList<ValueChange> &changes) { tellChanges(changes, root); });
     const QString what = tr("Starting the plug-in, which writes a report");
-    onWorker(what, Problem::Load, [this, turn = m_turn] {
+    onWorker(what, [this, turn = m_turn] {
         callForReport([this] { m_dashboard->init(); });
         m_events->followPlugin();
         onMain([this, turn, window = m_dashboard->window()] {
@@ -225,7 +225,7 @@ void Session::writeReport()
 {
     if (!m_window)
         return;
-    onWorker(tr("A report is being written"), Problem::Report, [this] {
+    onWorker(tr("A report is being written"), [this] {
         callForReport([this] {
             const int result = m_dashboard->notify(kRewrite, 0, 0);
             tell(RecordKind::Call,
@@ -236,9 +236,9 @@ void Session::writeReport()
 }
 
 template <typename Call>
-void Session::callForReport(Call call)
+void Session::callForReport(Call call, Certainty certainty)
 {
-    const auto returned = expectReport(m_dashboard->reportFile(), Certainty::MustBeWritten);
+    const auto returned = expectReport(m_dashboard->reportFile(), certainty);
     call();
     returned();
     onMain([this] {
@@ -275,7 +275,7 @@ void Session::sendSms(const QString &number, const QString &text, bool receipt)
         m_redactor->learn(Redactor::Kind::Text, text);
     }
     m_sending = true;
-    onWorker(tr("A message is being sent"), Problem::Load, [this, number, text, receipt] {
+    onWorker(tr("A message is being sent"), [this, number, text, receipt] {
         QString result;
         try {
             result = sendOnWorker(number, text, receipt);
@@ -309,26 +309,31 @@ void Session::startCard(const QString &card)
 {
     if (!m_window)
         return;
-    onWorker(tr("Starting %1").arg(shown(card)), Problem::Card, [this, card, turn = m_turn] {
-        m_dashboard->deviceService().start(card);
-        tell(RecordKind::Card, m_dashboard->deviceService().source());
-        onMain([this, card, turn] {
-            if (turn != m_turn)
-                return;
-            // Also for the next open().
-            m_options.card = card;
-            requestCard();
-            Q_EMIT cardStarted();
-        });
-        callForReport([this] { m_dashboard->notify(kRewrite, 0, 0); });
-    });
+    onWorker(
+        tr("Starting %1").arg(shown(card)),
+        [this, card, turn = m_turn] {
+            m_dashboard->deviceService().start(card);
+            tell(RecordKind::Card, m_dashboard->deviceService().source());
+            onMain([this, card, turn] {
+                if (turn != m_turn)
+                    return;
+                // Also for the next open().
+                m_options.card = card;
+                requestCard();
+                Q_EMIT cardStarted();
+            });
+            // start() raises events, whose report may have come just before.
+            callForReport([this] { m_dashboard->notify(kRewrite, 0, 0); },
+                          Certainty::MayLookUnchanged);
+        },
+        Problem::Card);
 }
 
 bool Session::findCards(bool ports)
 {
     if (!m_window)
         return false;
-    onWorker(tr("Looking for cards"), Problem::Card, [this, ports] {
+    onWorker(tr("Looking for cards"), [this, ports] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
         if (!ports)
             m_plugs.followModems();
@@ -353,7 +358,7 @@ void Session::askCard()
     if (m_asking)
         return m_cardTimer.start();
     m_asking = true;
-    onWorker(tr("Asking the card"), Problem::Card, [this, turn = m_turn] {
+    onWorker(tr("Asking the card"), [this, turn = m_turn] {
         const DeviceServiceLibrary &library = m_dashboard->deviceService();
         CardFacts facts{library.source(), ::askCard(library).fields, false};
         if (m_redactor) {
@@ -376,7 +381,7 @@ void Session::end()
     m_window = nullptr;
     m_deviceService = nullptr;
     Q_EMIT unloaded();
-    onWorker(tr("Ending"), Problem::Load, [this] {
+    onWorker(tr("Ending"), [this] {
         close();
         onMain([this] { Q_EMIT ended(); });
     });

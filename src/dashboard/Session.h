@@ -138,8 +138,12 @@ private Q_SLOTS:
     void onUnavailable();
 
 private:
+    // The times of files are coarse: of reports that follow closely, as those of events do, the
+    // later one may not be noticed.
+    enum class Certainty { MustBeWritten, MayLookUnchanged };
+
     template <typename Task>
-    void onWorker(const QString &what, Problem problem, Task task);
+    void onWorker(const QString &what, Task task, Problem problem = Problem::Load);
     template <typename Task>
     void onMain(Task task);
 
@@ -157,16 +161,12 @@ private:
     void load(const HostOptions &chosen, int turn);
     void startCardOf(const HostOptions &chosen);
     template <typename Call>
-    void callForReport(Call call);
+    void callForReport(Call call, Certainty certainty = Certainty::MustBeWritten);
     QString sendOnWorker(const QString &number, const QString &text, bool receipt);
     void close();
 
     // Called on a thread of the device service.
     EventTap::Handled onEvent(int event, const QString &file);
-
-    // The times of files are coarse: of reports that follow closely, as those of events do, the
-    // later one may not be noticed.
-    enum class Certainty { MustBeWritten, MayLookUnchanged };
 
     // Called on any of these threads.
     std::function<void()> expectReport(const QString &file, Certainty certainty);

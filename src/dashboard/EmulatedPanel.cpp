@@ -124,7 +124,7 @@ QWidget *EmulatedPanel::eventBox()
     QPushButton *const raiseButton = button(tr("Rai&se"), tr("The event is raised."),
                                             [this](const auto &control) { return raise(control); });
     form->addRow(raiseButton);
-    // So many digits fit the number. The item of a known event has its meaning behind it.
+    // Nine digits fit an int. The item of a known event has its meaning behind it.
     static const QRegularExpression number(QStringLiteral("-?\\d{1,9}(:.*)?"));
     m_event->setValidator(new QRegularExpressionValidator(number, m_event));
     connect(m_event, &QComboBox::editTextChanged, this, [this, raiseButton] {
@@ -187,8 +187,8 @@ void EmulatedPanel::run(const QString &done, const Action &action)
     if (!library || !library->control())
         return;
     const DeviceServiceControl &control = *library->control();
-    m_done->setText(action(control) == 0 ? done
-                                         : m_session.shown(QString::fromUtf8(control.lastError())));
+    m_done->setText(
+        action(control) == 0 ? done : m_session.advice(QString::fromUtf8(control.lastError())));
 }
 
 std::int32_t EmulatedPanel::use(const DeviceServiceControl &control)

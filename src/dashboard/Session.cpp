@@ -37,6 +37,18 @@ constexpr EventName kEvents[] = {
      QT_TRANSLATE_NOOP("Session", "registration, technology, operator or cell changed"), true},
 };
 
+// What the libraries say for users of the command line, and the page that stands for it.
+constexpr struct
+{
+    const char *words;
+    const char *place;
+    const char *page;
+} kPages[] = {
+    {"--log", "the page ", "Log"},
+    {"with --card", "on the page ", "Cards"},
+    {"start one, for example \"emulated:lte\"", "choose one on the page ", "Cards"},
+};
+
 const EventName *findEvent(int event)
 {
     const auto *const found = std::find_if(
@@ -81,9 +93,12 @@ QString Session::shown(const QString &text) const
 
 QString Session::advice(const QString &text) const
 {
-    const QString page = QStringLiteral("the page ")
-        + QCoreApplication::translate("MainWindow", "Log");
-    return shown(text).replace(QLatin1String("--log"), page);
+    QString sentence = shown(text);
+    for (const auto &[words, place, page] : kPages) {
+        sentence.replace(QLatin1String(words),
+                         QLatin1String(place) + QCoreApplication::translate("MainWindow", page));
+    }
+    return sentence;
 }
 
 QString Session::shownValue(const QString &path, const QString &value) const

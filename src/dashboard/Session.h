@@ -28,7 +28,7 @@ enum class Problem {
     Load,     ///< the libraries, or the directory of the report, cannot be used
     Report,   ///< no report was written
     Card,     ///< a card cannot be started
-    Gone,     ///< the plug-in has told that the card is unavailable
+    Gone,     ///< the plug-in has signalled DeviceUnavailable()
     Language, ///< the plug-in refused the language
     Count
 };
@@ -38,7 +38,7 @@ QList<std::pair<int, QString>> knownEvents();
 
 /// The plug-in and the device service, for a window: no call waits for the card.
 ///
-/// Lives on the main thread, and so do all its signals' receivers. A thread of its own loads the
+/// Lives on the main thread; so do the receivers of its signals. A thread of its own loads the
 /// libraries and makes the calls that block, one after the other; signals tell their results. The
 /// plug-in's functions with a window belong to the main thread, which gets them from window().
 class Session : public QObject
@@ -93,8 +93,8 @@ public:
     /// with visible control characters. Any thread.
     QString shown(const QString &text) const;
 
-    /// Returns the sentence of a library as shown() does. Names the page of the window where it
-    /// names an option of the command line.
+    /// Returns the sentence of a library as shown() does. Names a page of the window in place
+    /// of what the command line offers.
     QString advice(const QString &text) const;
 
     /// Returns whether identities are replaced.

@@ -29,6 +29,7 @@ public:
     std::atomic<bool> hasEcho = false;    ///< until it is told ATE0
     std::atomic<bool> isInPieces = false; ///< writes single bytes
     std::atomic<bool> isSilent = false;   ///< answers nothing
+    std::atomic<bool> restarts = false;   ///< when its radio is switched on
 
     void plug()
     {
@@ -126,6 +127,8 @@ private:
             send(exchange.command + "\r");
         if (exchange.command == "ATE0" || exchange.command == "ATE1")
             hasEcho = exchange.command == "ATE1";
+        if (exchange.command == "ATZ" || (exchange.command == "AT+CFUN=1" && restarts))
+            hasEcho = true;
         QByteArray &rest = exchange.answer;
         for (qsizetype begin; (begin = rest.indexOf('<')) >= 0;) {
             const qsizetype end = rest.indexOf('>', begin);

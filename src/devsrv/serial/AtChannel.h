@@ -25,6 +25,7 @@ struct AtAnswer
     std::string finalLine; ///< "OK", "+CME ERROR: 10", ...; empty if there was none
 
     bool isOk() const { return result == AtResult::Ok; }
+    bool isTimeOut() const { return result == AtResult::TimeOut; }
 };
 
 /// The AT commands on a port: one at a time, each with its own answer.

@@ -15,8 +15,9 @@ namespace devsrv {
 class SerialCard : public CardBackend
 {
 public:
-    /// Blocks until the card is ready for queries: at most 5 s to find out that none answers, and
-    /// 20 s where a radio has to be switched on.
+    /// Blocks until the card is ready for queries. With the standard time-out: at most 5 s to find
+    /// out that none answers, 20 s where a radio has to be switched on, and 4 s more for each
+    /// command that is not answered, three of which end the attempt if the card only knows "AT".
     SerialCard(SerialSettings settings, EventSink raise);
     ~SerialCard() override;
 

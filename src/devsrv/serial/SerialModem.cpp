@@ -112,12 +112,9 @@ QString SerialModem::start()
                               "kestrun cards --ports lists them")
             .arg(m_path);
     }
-    m_isServing = prepare();
-    if (m_isServing || !m_port.isOpen())
-        return {};
-    return QStringLiteral("the card on %1 answers AT and no other command; try another port of the "
-                          "card: kestrun cards --ports lists them")
-        .arg(m_path);
+    if (!prepare(error) && error.isEmpty())
+        tryAgain(); // a card whose radio is switched on may start again
+    return error;
 }
 
 void SerialModem::begin()
@@ -175,7 +172,7 @@ AtAnswer SerialModem::once(const std::string &command, Lifetime lifetime)
     // The card may have changed, or be lost, since it answered.
     if (!m_isReady || m_changes != changes)
         return answer;
-    if (answer.result == AtResult::TimeOut)
+    if (answer.isTimeOut())
         m_kept.insert_or_assign(command, Kept{answer, lifetime, QDeadlineTimer(kSilenceTime)});
     else if (lifetime != Lifetime::None && !isTemporary(answer))
         m_kept.insert_or_assign(command,
@@ -211,34 +208,38 @@ bool SerialModem::openPort(QString &error)
 }
 
 // Makes a card that answers ready for queries, and finds out what it reports by itself. Returns
-// false if the card answers no command but "AT", or is lost.
-bool SerialModem::prepare()
+// false if the card is lost meanwhile, or, with one sentence in `error`, answers nothing but "AT".
+bool SerialModem::prepare(QString &error)
 {
     m_isReady = true;
     m_isEchoOff = false;
-    const bool takesEchoOff = set("ATE0").isOk();
-    // After a silence the modes are those that were set here before it: the first ones are kept.
+    const AtAnswer echoOff = set("ATE0");
+    // m_modesToRestore keeps the first value of each mode: after a silence the card has those of
+    // this backend.
     if (m_channel.takeEcho())
         m_modesToRestore.emplace("ATE", 1);
-    const AtAnswer answers[] = {set("ATV1"), ask("AT+CMEE?")};
-    if (std::all_of(std::begin(answers), std::end(answers),
-                    [](const AtAnswer &a) { return a.result == AtResult::TimeOut; })) {
+    const AtAnswer errorMode = ask("AT+CMEE?");
+    const AtAnswer errorNumbers = set("AT+CMEE=1");
+    if (echoOff.isTimeOut() && errorMode.isTimeOut() && errorNumbers.isTimeOut()) {
         m_isReady = false;
+        error = QStringLiteral("the card on %1 answers AT and no other command; try another port "
+                               "of the card: kestrun cards --ports lists them")
+                    .arg(m_path);
         return false;
     }
-    if (const auto mode = firstNumber(answers[1].lines))
+    if (const auto mode = firstNumber(errorMode.lines))
         m_modesToRestore.emplace("AT+CMEE=", *mode);
-    set("AT+CMEE=1");
     if (!m_settings.initial.empty())
         set(m_settings.initial);
     readSim();
-    m_isEchoOff = takesEchoOff && !m_channel.takeEcho();
-    if (switchOn())
-        waitForNetwork();
+    m_isEchoOff = echoOff.isOk() && !m_channel.takeEcho();
+    switchOn();
+    waitForNetwork();
     for (Source &source : m_sources)
         registrationOf(source);
     m_reported = facts();
     m_changeTimer.stop();
+    m_isServing = m_isReady;
     return m_isReady;
 }
 
@@ -295,20 +296,19 @@ bool SerialModem::isSimUsable() const
     return !m_sim.isAbsent && !waitsForCode(m_sim.lock);
 }
 
-// Switches the radio on if it is off and may be switched on. Returns whether it did.
-bool SerialModem::switchOn()
+// Switches the radio on if it is off and may be switched on.
+void SerialModem::switchOn()
 {
-    if (waitsForCode(m_sim.lock))
-        return false;
-    if (!isRadioOff(firstNumber(ask("AT+CFUN?").lines)))
-        return false;
+    if (waitsForCode(m_sim.lock) || !isRadioOff(firstNumber(ask("AT+CFUN?").lines)))
+        return;
     if (!m_settings.enable) {
         m_warnings.warn(QStringLiteral("the radio of the card is off; enable=no leaves it off"));
-        return false;
+        return;
     }
     m_warnings.warn(QStringLiteral(
         "the radio of the card was off and is switched on; enable=no leaves it off"));
-    return checked(m_channel.set("AT+CFUN=1", kSwitchTime)).isOk();
+    if (checked(m_channel.set("AT+CFUN=1", kSwitchTime)).isOk())
+        m_searchEnd.setRemainingTime(kSearchTime);
 }
 
 // Makes the card report changes from now on, if it does not. Returns whether it had to be told.
@@ -331,8 +331,7 @@ bool SerialModem::startReports(Source &source, int mode)
 // Gives a radio that was switched on the time to find its SIM and its network.
 void SerialModem::waitForNetwork()
 {
-    const QDeadlineTimer deadline(kSearchTime);
-    while (m_isReady && !deadline.hasExpired()) {
+    while (m_isReady && !m_searchEnd.hasExpired()) {
         readSim();
         const auto registration = isSimUsable() ? bestRegistration() : std::nullopt;
         if (registration && isRegistered(registration->state))
@@ -353,7 +352,6 @@ bool SerialModem::wasReset() const
 void SerialModem::lose()
 {
     const bool isRemoved = !m_port.isOpen();
-    m_isServing = false;
     if (isRemoved) {
         m_port.close();
         m_modesToRestore.clear();
@@ -366,6 +364,9 @@ void SerialModem::lose()
                          : wasReset() ? QStringLiteral("the card on %1 has started again")
                                       : QStringLiteral("the card on %1 does not answer"))
                         .arg(m_path));
+    // A card that is lost while it is prepared was not announced, and tryAgain() repeats itself.
+    if (!m_isServing.exchange(false))
+        return;
     post({isRemoved ? DEVSRV_EVENT_DEVICE_REMOVED : DEVSRV_EVENT_DEVICE_LOST,
           DEVSRV_EVENT_CARD_CHANGED});
     m_retryTimer.start(kFirstRetry);
@@ -374,8 +375,7 @@ void SerialModem::lose()
 void SerialModem::tryAgain()
 {
     QString error;
-    m_isServing = openPort(error) && m_channel.connectToCard() && prepare();
-    if (m_isServing) {
+    if (openPort(error) && m_channel.connectToCard() && prepare(error)) {
         announce();
         return;
     }

@@ -49,8 +49,8 @@ public:
     /// Puts the card's reporting modes and echo back as start() found them, and closes the port.
     void stop();
 
-    /// Opens the port after a loss or stop(), and prepares the card. Where that fails it is
-    /// repeated.
+    /// Opens the port after a loss or stop(), and prepares the card. Tries again later if
+    /// that fails.
     void tryAgain();
 
     /// Whether a command runs, so that queries have to fail.
@@ -118,13 +118,13 @@ private:
                                     std::initializer_list<const char *> commands);
 
     bool openPort(QString &error);
-    bool prepare();
+    bool prepare(QString &error);
     void forgetCard();
     void doubtAnswers();
     void readSim();
     void noteSim(const SimState &sim);
     bool isSimUsable() const;
-    bool switchOn();
+    void switchOn();
     bool startReports(Source &source, int mode);
     void waitForNetwork();
     std::optional<RegistrationLine> registrationOf(Source &source);
@@ -152,6 +152,7 @@ private:
     AtChannel m_channel;
     QTimer m_changeTimer;
     QTimer m_retryTimer;
+    QDeadlineTimer m_searchEnd; // of a radio that was switched on
 
     bool m_isReady = false; // commands can be sent
     std::atomic<bool> m_isServing = false;

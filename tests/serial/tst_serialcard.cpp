@@ -494,6 +494,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("events");
         QTest::newRow("query") << QByteArray("AT^RSTRIGGER?\r") << "";
         QTest::newRow("change") << QByteArray("AT+CREG=0\r") << "6614";
+        QTest::newRow("echo") << QByteArray("ATE1\r") << "6614";
+        QTest::newRow("defaults") << QByteArray("ATZ\r") << "6614";
         QTest::newRow("reset") << QByteArray() << "6603 6002 6002 6014";
     }
 
@@ -514,7 +516,9 @@ private Q_SLOTS:
         QVERIFY(card.raises(events));
         QCOMPARE(card->registration(Domain::CircuitSwitched).value_or(Registration()).lac,
                  events.isEmpty() ? "31C5" : "31C6");
-        QCOMPARE(modem.takeJournal().contains("AT+CREG=2"), !events.isEmpty());
+        const QByteArrayList journal = modem.takeJournal();
+        QCOMPARE(journal.contains("AT+CREG=2"), !events.isEmpty());
+        QCOMPARE(journal.contains("AT+CPIN?"), !events.isEmpty());
     }
 
     void sendsMessages_data() { addRows("serial-sms.txt"); }

@@ -255,8 +255,15 @@ void SerialModem::forgetCard()
 // The command of a caller may have changed anything: what is known is asked for again.
 void SerialModem::doubtAnswers()
 {
+    // An echo that the caller switched on is no sign that the card has started again.
+    if (m_isEchoOff) {
+        m_channel.set("ATE0");
+        m_channel.takeEcho();
+    }
     m_kept.clear();
+    readSim();
     for (Source &source : m_sources) {
+        source.isRefused = false;
         source.isTried = false;
         source.current.reset();
     }
@@ -721,7 +728,7 @@ bool SerialModem::execute(const std::string &command, const AnswerSink &answer)
     if (!m_isReady)
         return false;
     const AtResult result = checked(m_channel.pass(command, answer)).result;
-    if (!isQuery(command))
+    if (m_isReady && !isQuery(command))
         doubtAnswers();
     return result == AtResult::Ok || result == AtResult::Error;
 }

@@ -238,7 +238,6 @@ bool SerialModem::prepare(QString &error)
     for (Source &source : m_sources)
         registrationOf(source);
     m_reported = facts();
-    m_changeTimer.stop();
     m_isServing = m_isReady;
     return m_isReady;
 }

@@ -80,8 +80,9 @@ typedef struct DeviceServiceControl
      * backend that are not delivered yet are dropped. `backend` is "NAME" or "NAME:ARGUMENT" with a
      * name from backend(). A backend with options takes them after a "?":
      * "NAME?KEY=VALUE&KEY=VALUE". Any other text is an argument of the default backend: "lte" means
-     * "emulated:lte". On failure the active backend stays; a card on a serial port does not answer
-     * while the other one is tried. The backends "modemmanager" and "serial" need a
+     * "emulated:lte". On failure the active backend stays. A card on a serial port lets go of it
+     * while the other one is tried, and does not answer meanwhile; if it does not come back, 6603
+     * and 6002 are raised. The backends "modemmanager" and "serial" need a
      * QCoreApplication. If nobody calls start(), the first call of any function of the service
      * starts the default backend.
      */

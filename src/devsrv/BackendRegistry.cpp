@@ -80,7 +80,8 @@ const BackendEntry *findBackend(std::string_view name)
     return found == std::end(kEntries) ? nullptr : found;
 }
 
-Backend makeBackend(const std::string &choice, EventSink raise, std::string &error)
+Backend makeBackend(const std::string &choice, EventSink raise, std::string &error,
+                    const std::function<void()> &freeDevices)
 {
     const std::string name = choice.substr(0, choice.find_first_of(":?"));
     if (const BackendEntry *const named = findBackend(name)) {
@@ -102,6 +103,8 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
             error = name + ": " + error;
             return {};
         }
+        if (named->list && freeDevices)
+            freeDevices();
         return named->make(parts.argument, *options, std::move(raise), error);
     }
     Backend backend = kEntries[0].make(choice, {}, std::move(raise), error);

@@ -59,8 +59,10 @@ const BackendEntry *findBackend(std::string_view name);
 
 /// Makes the backend that `choice` names: "NAME" or "NAME:ARGUMENT", followed by "?OPTIONS" or not,
 /// or an argument of the default backend alone. Returns no backend and one sentence in `error` if
-/// there is no such backend or it cannot run.
-Backend makeBackend(const std::string &choice, EventSink raise, std::string &error);
+/// there is no such backend or it cannot run. Calls `freeDevices` before a backend looks for its
+/// device.
+Backend makeBackend(const std::string &choice, EventSink raise, std::string &error,
+                    const std::function<void()> &freeDevices = {});
 
 /// Makes the default backend with its default argument, which never fails.
 Backend makeDefaultBackend(EventSink raise);

@@ -103,7 +103,8 @@ public:
     /// Lets go of the device, since the next backend may be on the same one. Queries fail.
     virtual void release() {}
 
-    /// Takes the device back after release(): the next backend cannot run.
+    /// Takes the device back because the next backend could not be started. Blocks until that has
+    /// succeeded, or has failed once.
     virtual void takeBack() {}
 
     /// One line of UTF-8 that names the card for people: "emulated card lte".

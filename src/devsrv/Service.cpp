@@ -3,6 +3,8 @@
 
 #include "EventDelivery.h"
 
+#include <QScopeGuard>
+
 #include <utility>
 
 namespace devsrv {
@@ -50,23 +52,31 @@ Service::BackendUse Service::backend()
 
 bool Service::startBackend(const MakeBackend &make)
 {
-    const auto active = [this] {
-        const std::lock_guard lock(m_mutex);
-        return m_active ? m_active->backend.card : nullptr;
-    }();
-    if (active)
-        active->release();
-    auto started = makeActive(make);
-    if (!started->backend.card) {
-        if (active)
-            active->takeBack();
+    std::shared_ptr<CardBackend> released;
+    const auto freeDevices = [&] {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_active)
+                released = m_active->backend.card;
+        }
+        if (released)
+            released->release();
+    };
+    // Also if `make` throws.
+    const auto takeBack = qScopeGuard([&] {
+        if (released)
+            released->takeBack();
+    });
+    auto started = makeActive([&](EventSink raise) { return make(std::move(raise), freeDevices); });
+    if (!started->backend.card)
         return false;
-    }
+    released.reset();
     replaceBackend(std::move(started));
     return true;
 }
 
-std::unique_ptr<Service::ActiveBackend> Service::makeActive(const MakeBackend &make)
+std::unique_ptr<Service::ActiveBackend>
+Service::makeActive(const std::function<Backend(EventSink)> &make)
 {
     const BackendId id = ++m_lastId;
     Backend backend = make([this, id](std::int32_t event) { raise(event, id); });

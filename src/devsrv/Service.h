@@ -52,12 +52,15 @@ public:
     /// The active backend. Starts the default backend if there is none.
     BackendUse backend();
 
-    /// Makes a backend that raises its events with the sink that it is given.
-    using MakeBackend = std::function<Backend(EventSink raise)>;
+    /// Makes a backend that raises its events with the sink that it is given. Where it may need the
+    /// device of the active backend, it calls `freeDevices` first.
+    using MakeBackend = std::function<Backend(EventSink raise,
+                                              const std::function<void()> &freeDevices)>;
 
     /// Makes a backend the active one and ends the one before it, after its last user and the event
     /// that is being delivered have returned. Returns false if `make` returns a backend without a
-    /// card: the active backend then goes on. Not to be called from inside a callback.
+    /// card: the active backend then goes on, and has tried to take its device back. Not to be
+    /// called from inside a callback.
     bool startBackend(const MakeBackend &make);
 
     /// Ends the active backend in the same way.
@@ -86,7 +89,7 @@ public:
     std::atomic<bool> receipts = false;
 
 private:
-    std::unique_ptr<ActiveBackend> makeActive(const MakeBackend &make);
+    std::unique_ptr<ActiveBackend> makeActive(const std::function<Backend(EventSink)> &make);
     void replaceBackend(std::unique_ptr<ActiveBackend> started);
     void raise(std::int32_t event, BackendId source) noexcept;
     bool post(std::int32_t event, BackendId source);

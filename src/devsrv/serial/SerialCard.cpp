@@ -69,7 +69,7 @@ void SerialCard::release()
 
 void SerialCard::takeBack()
 {
-    QMetaObject::invokeMethod(m_modem, &SerialModem::tryAgain, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(m_modem, &SerialModem::takeBack, Qt::BlockingQueuedConnection);
 }
 
 std::string SerialCard::description()

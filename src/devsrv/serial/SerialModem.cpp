@@ -126,13 +126,15 @@ void SerialModem::begin()
 void SerialModem::stop()
 {
     m_isEchoOff = false; // an echo is one of the modes
-    // Losing the card in the middle of this forgets its modes.
-    for (const auto &[command, mode] : std::exchange(m_modesToRestore, {})) {
-        const AtResult result = set(command + std::to_string(mode)).result;
+    m_isServing = false;
+    while (!m_modesToRestore.empty()) {
+        const auto first = m_modesToRestore.begin();
+        const AtResult result = set(first->first + std::to_string(first->second)).result;
+        // The other modes are put back when the card that was taken back is released again.
         if (result == AtResult::TimeOut || result == AtResult::Unusable)
             break;
+        m_modesToRestore.erase(first);
     }
-    m_isServing = false;
     m_isReady = false;
     forgetCard();
     m_port.close();
@@ -378,6 +380,14 @@ void SerialModem::lose()
     m_retryTimer.start(kFirstRetry);
 }
 
+void SerialModem::takeBack()
+{
+    tryAgain();
+    if (!m_isServing)
+        post({DEVSRV_EVENT_DEVICE_LOST, DEVSRV_EVENT_CARD_CHANGED});
+}
+
+// Opens the port after a loss or stop(), and prepares the card. Tries again later if that fails.
 void SerialModem::tryAgain()
 {
     QString error;
@@ -387,6 +397,8 @@ void SerialModem::tryAgain()
     }
     if (!error.isEmpty())
         m_warnings.warn(error);
+    if (!m_port.isOpen())
+        m_modesToRestore.clear(); // the next card on the port may be another one
     m_retryTimer.start(std::min(m_retryTimer.intervalAsDuration() * 2, kLastRetry));
 }
 

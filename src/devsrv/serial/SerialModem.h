@@ -49,9 +49,9 @@ public:
     /// Puts the card's reporting modes and echo back as start() found them, and closes the port.
     void stop();
 
-    /// Opens the port after a loss or stop(), and prepares the card. Tries again later if
-    /// that fails.
-    void tryAgain();
+    /// Opens the port after stop(), and prepares the card. If that fails, raises the events of a
+    /// loss and tries again later.
+    void takeBack();
 
     /// Whether a command runs, so that queries have to fail.
     bool isBusy() const { return m_channel.isBusy(); }
@@ -119,6 +119,7 @@ private:
 
     bool openPort(QString &error);
     bool prepare(QString &error);
+    void tryAgain();
     void forgetCard();
     void doubtAnswers();
     void readSim();

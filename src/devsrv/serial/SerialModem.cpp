@@ -357,6 +357,15 @@ bool SerialModem::wasReset() const
     return m_isEchoOff && m_channel.hasEcho();
 }
 
+QString SerialModem::reasonOfLoss() const
+{
+    if (!m_port.isOpen())
+        return QStringLiteral("the port %1 is gone");
+    if (wasReset())
+        return QStringLiteral("the card on %1 has started again");
+    return QStringLiteral("the card on %1 does not answer");
+}
+
 void SerialModem::lose()
 {
     const bool isRemoved = !m_port.isOpen();
@@ -368,10 +377,7 @@ void SerialModem::lose()
         return;
     forgetCard();
     m_changeTimer.stop();
-    m_warnings.warn((isRemoved        ? QStringLiteral("the port %1 is gone")
-                         : wasReset() ? QStringLiteral("the card on %1 has started again")
-                                      : QStringLiteral("the card on %1 does not answer"))
-                        .arg(m_path));
+    m_warnings.warn(reasonOfLoss().arg(m_path));
     // A card that is lost while it is prepared was not announced, and tryAgain() repeats itself.
     if (!m_isServing.exchange(false))
         return;

@@ -140,6 +140,7 @@ private:
     void readReported();
     Facts facts() const;
     bool wasReset() const;
+    QString reasonOfLoss() const;
     void lose();
     void announce();
     void post(std::initializer_list<std::int32_t> events);

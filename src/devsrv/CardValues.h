@@ -29,8 +29,8 @@ inline bool isArea(const std::string &number)
     return area != 0 && area != 0xFFFE;
 }
 
-/// Both versions, if there is one: most cards tell that of the firmware only, which a failure would
-/// lose.
+/// Both versions. Returns nothing only if both are missing, since many cards tell the firmware's
+/// alone.
 inline std::optional<Versions> versionsFrom(const std::optional<std::string> &firmware,
                                             const std::optional<std::string> &hardware)
 {
@@ -39,7 +39,7 @@ inline std::optional<Versions> versionsFrom(const std::optional<std::string> &fi
     return Versions{firmware.value_or(std::string()), hardware.value_or(std::string())};
 }
 
-/// A card's own numbers. They are listed without their indexes in the phonebook, and count from 1.
+/// A card's own numbers. The phonebook's indexes are not known, so the numbers count from 1.
 using OwnNumbers = std::optional<std::vector<std::string>>;
 
 inline std::optional<NumberMemory> numberMemoryOf(const OwnNumbers &numbers)

@@ -51,7 +51,7 @@ std::optional<ModemFile> ModemFile::read(const QString &file, QString &error)
             if (section != kCommands && section != kPatterns)
                 wrong = QStringLiteral("the sections are [Commands] and [Patterns]");
         } else if (equals < 0) {
-            wrong = QStringLiteral("a line is NAME=VALUE, a [SECTION], or a comment behind #");
+            wrong = QStringLiteral("a line is NAME=VALUE, a [SECTION], or a comment after #");
         } else {
             const QString name = line.left(equals).trimmed();
             wrong = result.addLine(section, name, line.mid(equals + 1).trimmed());

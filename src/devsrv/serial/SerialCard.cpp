@@ -237,8 +237,8 @@ std::vector<BackendDevice> listSerialCards(std::string &error)
     if (devices.empty())
         error = "this machine has no serial port; plug the card in";
     if (!untried.isEmpty()) {
-        error = "these ports were not tried, for lack of time; name one, serial:PORT: "
-            + untried.join(QStringLiteral(", ")).toStdString();
+        error = "there was no time to try these ports: "
+            + untried.join(QStringLiteral(", ")).toStdString() + "; choose one with serial:PORT";
     }
     return devices;
 }

@@ -84,14 +84,18 @@ private:
 
     bool hasSamples(const QString &file, const QStringList &parts) const
     {
-        return QTest::qWaitFor(
+        QString samples;
+        const bool found = QTest::qWaitFor(
             [&] {
                 const QByteArray text = readFile(path(file));
-                const QString samples = text.isEmpty() ? QString() : samplesOf(text);
+                samples = text.isEmpty() ? QString() : samplesOf(text);
                 return std::all_of(parts.begin(), parts.end(),
                                    [&](const QString &part) { return samples.contains(part); });
             },
             15'000);
+        if (!found)
+            qWarning().noquote() << "the samples are" << samples;
+        return found;
     }
 
 private Q_SLOTS:

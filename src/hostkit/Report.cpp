@@ -94,7 +94,9 @@ Obstacle obstacle(const QString &file)
                     .arg(info.path(), qt_error_string())};
     }
     constexpr qint64 kSmall = 65'536;
-    if (QStorageInfo(info.path()).bytesAvailable() < kSmall) {
+    // In a bare chroot no disk may be found.
+    const QStorageInfo disk(info.path());
+    if (disk.isValid() && disk.bytesAvailable() < kSmall) {
         return {"disk-full",
                 QStringLiteral("the disk that holds %1 is full; make room").arg(info.path())};
     }

@@ -39,9 +39,9 @@ constexpr const char *kProblems[] = {
     QT_TRANSLATE_NOOP("MainWindow", "Loading failed: %1"),
     QT_TRANSLATE_NOOP("MainWindow", "No report was written: %1"),
     QT_TRANSLATE_NOOP("MainWindow", "The card cannot be used: %1"),
-    QT_TRANSLATE_NOOP("MainWindow",
-                      "The card is gone or no longer answers; insert it again, or choose another "
-                      "one on the page Cards."),
+    QT_TRANSLATE_NOOP(
+        "MainWindow",
+        "The card is gone or no longer answers; insert it, or choose one on the page Cards."),
     QT_TRANSLATE_NOOP("MainWindow", "The plug-in refused the language; choose another one."),
 };
 static_assert(std::size(kProblems) == static_cast<std::size_t>(Problem::Count));

@@ -283,7 +283,7 @@
 <context>
     <name>MainWindow</name>
     <message>
-        <source>The card is gone or no longer answers; insert it again, or choose another one on the page Cards.</source>
+        <source>The card is gone or no longer answers; insert it, or choose one on the page Cards.</source>
         <translation>Die Karte ist entfernt oder antwortet nicht mehr; legen Sie sie wieder ein oder wählen Sie eine andere auf der Seite Karten.</translation>
     </message>
     <message>

@@ -5,6 +5,7 @@
 #include "LogTap.h"
 #include "MainWindow.h"
 
+#include <QApplication>
 #include <QDirIterator>
 #include <QSignalSpy>
 #include <QTabWidget>
@@ -18,6 +19,17 @@ inline void beLoadCheck(int argc, char **argv)
         return;
     const QCoreApplication application(argc, argv);
     runLoadCheck(QCoreApplication::arguments().mid(2));
+}
+
+/// Runs the functions of a test class that has windows, or is the child process.
+template <typename Test>
+int runWindowTest(int argc, char **argv)
+{
+    beLoadCheck(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    Test test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 /// The window with the built plug-in, in a system root of its own.

@@ -449,11 +449,7 @@ private Q_SLOTS:
 
 int main(int argc, char **argv)
 {
-    beLoadCheck(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    tst_Dashboard test;
-    return QTest::qExec(&test, argc, argv);
+    return runWindowTest<tst_Dashboard>(argc, argv);
 }
 
 #include "tst_dashboard.moc"

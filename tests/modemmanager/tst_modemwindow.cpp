@@ -106,11 +106,7 @@ private Q_SLOTS:
 
 int main(int argc, char **argv)
 {
-    beLoadCheck(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    tst_ModemWindow test;
-    return QTest::qExec(&test, argc, argv);
+    return runWindowTest<tst_ModemWindow>(argc, argv);
 }
 
 #include "tst_modemwindow.moc"

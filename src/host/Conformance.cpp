@@ -28,7 +28,7 @@ using Mark = ConformanceResult::Mark;
 
 constexpr int kLongestCallMs = 5'000;
 
-// What a row has beside the calls that may take that long, to load the library for example.
+// The time of a row besides its calls, for example to load the library.
 constexpr int kOtherTimeMs = 20'000;
 
 constexpr int kThreads = 8;

@@ -210,7 +210,8 @@ bool SerialModem::openPort(QString &error)
 }
 
 // Makes a card that answers ready for queries, and finds out what it reports by itself. Returns
-// false if the card is lost meanwhile, or, with one sentence in `error`, answers nothing but "AT".
+// false if the card is lost meanwhile. Also returns false, with one sentence in `error`, if the
+// card answers no command except "AT".
 bool SerialModem::prepare(QString &error)
 {
     m_isReady = true;

@@ -17,8 +17,12 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <cstdlib>
 #include <memory>
 #include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
 
 const QString kService = "org.freedesktop.ModemManager1";
 const QString kPath = "/org/freedesktop/ModemManager1";
@@ -238,7 +242,15 @@ public:
     QDBusConnection connection{"none"};
     Authority authority;
 
-    TestBed() { startBus(); }
+    TestBed()
+    {
+        // CTest calls the test skipped.
+        if (!getpwuid(geteuid())) {
+            qInfo("Skipped: a message bus accepts no user whose number has no name");
+            std::exit(77);
+        }
+        startBus();
+    }
 
     /// Starts the bus, and the authority on it. Each bus of a process has the same address: D-Bus
     /// reads it once.

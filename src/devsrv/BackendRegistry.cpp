@@ -81,7 +81,7 @@ const BackendEntry *findBackend(std::string_view name)
 }
 
 Backend makeBackend(const std::string &choice, EventSink raise, std::string &error,
-                    const std::function<void()> &freeDevices)
+                    const FreeDevices &freeDevices)
 {
     const std::string name = choice.substr(0, choice.find_first_of(":?"));
     if (const BackendEntry *const named = findBackend(name)) {
@@ -103,11 +103,9 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
             error = name + ": " + error;
             return {};
         }
-        if (named->list && freeDevices)
-            freeDevices();
-        return named->make(parts.argument, *options, std::move(raise), error);
+        return named->make(parts.argument, *options, std::move(raise), error, freeDevices);
     }
-    Backend backend = kEntries[0].make(choice, {}, std::move(raise), error);
+    Backend backend = kEntries[0].make(choice, {}, std::move(raise), error, freeDevices);
     if (!backend.card)
         error += "; the backends are " + builtBackends();
     return backend;
@@ -116,7 +114,7 @@ Backend makeBackend(const std::string &choice, EventSink raise, std::string &err
 Backend makeDefaultBackend(EventSink raise)
 {
     std::string error;
-    return kEntries[0].make({}, {}, std::move(raise), error);
+    return kEntries[0].make({}, {}, std::move(raise), error, [] {});
 }
 
 } // namespace devsrv

@@ -26,9 +26,13 @@ struct Backend
 /// The text after the colon of "NAME:ARGUMENT?OPTIONS"; none for "NAME" and "NAME?OPTIONS".
 using BackendArgument = std::optional<std::string>;
 
-/// Makes a backend. Returns no backend and one sentence in `error` if it cannot run.
+/// Makes the active backend release its device.
+using FreeDevices = std::function<void()>;
+
+/// Makes a backend. Returns no backend and one sentence in `error` if it cannot run. Calls
+/// `freeDevices` before it looks for its device, when nothing is wrong with argument and options.
 using BackendFactory = Backend(const BackendArgument &argument, const BackendOptions &options,
-                               EventSink raise, std::string &error);
+                               EventSink raise, std::string &error, const FreeDevices &freeDevices);
 
 /// A device that a backend can use.
 struct BackendDevice
@@ -59,10 +63,10 @@ const BackendEntry *findBackend(std::string_view name);
 
 /// Makes the backend that `choice` names: "NAME" or "NAME:ARGUMENT", followed by "?OPTIONS" or not,
 /// or an argument of the default backend alone. Returns no backend and one sentence in `error` if
-/// there is no such backend or it cannot run. Calls `freeDevices` before a backend looks for its
-/// device.
-Backend makeBackend(const std::string &choice, EventSink raise, std::string &error,
-                    const std::function<void()> &freeDevices = {});
+/// there is no such backend or it cannot run.
+Backend makeBackend(
+    const std::string &choice, EventSink raise, std::string &error,
+    const FreeDevices &freeDevices = [] {});
 
 /// Makes the default backend with its default argument, which never fails.
 Backend makeDefaultBackend(EventSink raise);

@@ -53,7 +53,7 @@ std::int32_t start(const char *choice)
     return shared::guarded(__func__, kFailure, [=] {
         std::string error;
         const bool started = Service::instance().startBackend(
-            [&](EventSink raise, const auto &freeDevices) {
+            [&](EventSink raise, const FreeDevices &freeDevices) {
                 return makeBackend(choice, std::move(raise), error, freeDevices);
             });
         return started ? kSuccess : fail(QString::fromStdString(error));

@@ -53,7 +53,7 @@ Service::BackendUse Service::backend()
 bool Service::startBackend(const MakeBackend &make)
 {
     std::shared_ptr<CardBackend> released;
-    const auto freeDevices = [&] {
+    const FreeDevices freeDevices = [&] {
         {
             const std::lock_guard lock(m_mutex);
             if (m_active)

@@ -54,8 +54,7 @@ public:
 
     /// Makes a backend that raises its events with the sink that it is given. Where it may need the
     /// device of the active backend, it calls `freeDevices` first.
-    using MakeBackend = std::function<Backend(EventSink raise,
-                                              const std::function<void()> &freeDevices)>;
+    using MakeBackend = std::function<Backend(EventSink raise, const FreeDevices &freeDevices)>;
 
     /// Makes a backend the active one and ends the one before it, after its last user and the event
     /// that is being delivered have returned. Returns false if `make` returns a backend without a

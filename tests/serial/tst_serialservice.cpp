@@ -61,7 +61,9 @@ private Q_SLOTS:
         QVERIFY(start("serial:/dev/null") != 0);
         QCOMPARE(model(), "FR210");
         modem.takeJournal();
-        for (const char *wrong : {"serail", "emulated:nosuch", "serial:/dev/null?speed=1", ""})
+        for (const char *wrong :
+             {"serail", "emulated:nosuch", "serial:/dev/null?speed=1", "serial?baud=fast",
+              "serial?modem=/none", "modemmanager?at-timeout=0", ""})
             QVERIFY2(control.start(wrong) != 0, wrong);
         QVERIFY(control.start(nullptr) != 0);
         QCOMPARE(modem.takeJournal(), {});

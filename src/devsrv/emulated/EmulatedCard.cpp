@@ -282,7 +282,7 @@ void EmulatedCard::finish(PendingAnswer answer)
 }
 
 Backend makeEmulatedCard(const BackendArgument &argument, const BackendOptions &, EventSink raise,
-                         std::string &error)
+                         std::string &error, const FreeDevices &)
 {
     const QString card = QString::fromStdString(argument.value_or("lte"));
     QString why;

@@ -282,7 +282,7 @@ bool ModemManagerCard::execute(const std::string &command, const AnswerSink &ans
 }
 
 Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptions &options,
-                             EventSink raise, std::string &error)
+                             EventSink raise, std::string &error, const FreeDevices &freeDevices)
 {
     if (argument == "") {
         error = "\"modemmanager:\" does not say which modem; write modemmanager:IMEI, or "
@@ -295,6 +295,7 @@ Backend makeModemManagerCard(const BackendArgument &argument, const BackendOptio
         : std::nullopt;
     if (!commandTime)
         return {};
+    freeDevices();
     const ModemChoice choice(QString::fromStdString(argument.value_or("any")));
     auto card = std::make_shared<ModemManagerCard>(
         ModemManagerCard::Settings{{choice, *enable}, std::chrono::seconds(*commandTime)},

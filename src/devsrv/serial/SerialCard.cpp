@@ -204,11 +204,12 @@ std::optional<SerialSettings> settingsOf(const BackendArgument &argument,
 } // namespace
 
 Backend makeSerialCard(const BackendArgument &argument, const BackendOptions &options,
-                       EventSink raise, std::string &error)
+                       EventSink raise, std::string &error, const FreeDevices &freeDevices)
 {
     auto settings = settingsOf(argument, options, error);
     if (!settings)
         return {};
+    freeDevices();
     auto card = std::make_shared<SerialCard>(std::move(*settings), std::move(raise));
     if (card->startError().isEmpty())
         return {std::move(card), nullptr};

@@ -4,6 +4,7 @@
 
 #include "HostProcess.h"
 #include "PtyModem.h"
+#include "Schema.h"
 
 #include "BackendRegistry.h"
 #include "serial/PortFinder.h"
@@ -159,6 +160,7 @@ private Q_SLOTS:
         CardHost host({"report", "--json"}, modem.card());
         QVERIFY(host.ends());
         const auto values = host.values();
+        QVERIFY(isValidReport(readFile(host.file)));
         int compared = 0;
         for (const QString &line : QString(readFile(VALUES)).split('\n')) {
             if (line.section(": ", 0, 0) != kinds)
@@ -519,6 +521,7 @@ private Q_SLOTS:
         const QByteArrayList journal = modem.takeJournal();
         QCOMPARE(journal.contains("AT+CREG=2"), !events.isEmpty());
         QCOMPARE(journal.contains("AT+CPIN?"), !events.isEmpty());
+        QCOMPARE(journal.contains("AT+CMEE=1"), !events.isEmpty());
     }
 
     void sendsMessages_data() { addRows("serial-sms.txt"); }

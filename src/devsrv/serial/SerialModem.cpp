@@ -262,6 +262,7 @@ void SerialModem::doubtAnswers()
         m_channel.set("ATE0");
         m_channel.takeEcho();
     }
+    set("AT+CMEE=1");
     m_kept.clear();
     readSim();
     for (Source &source : m_sources) {

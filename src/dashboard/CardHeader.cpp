@@ -2,6 +2,7 @@
 #include "CardHeader.h"
 
 #include "VisibleText.h"
+#include "shared/RegistrationState.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -9,31 +10,32 @@
 
 namespace {
 
-// By the number of the registration.
-constexpr const char *kRegistrations[] = {
+// By shared::RegistrationState.
+constexpr const char *kRegistrations[shared::kRegistrationStates] = {
     QT_TRANSLATE_NOOP("CardHeader", "not registered"),
     QT_TRANSLATE_NOOP("CardHeader", "registered at home"),
     QT_TRANSLATE_NOOP("CardHeader", "searching for a network"),
     QT_TRANSLATE_NOOP("CardHeader", "registration denied"),
     QT_TRANSLATE_NOOP("CardHeader", "registration unknown"),
     QT_TRANSLATE_NOOP("CardHeader", "registered, roaming"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered at home, messages only"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered, roaming, messages only"),
+    QT_TRANSLATE_NOOP("CardHeader", "emergency calls only"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered at home, data without calls"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered, roaming, data without calls"),
 };
-constexpr int kUnknown = 4;
-
-bool isRegistered(int state)
-{
-    return state == 1 || state == 5;
-}
 
 // That of the domain in which the card is registered, if it is in one.
 int registrationOf(const CardFields &fields)
 {
-    int found = kUnknown;
+    int found = shared::kRegistrationUnknown;
     for (const char *field : {"CS/State", "PS/State"}) {
         bool known = false;
         const int state = valueOf(fields, QLatin1String(field)).toInt(&known);
-        if (known && state >= 0 && state < int(std::size(kRegistrations)) && !isRegistered(found))
+        if (known && state >= 0 && state < shared::kRegistrationStates
+            && !shared::isRegistered(found)) {
             found = state;
+        }
     }
     return found;
 }
@@ -141,9 +143,9 @@ void CardHeader::show(const CardFacts &facts, const QString &technology)
         m_state->setText(tr("Insert a card, or choose one on the page Cards."));
         return;
     }
-    m_picture->setState(locked                           ? CardPicture::State::Locked
-                            : isRegistered(registration) ? CardPicture::State::Registered
-                                                         : CardPicture::State::Searching);
+    m_picture->setState(locked                                   ? CardPicture::State::Locked
+                            : shared::isRegistered(registration) ? CardPicture::State::Registered
+                                                                 : CardPicture::State::Searching);
     const QString model = field("Identity/Model");
     m_model->setText(model.isEmpty() ? tr("A card without a model") : model);
     QStringList words;

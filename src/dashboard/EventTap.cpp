@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "EventTap.h"
 
-#include "DeviceServiceFunctions.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <utility>
 
@@ -29,24 +29,25 @@ int afterEvent(int, void *)
 EventTap::EventTap(const DeviceServiceLibrary &library, Heard heard) : m_library(library)
 {
     s_heard = std::move(heard);
-    callBoth(&EventChannel::registration, onEvent);
+    callBoth(&shared::EventChannel::registration, onEvent);
 }
 
 void EventTap::followPlugin() const
 {
-    callBoth(&EventChannel::registration, afterEvent);
+    callBoth(&shared::EventChannel::registration, afterEvent);
 }
 
 EventTap::~EventTap()
 {
     for (const ZEPA_DevEventCallback callback : {onEvent, afterEvent})
-        callBoth(&EventChannel::withdrawal, callback);
+        callBoth(&shared::EventChannel::withdrawal, callback);
 }
 
-void EventTap::callBoth(const char *EventChannel::*function, ZEPA_DevEventCallback callback) const
+void EventTap::callBoth(const char *shared::EventChannel::*function,
+                        ZEPA_DevEventCallback callback) const
 {
     if (!m_library.control())
         return;
-    for (const EventChannel &channel : kEventChannels)
+    for (const auto &channel : shared::kEventChannels)
         m_library.call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>(channel.*function, callback);
 }

@@ -5,7 +5,9 @@
 
 #include <functional>
 
+namespace shared {
 struct EventChannel;
+}
 
 /// Hears the device events together with the plug-in: one callback runs before that of the plug-in
 /// and one after it.
@@ -32,7 +34,8 @@ public:
     EventTap &operator=(const EventTap &) = delete;
 
 private:
-    void callBoth(const char *EventChannel::*function, ZEPA_DevEventCallback callback) const;
+    void callBoth(const char *shared::EventChannel::*function,
+                  ZEPA_DevEventCallback callback) const;
 
     const DeviceServiceLibrary &m_library;
 };

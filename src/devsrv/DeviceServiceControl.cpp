@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "devsrv/DeviceServiceControl.h"
 
-#include "FunctionNames.h"
 #include "Service.h"
 #include "emulated/EmulatedCard.h"
 #include "serial/ModemFields.h"
+#include "shared/DeviceServiceFunctions.h"
 #include "shared/Guard.h"
 
 #include <span>
@@ -79,7 +79,7 @@ std::int32_t callbackCount()
 template <typename List>
 auto *at(const List &list, std::int32_t index)
 {
-    const bool inside = index >= 0 && index < static_cast<std::int32_t>(list.size());
+    const bool inside = index >= 0 && index < static_cast<std::int32_t>(std::size(list));
     return inside ? &list[static_cast<std::size_t>(index)] : nullptr;
 }
 
@@ -206,7 +206,7 @@ std::int32_t raiseEvent(std::int32_t event)
 std::int32_t setFault(const char *function, const DevSrvFault *fault)
 {
     return onCard([=](EmulatedCard &card) {
-        if (!isFunctionName(function)) {
+        if (!shared::isDeviceServiceFunction(function)) {
             return fail(QStringLiteral("the device service has no function \"%1\"")
                             .arg(QLatin1String(function)));
         }
@@ -243,8 +243,8 @@ void clearJournal()
 
 const char *functionName(std::int32_t index)
 {
-    const std::string_view *const name = at(kFunctionNames, index);
-    return name ? name->data() : nullptr;
+    const auto *const function = at(shared::kDeviceServiceFunctions, index);
+    return function ? function->name : nullptr;
 }
 
 constexpr DeviceServiceControl kControl = {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Conformance.h"
 
-#include "DeviceServiceFunctions.h"
 #include "DeviceServiceLibrary.h"
 #include "Failure.h"
 #include "Trial.h"
 #include "devsrv/DeviceService.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -336,14 +336,14 @@ std::int32_t pass(const Functions &functions, const char *name)
     return functions.call(name, callback);
 }
 
-struct Channel : EventChannel
+struct Channel : shared::EventChannel
 {
     std::int32_t (*call)(const Functions &functions, const char *name);
 };
 
 constexpr Channel kChannels[] = {
-    {kEventChannels[0], pass<ZEPA_DevEventCallback, ignoreEvent>},
-    {kEventChannels[1], pass<ZEPA_DevEventCallback, ignoreEvent>},
+    {shared::kEventChannels[0], pass<ZEPA_DevEventCallback, ignoreEvent>},
+    {shared::kEventChannels[1], pass<ZEPA_DevEventCallback, ignoreEvent>},
     {{"AT channel", "ZEPA_RegDataRevCallBack", "ZEPA_UnRegDataRevCallBack"},
      pass<ZEPA_DataRevCallback, ignoreAnswer>},
 };

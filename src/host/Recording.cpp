@@ -2,6 +2,7 @@
 #include "Recording.h"
 
 #include "Failure.h"
+#include "Json.h"
 #include "Output.h"
 #include "RegularFile.h"
 
@@ -17,14 +18,6 @@ namespace {
 constexpr QLatin1String kFormat("kestrun-recording");
 constexpr QLatin1String kEnd("end");
 constexpr int kVersion = 1;
-
-QJsonObject toJson(const NamedValues &values)
-{
-    QJsonObject object;
-    for (const auto &[name, value] : values)
-        object.insert(name, value);
-    return object;
-}
 
 /// Reads the lines of a recording one after the other.
 class Reader

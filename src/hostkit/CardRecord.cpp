@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CardRecord.h"
 
-#include "DeviceServiceFunctions.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QElapsedTimer>
 #include <QMutex>
@@ -130,7 +130,7 @@ private:
     void tryChannels()
     {
         const ZEPA_DevEventCallback callback = [](int, void *) { return 0; };
-        for (const EventChannel &channel : kEventChannels) {
+        for (const auto &channel : shared::kEventChannels) {
             if (call(channel.registration, callback))
                 call(channel.withdrawal, callback);
         }

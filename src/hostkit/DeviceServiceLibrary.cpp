@@ -2,11 +2,11 @@
 #include "DeviceServiceLibrary.h"
 
 #include "CallTrace.h"
-#include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
 #include "Failure.h"
 #include "Suggestion.h"
 #include "VisibleText.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QFileInfo>
 
@@ -46,7 +46,7 @@ DeviceServiceLibrary::DeviceServiceLibrary(const QString &file, CallTrace *trace
 QString DeviceServiceLibrary::loadedFile() const
 {
     Dl_info info;
-    const QFunctionPointer function = m_functions.value(kDeviceServiceFunctions[0].name);
+    const QFunctionPointer function = m_functions.value(shared::kDeviceServiceFunctions[0].name);
     if (QFileInfo(m_file).isAbsolute() || !dladdr(reinterpret_cast<void *>(function), &info))
         return m_file;
     return QFileInfo(QFile::decodeName(info.dli_fname)).absoluteFilePath();
@@ -66,7 +66,7 @@ void DeviceServiceLibrary::requireSoname() const
 void DeviceServiceLibrary::resolveFunctions(QLibrary &library)
 {
     QStringList missing;
-    for (const DeviceServiceFunction &function : kDeviceServiceFunctions) {
+    for (const auto &function : shared::kDeviceServiceFunctions) {
         m_functions[function.name] = library.resolve(function.name);
         if (!m_functions[function.name])
             missing << QLatin1String(function.name);

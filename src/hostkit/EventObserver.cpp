@@ -2,8 +2,8 @@
 #include "EventObserver.h"
 
 #include "Dashboard.h"
-#include "DeviceServiceFunctions.h"
 #include "RegularFile.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QDeadlineTimer>
 
@@ -143,7 +143,7 @@ void EventObserver::endStart()
 // A card maker's library may refuse; there are no events then.
 void EventObserver::registerFor(ZEPA_DevEventCallback callback)
 {
-    for (const EventChannel &channel : kEventChannels) {
+    for (const auto &channel : shared::kEventChannels) {
         m_dashboard.deviceService().call<decltype(ZEPA_DevSrv_RegisterDevMgrCallback)>(
             channel.registration, callback);
     }
@@ -151,7 +151,7 @@ void EventObserver::registerFor(ZEPA_DevEventCallback callback)
 
 void EventObserver::withdraw(ZEPA_DevEventCallback callback)
 {
-    for (const EventChannel &channel : kEventChannels) {
+    for (const auto &channel : shared::kEventChannels) {
         m_dashboard.deviceService().call<decltype(ZEPA_DevSrv_UnRegisterDevMgrCallback)>(
             channel.withdrawal, callback);
     }

@@ -2,6 +2,7 @@
 #include "Explanation.h"
 
 #include "devsrv/DeviceService.h"
+#include "shared/RegistrationState.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -221,12 +222,9 @@ Verdict registered(bool isCell, const Element &element, const QString &value,
         return {};
     const QString state = valueOf(query.last->values,
                                   lte ? QStringLiteral("PS/State") : QStringLiteral("CS/State"));
-    // Registered, at home or roaming: for everything, for messages only, or with calls limited.
-    constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
-    const bool onNetwork = std::count(std::begin(kRegistered), std::end(kRegistered), state.toInt())
-        > 0;
-    return onNetwork ? Verdict{kUnsupported, QStringLiteral("no-value")}
-                     : Verdict{kEmptyByRule, QStringLiteral("not-registered")};
+    return shared::isRegistered(state.toInt())
+        ? Verdict{kUnsupported, QStringLiteral("no-value")}
+        : Verdict{kEmptyByRule, QStringLiteral("not-registered")};
 }
 
 Verdict area(const Element &element, const QString &value, const Evidence &evidence)

@@ -28,6 +28,26 @@
         <translation>eingebucht, Roaming</translation>
     </message>
     <message>
+        <source>registered at home, messages only</source>
+        <translation>im Heimnetz eingebucht, nur Nachrichten</translation>
+    </message>
+    <message>
+        <source>registered, roaming, messages only</source>
+        <translation>eingebucht, Roaming, nur Nachrichten</translation>
+    </message>
+    <message>
+        <source>emergency calls only</source>
+        <translation>nur Notrufe</translation>
+    </message>
+    <message>
+        <source>registered at home, data without calls</source>
+        <translation>im Heimnetz eingebucht, Daten ohne Anrufe</translation>
+    </message>
+    <message>
+        <source>registered, roaming, data without calls</source>
+        <translation>eingebucht, Roaming, Daten ohne Anrufe</translation>
+    </message>
+    <message>
         <source>No card</source>
         <translation>Keine Karte</translation>
     </message>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CardDescription.h"
 
-#include "FunctionNames.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QFileInfo>
 #include <QSettings>
@@ -143,7 +143,7 @@ QString setFree(CardDescription &card, const QString &section, const QString &na
     if (section == QLatin1String("Refused"))
         return toFlag(value, card.refused[name.toStdString()]);
     const std::string function = name.toStdString();
-    if (!isFunctionName(function))
+    if (!shared::isDeviceServiceFunction(function))
         return QStringLiteral("the device service has no function of that name");
     if (section == QLatin1String("Results"))
         return toNumber(value, kMinimum, kMaximum, card.results[function]);

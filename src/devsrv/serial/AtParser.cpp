@@ -3,6 +3,7 @@
 
 #include "CardValues.h"
 #include "LineReader.h"
+#include "shared/RegistrationState.h"
 
 #include <algorithm>
 #include <array>
@@ -136,17 +137,7 @@ constexpr Technology kTechnologies[] = {
 };
 constexpr int kLastTechnology = 13;
 
-// The states of +CREG with a network: at home or roaming, for messages alone, and without the
-// fallback to circuit-switched calls.
-enum RegistrationState {
-    kHome = 1,
-    kRoaming = 5,
-    kHomeForSms = 6,
-    kRoamingForSms = 7,
-    kHomeWithoutFallback = 9,
-    kRoamingWithoutFallback = 10,
-};
-constexpr int kLastRegistrationState = kRoamingWithoutFallback;
+constexpr int kLastRegistrationState = shared::kRegistrationStates - 1;
 constexpr int kLastReportMode = 5;
 
 bool isDigit(char c)
@@ -491,21 +482,6 @@ std::optional<RegistrationLine> registrationLine(std::string_view line, bool ask
     if (fields.size() > 3 && !fields[3].isQuoted)
         registration.act = smallNumber(fields[3], kLastTechnology);
     return registration;
-}
-
-bool isRegistered(int state)
-{
-    switch (state) {
-    case kHome:
-    case kRoaming:
-    case kHomeForSms:
-    case kRoamingForSms:
-    case kHomeWithoutFallback:
-    case kRoamingWithoutFallback:
-        return true;
-    default:
-        return false;
-    }
 }
 
 std::optional<Operator> operatorOf(const Lines &lines)

@@ -102,9 +102,6 @@ struct RegistrationLine
 /// line has none; `asked` decides where a line can be read in both ways.
 std::optional<RegistrationLine> registrationLine(std::string_view line, bool asked);
 
-/// Whether a registration state has a network.
-bool isRegistered(int state);
-
 /// The answer to +COPS?.
 struct Operator
 {

@@ -5,6 +5,7 @@
 #include "PortFinder.h"
 #include "SimLock.h"
 #include "TpduCoder.h"
+#include "shared/RegistrationState.h"
 
 #include <QtCore/QDebug>
 #include <QtCore/QRandomGenerator>
@@ -344,7 +345,7 @@ void SerialModem::waitForNetwork()
     while (m_isReady && !m_searchEnd.hasExpired()) {
         readSim();
         const auto registration = isSimUsable() ? bestRegistration() : std::nullopt;
-        if (registration && isRegistered(registration->state))
+        if (registration && shared::isRegistered(registration->state))
             return;
         for (Source &source : m_sources)
             source.current.reset();
@@ -442,7 +443,8 @@ void SerialModem::noteLine(const std::string &line)
     if (registration == source->current)
         return;
     // Some cards leave the location out, which then has to be asked for.
-    const bool lacksLocation = isRegistered(registration->state) && registration->lac.empty();
+    const bool lacksLocation = shared::isRegistered(registration->state)
+        && registration->lac.empty();
     source->current = lacksLocation ? std::nullopt : registration;
     forget(Lifetime::Network);
     noteChange();
@@ -638,9 +640,9 @@ std::optional<RegistrationLine> SerialModem::bestRegistration()
     std::optional<RegistrationLine> best;
     for (Source &source : m_sources) {
         auto registration = registrationOf(source);
-        if (registration && isRegistered(registration->state) && !registration->lac.empty())
+        if (registration && shared::isRegistered(registration->state) && !registration->lac.empty())
             return registration;
-        if (!best || (registration && isRegistered(registration->state)))
+        if (!best || (registration && shared::isRegistered(registration->state)))
             best = registration;
     }
     return best;
@@ -681,7 +683,7 @@ std::optional<Operator> SerialModem::currentOperator()
         return std::nullopt;
     // Cards may keep the operator that they have lost.
     const auto place = bestRegistration();
-    if (place && !isRegistered(place->state))
+    if (place && !shared::isRegistered(place->state))
         return std::nullopt;
     auto found = askOperator();
     if (!found || found->format.value_or(kDigitsFormat) == kDigitsFormat)
@@ -708,7 +710,7 @@ std::optional<SystemInfo> SerialModem::systemInfo()
     auto technology = currentOperator().value_or(Operator()).act;
     for (Source &source : m_sources) {
         const auto registration = technology ? std::nullopt : registrationOf(source);
-        if (registration && isRegistered(registration->state))
+        if (registration && shared::isRegistered(registration->state))
             technology = registration->act;
     }
     return technology ? systemOfTechnology(*technology) : std::nullopt;

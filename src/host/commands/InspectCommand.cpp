@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "DeviceServiceFunctions.h"
 #include "ElfFile.h"
 #include "LoadCheck.h"
 #include "Output.h"
 #include "ReportCheck.h"
 #include "VisibleText.h"
 #include "plugin/PluginEntry.h"
+#include "shared/DeviceServiceFunctions.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -183,7 +183,7 @@ void inspectFunctions(Findings &findings, const LibraryFacts &facts)
 {
     QStringList known;
     QStringList missing;
-    for (const DeviceServiceFunction &function : kDeviceServiceFunctions) {
+    for (const auto &function : shared::kDeviceServiceFunctions) {
         known << QLatin1String(function.name);
         if (facts.exports.contains(known.constLast()))
             continue;

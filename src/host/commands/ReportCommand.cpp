@@ -15,14 +15,6 @@
 
 namespace {
 
-QJsonObject toJson(const ReportValues &values)
-{
-    QJsonObject object;
-    for (const auto &[path, value] : values)
-        object.insert(path, value);
-    return object;
-}
-
 QString fieldOf(const ReportValues &values, const QString &field)
 {
     QStringList fields;

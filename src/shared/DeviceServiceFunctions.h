@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+namespace shared {
+
 /// A function of DeviceService.h, and what a host loses if it fails.
 struct DeviceServiceFunction
 {
@@ -41,6 +47,14 @@ inline constexpr DeviceServiceFunction kDeviceServiceFunctions[] = {
     {"ZEPA_EndExuceATCmd", "the SMS trigger"},
 };
 
+/// Whether DeviceService.h has a function of that name.
+inline bool isDeviceServiceFunction(std::string_view name)
+{
+    return std::any_of(
+        std::begin(kDeviceServiceFunctions), std::end(kDeviceServiceFunctions),
+        [=](const DeviceServiceFunction &function) { return name == function.name; });
+}
+
 /// The functions of a channel by which a device service tells events.
 struct EventChannel
 {
@@ -55,3 +69,5 @@ inline constexpr EventChannel kEventChannels[] = {
     {"init-event channel", "ZEPA_DevSrv_RegisterDevInitEventCallback",
      "ZEPA_DevSrv_UnRegisterDevInitEventCallback"},
 };
+
+} // namespace shared

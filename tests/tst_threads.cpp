@@ -156,7 +156,7 @@ private Q_SLOTS:
     {
         runOnThreads(8, [](int number) {
             std::mt19937 random(static_cast<unsigned>(number));
-            for (int step = 0; step < 5'000; ++step) {
+            for (int step = 0; step < repeats(5'000); ++step) {
                 const bool first = random() % 2;
                 const ZEPA_DevEventCallback callback = first ? withdrawBoth : withdrawEverything;
                 switch (random() % 5) {
@@ -192,7 +192,7 @@ private Q_SLOTS:
             while (!stop.stop_requested())
                 CDataCardInfo::RecDataFunc(piece, sizeof piece - 1);
         });
-        for (int exchange = 0; exchange < 100'000; ++exchange) {
+        for (int exchange = 0; exchange < repeats(100'000); ++exchange) {
             collector.GetSmsTrigger(record);
             wrong += record.strSmsTrigger != "1";
         }

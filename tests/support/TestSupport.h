@@ -28,6 +28,17 @@ private:
     QString m_workingDirectory;
 };
 
+/// Returns how often something that depends on chance is repeated. Sanitizers see the same code in
+/// each repetition, and take long.
+constexpr int repeats(int times)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return times / 10;
+#else
+    return times;
+#endif
+}
+
 /// Captures the log while the object lives. Times are replaced by "T", and warnings begin with
 /// "W ". Thread-safe.
 class LogCapture

@@ -11,8 +11,7 @@ function(modemmanager_test name program)
     set_tests_properties(${name} PROPERTIES TIMEOUT 120 ENVIRONMENT "LC_ALL=C.UTF-8")
 endfunction()
 
-add_executable(tst_modemmanagermapping tst_modemmanagermapping.cpp)
-target_link_libraries(tst_modemmanagermapping PRIVATE testdata sdkModules)
+kestrun_test_program(modemmanager/tst_modemmanagermapping.cpp sdkModules)
 modemmanager_test(modemmanagermapping tst_modemmanagermapping)
 
 find_program(DBUS_DAEMON dbus-daemon)
@@ -23,27 +22,28 @@ if(NOT DBUS_DAEMON OR NOT MODEM_MANAGER OR NOT MMCLI)
     return()
 endif()
 
-# modem_bed_program(PROGRAM [LIBRARY...]): builds a test program that starts a message bus.
-function(modem_bed_program program)
-    add_executable(${program} ${program}.cpp)
-    target_link_libraries(${program} PRIVATE testdata Qt6::DBus Qt6::Network ${ARGN})
+# modem_bed_program(SOURCE [LIBRARY...]): builds a test program that starts a message bus.
+function(modem_bed_program source)
+    kestrun_test_program(${source} Qt6::DBus Qt6::Network ${ARGN})
+    cmake_path(GET source STEM program)
     target_compile_definitions(${program} PRIVATE
         DBUS_DAEMON="${DBUS_DAEMON}" MODEM_MANAGER="${MODEM_MANAGER}" MMCLI="${MMCLI}"
         BUS_CONFIGURATION="${PROJECT_SOURCE_DIR}/tests/data/modem-bus.conf"
         HOST="$<TARGET_FILE:kestrun>")
 endfunction()
 
-# modem_bed_test(NAME [LIBRARY...]): builds tst_NAME.cpp, and runs each of its functions as a test.
+# modem_bed_test(NAME [LIBRARY...]): builds tst_NAME.cpp here, and runs each of its functions as a test.
 # Each function starts its own bus and mostly waits, so the functions run in parallel.
 function(modem_bed_test name)
     set(program tst_${name})
-    modem_bed_program(${program} ${ARGN})
-    file(STRINGS ${program}.cpp functions REGEX "^    void [a-zA-Z0-9_]+\\(\\)$")
+    set(source modemmanager/${program}.cpp)
+    modem_bed_program(${source} ${ARGN})
+    file(STRINGS ${source} functions REGEX "^    void [a-zA-Z0-9_]+\\(\\)$")
     list(TRANSFORM functions REPLACE "^    void ([a-zA-Z0-9_]+).*" "\\1")
     list(REMOVE_ITEM functions init cleanup)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${program}.cpp)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
     if(NOT functions)
-        message(FATAL_ERROR "No test function was found in ${program}.cpp")
+        message(FATAL_ERROR "No test function was found in ${source}")
     endif()
     foreach(function ${functions})
         modemmanager_test(${name}_${function} ${program} ${function})
@@ -61,4 +61,6 @@ if(KESTRUN_DASHBOARD)
     modem_bed_test(modemwindow dashboard)
     target_compile_definitions(tst_modemwindow PRIVATE
         PLUGIN_FILE="$<TARGET_FILE:Kestrun>" SDK_FILE="$<TARGET_SONAME_FILE:sdk>")
+    # Qt Test's headers are others for programs with windows.
+    set_target_properties(tst_modemwindow PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
 endif()

@@ -2,9 +2,12 @@
 #include "Metrics.h"
 
 #include "Failure.h"
+#include "shared/RegistrationState.h"
 
 #include <QDateTime>
 #include <QLocale>
+
+#include <algorithm>
 
 namespace {
 
@@ -119,6 +122,16 @@ constexpr Family kFamilies[] = {
                      valueOf(metrics.card, QStringLiteral("CS/State")));
          samples.add("domain", QStringLiteral("ps"),
                      valueOf(metrics.card, QStringLiteral("PS/State")));
+     }},
+    {"kestrun_registered", "gauge", "Whether the card is registered in a network.",
+     [](const Metrics &metrics, Samples &samples) {
+         const QStringList states{valueOf(metrics.card, QStringLiteral("CS/State")),
+                                  valueOf(metrics.card, QStringLiteral("PS/State"))};
+         const auto isRegistered = [](const QString &state) {
+             return shared::isRegistered(state.toInt());
+         };
+         if (!states.join(QString()).isEmpty())
+             samples.add(flag(std::any_of(states.begin(), states.end(), isRegistered)));
      }},
     {"kestrun_access_technology_info", "gauge", "The access technology in the report.",
      [](const Metrics &metrics, Samples &samples) {

@@ -11,7 +11,7 @@
 namespace {
 
 // By shared::RegistrationState.
-constexpr const char *kRegistrations[shared::kRegistrationStates] = {
+constexpr const char *kRegistrations[] = {
     QT_TRANSLATE_NOOP("CardHeader", "not registered"),
     QT_TRANSLATE_NOOP("CardHeader", "registered at home"),
     QT_TRANSLATE_NOOP("CardHeader", "searching for a network"),
@@ -21,21 +21,28 @@ constexpr const char *kRegistrations[shared::kRegistrationStates] = {
     QT_TRANSLATE_NOOP("CardHeader", "registered at home, messages only"),
     QT_TRANSLATE_NOOP("CardHeader", "registered, roaming, messages only"),
     QT_TRANSLATE_NOOP("CardHeader", "emergency calls only"),
-    QT_TRANSLATE_NOOP("CardHeader", "registered at home, data without calls"),
-    QT_TRANSLATE_NOOP("CardHeader", "registered, roaming, data without calls"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered at home, calls not preferred"),
+    QT_TRANSLATE_NOOP("CardHeader", "registered, roaming, calls not preferred"),
 };
+static_assert(std::size(kRegistrations) == shared::kRegistrationStates);
 
-// That of the domain in which the card is registered, if it is in one.
+bool isUnlimited(int state)
+{
+    return state == shared::kHome || state == shared::kRoaming;
+}
+
+// That of the domain in which the card is registered, if it is in one. A card may be registered in
+// one domain for messages, and in the other one for everything.
 int registrationOf(const CardFields &fields)
 {
     int found = shared::kRegistrationUnknown;
     for (const char *field : {"CS/State", "PS/State"}) {
         bool known = false;
         const int state = valueOf(fields, QLatin1String(field)).toInt(&known);
-        if (known && state >= 0 && state < shared::kRegistrationStates
-            && !shared::isRegistered(found)) {
+        if (!known || state < 0 || state >= shared::kRegistrationStates)
+            continue;
+        if (!shared::isRegistered(found) || (isUnlimited(state) && !isUnlimited(found)))
             found = state;
-        }
     }
     return found;
 }

@@ -14,8 +14,8 @@ enum RegistrationState {
     kHomeForSms = 6,
     kRoamingForSms = 7,
     kEmergencyOnly = 8,
-    kHomeWithoutFallback = 9, ///< no fallback to circuit-switched calls
-    kRoamingWithoutFallback = 10,
+    kHomeFallbackNotPreferred = 9, ///< the fallback to circuit-switched calls
+    kRoamingFallbackNotPreferred = 10,
 };
 inline constexpr int kRegistrationStates = 11;
 
@@ -27,8 +27,8 @@ constexpr bool isRegistered(int state)
     case kRoaming:
     case kHomeForSms:
     case kRoamingForSms:
-    case kHomeWithoutFallback:
-    case kRoamingWithoutFallback:
+    case kHomeFallbackNotPreferred:
+    case kRoamingFallbackNotPreferred:
         return true;
     default:
         return false;

@@ -103,6 +103,12 @@ private Q_SLOTS:
             QVERIFY2(showsLabel(test, text), text);
         QTRY_COMPARE(reportRow(test, "IMEI"), "490154203237518|ok");
         QCOMPARE(reportRow(test, "MEID"), "|not supported");
+        const DeviceServiceControl &control = *test.session.deviceService()->control();
+        control.setField("CS/State", "6");
+        control.setField("PS/State", "2");
+        QTRY_VERIFY(showsLabel(test, "registered at home, messages only"));
+        control.setField("PS/State", "1");
+        QTRY_VERIFY(showsLabel(test, "LTE · registered at home ·"));
         test.window.setLanguage("de");
         QTRY_VERIFY(showsLabel(test, "im Heimnetz eingebucht"));
         QCOMPARE(reportRow(test, "MEID"), "|nicht unterstützt");

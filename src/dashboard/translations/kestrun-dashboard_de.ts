@@ -40,12 +40,12 @@
         <translation>nur Notrufe</translation>
     </message>
     <message>
-        <source>registered at home, data without calls</source>
-        <translation>im Heimnetz eingebucht, Daten ohne Anrufe</translation>
+        <source>registered at home, calls not preferred</source>
+        <translation>im Heimnetz eingebucht, Anrufe nachrangig</translation>
     </message>
     <message>
-        <source>registered, roaming, data without calls</source>
-        <translation>eingebucht, Roaming, Daten ohne Anrufe</translation>
+        <source>registered, roaming, calls not preferred</source>
+        <translation>eingebucht, Roaming, Anrufe nachrangig</translation>
     </message>
     <message>
         <source>No card</source>

@@ -7,6 +7,7 @@
 
 #include "devsrv/DeviceServiceControl.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>

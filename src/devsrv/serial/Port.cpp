@@ -4,6 +4,7 @@
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFileInfo>
 
+#include <algorithm>
 #include <poll.h>
 #include <sys/stat.h>
 #include <termios.h>

@@ -224,6 +224,7 @@ bool SerialModem::prepare(QString &error)
         m_modesToRestore.emplace("ATE", 1);
     const AtAnswer errorMode = ask("AT+CMEE?");
     const AtAnswer errorNumbers = set("AT+CMEE=1");
+    m_tellsErrorNumbers = errorNumbers.isOk();
     if (echoOff.isTimeOut() && errorMode.isTimeOut() && errorNumbers.isTimeOut()) {
         m_isReady = false;
         error = QStringLiteral("the card on %1 answers AT and no other command; try another port "
@@ -263,7 +264,9 @@ void SerialModem::doubtAnswers()
         m_channel.set("ATE0");
         m_channel.takeEcho();
     }
-    set("AT+CMEE=1");
+    // Without numbers, errors that are soon over look like those of unknown commands.
+    if (m_tellsErrorNumbers)
+        set("AT+CMEE=1");
     m_kept.clear();
     readSim();
     for (Source &source : m_sources) {

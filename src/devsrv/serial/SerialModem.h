@@ -159,7 +159,8 @@ private:
     bool m_isReady = false; // commands can be sent
     std::atomic<bool> m_isServing = false;
     bool m_isEchoOff = false; // the card repeats no commands since prepare()
-    int m_changes = 0;        // of what kept answers depend on
+    bool m_tellsErrorNumbers = false;
+    int m_changes = 0; // of what kept answers depend on
     std::map<std::string, Kept> m_kept;
     std::array<Source, kSources> m_sources;
     SimState m_sim;

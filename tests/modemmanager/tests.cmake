@@ -32,7 +32,7 @@ function(modem_bed_program source)
         HOST="$<TARGET_FILE:kestrun>")
 endfunction()
 
-# modem_bed_test(NAME [LIBRARY...]): builds tst_NAME.cpp here, and runs each of its functions as a test.
+# modem_bed_test(NAME [LIBRARY...]): builds modemmanager/tst_NAME.cpp, and runs each of its functions as a test.
 # Each function starts its own bus and mostly waits, so the functions run in parallel.
 function(modem_bed_test name)
     set(program tst_${name})
@@ -61,6 +61,6 @@ if(KESTRUN_DASHBOARD)
     modem_bed_test(modemwindow dashboard)
     target_compile_definitions(tst_modemwindow PRIVATE
         PLUGIN_FILE="$<TARGET_FILE:Kestrun>" SDK_FILE="$<TARGET_SONAME_FILE:sdk>")
-    # Qt Test's headers are others for programs with windows.
+    # With Qt's widgets, Qt Test's headers have other content than the precompiled ones.
     set_target_properties(tst_modemwindow PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
 endif()

@@ -28,8 +28,8 @@ private:
     QString m_workingDirectory;
 };
 
-/// Returns how often something that depends on chance is repeated. Sanitizers see the same code in
-/// each repetition, and take long.
+/// Returns how often something that depends on chance is repeated: with a sanitizer, which is some
+/// ten times slower, a tenth as often.
 constexpr int repeats(int times)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

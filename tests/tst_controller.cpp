@@ -91,16 +91,6 @@ private Q_SLOTS:
     void init() { start("lte"); }
     void cleanup() { CCollectionDataLogic::Destroy(); }
 
-    void createsOneInstanceUntilDestroyed()
-    {
-        auto *const first = CCollectionDataLogic::GetInstance();
-        const QPointer<QObject> guard(first);
-        QCOMPARE(CCollectionDataLogic::GetInstance(), first);
-        CCollectionDataLogic::Destroy();
-        CCollectionDataLogic::Destroy();
-        QVERIFY(!guard);
-    }
-
     void logsAndCallsAsRecorded()
     {
         compareLife("lte", live());
@@ -155,39 +145,24 @@ private Q_SLOTS:
         QTEST(QString::number(QFile::exists(root.report())), "rewrites");
     }
 
-    void writesReportOnMessages()
-    {
-        for (const int message : {4096, 2050, 4097, 0, -4096}) {
-            const TestRoot root;
-            QCOMPARE(CCollectionDataLogic::GetInstance()->Notify(message, 1, 2), 0);
-            QCOMPARE(QFile::exists(root.report()), message == 4096 || message == 2050);
-        }
-    }
-
-    void repeatsReportAfterEventInTheMiddle_data()
-    {
-        QTest::addColumn<uint>("flags");
-        QTest::newRow("same thread") << 0u;
-        QTest::newRow("other thread") << uint(DEVSRV_FAULT_OTHER_THREAD);
-    }
-
     // Exactly one more run follows, although each run raises an event.
     void repeatsReportAfterEventInTheMiddle()
     {
-        QFETCH(uint, flags);
-        const TestRoot root;
-        auto *const controller = CCollectionDataLogic::GetInstance();
-        controller->RegisterWithDevice();
-        setFault("ZEPA_DevSrv_GetSN", {0, 0, DEVSRV_EVENT_NETWORK_CHANGED, flags});
-        DevSrv_GetControl()->clearJournal();
-        controller->WriteDataToFile();
-        const auto runs = [] { return journal().count("ZEPA_DevSrv_GetSN()"); };
-        QTRY_COMPARE(runs(), 2);
-        // Waits for the other threads.
-        controller->UnRegisterDevice();
-        QCOMPARE(runs(), 2);
-        startCard();
-        QCOMPARE(readFile(root.report()).count("<Client "), 1);
+        for (const uint flags : {0U, uint(DEVSRV_FAULT_OTHER_THREAD)}) {
+            const TestRoot root;
+            auto *const controller = CCollectionDataLogic::GetInstance();
+            controller->RegisterWithDevice();
+            setFault("ZEPA_DevSrv_GetSN", {0, 0, DEVSRV_EVENT_NETWORK_CHANGED, flags});
+            DevSrv_GetControl()->clearJournal();
+            controller->WriteDataToFile();
+            const auto runs = [] { return journal().count("ZEPA_DevSrv_GetSN()"); };
+            QTRY_COMPARE(runs(), 2);
+            // Waits for the other threads.
+            controller->UnRegisterDevice();
+            QCOMPARE(runs(), 2);
+            startCard();
+            QCOMPARE(readFile(root.report()).count("<Client "), 1);
+        }
     }
 };
 

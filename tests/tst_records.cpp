@@ -104,10 +104,8 @@ private Q_SLOTS:
     {
         const QString
             report = "/usr/local/vl_bk_userdata/Brisk_Lane/OnlineUpdate/OnlineUpdate Data";
-        for (const QString root : {"ROOT", "BARE", "FULL"}) {
-            HostProcess host({"report", "--root", path(root)});
-            QVERIFY(host.ends());
-        }
+        for (const QString root : {"ROOT", "BARE", "FULL"})
+            QCOMPARE(runHost({"report", "--root", path(root)}).status, 0);
         QVERIFY(QDir(path("BARE" + report)).removeRecursively());
         QVERIFY(QFile::remove(path("FULL" + report + "/UpdateRule.dat")));
         QVERIFY(QDir().mkpath(path("FULL" + report + "/UpdateRule.dat")));
@@ -137,51 +135,44 @@ private Q_SLOTS:
     void countsCardAndReport()
     {
         const QString card = cell("card") == "ODD" ? path("ODD") : cell("card");
-        HostProcess host(
+        const Run run = runHost(
             QStringList{"report", "--metrics", "--root", path(cell("root")), "--card", card}
             + cell("options").split(' ', Qt::SkipEmptyParts));
-        QVERIFY(host.ends());
-        QCOMPARE(QString::number(host.exitCode()), cell("status"));
-        const QByteArray text = host.readAllStandardOutput();
-        const QString samples = samplesOf(text);
+        QCOMPARE(QString::number(run.status), cell("status"));
+        const QString samples = samplesOf(run.output);
         for (const QString &part : cell("samples").split(", "))
             QVERIFY2(samples.contains(part), qPrintable(part + " in " + samples));
         for (const QString &part : cell("absent").split(", ", Qt::SkipEmptyParts))
-            QVERIFY2(!text.contains(part.toUtf8()), qPrintable(part));
+            QVERIFY2(!run.output.contains(part.toUtf8()), qPrintable(part));
     }
 
     // The alert rules and the board use no metric that the program does not have.
     void hasMetricsOfRulesAndBoard()
     {
-        HostProcess host({"report", "--metrics", "--root", path("ROOT"), "--card", "lte"});
-        QVERIFY(host.ends());
-        QVERIFY(!samplesOf(host.readAllStandardOutput(),
+        const Run run = runHost({"report", "--metrics", "--root", path("ROOT"), "--card", "lte"});
+        QVERIFY(!samplesOf(run.output,
                            {SOURCE "share/kestrun/alerts.yml", SOURCE "share/kestrun/board.json"})
                      .isEmpty());
     }
 
-    void tellsServiceManager_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::newRow("path") << path("notify").toLocal8Bit();
-        QTest::newRow("abstract") << '@' + path("notify").toLocal8Bit();
-    }
-
+    // A name that begins with "@" is abstract.
     void tellsServiceManager()
     {
-        QFETCH(QByteArray, name);
-        NotifySocket manager(name);
-        HostProcess host;
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("NOTIFY_SOCKET", name);
-        environment.insert("WATCHDOG_USEC", "200000");
-        host.setProcessEnvironment(environment);
-        host.setStandardInputFile(QProcess::nullDevice());
-        host.start(HOST, {"watch", "--json", "--card", "lte", "--root", path("ROOT")});
-        for (const char *message : {"READY=1", "WATCHDOG=1", "WATCHDOG=1"})
-            QVERIFY2(manager.receives(message), message);
-        QVERIFY(host.stop(SIGTERM));
-        QVERIFY(manager.receives("STOPPING=1"));
+        for (const char *kind : {"", "@"}) {
+            const QByteArray name = kind + path("notify").toLocal8Bit();
+            NotifySocket manager(name);
+            HostProcess host;
+            auto environment = QProcessEnvironment::systemEnvironment();
+            environment.insert("NOTIFY_SOCKET", name);
+            environment.insert("WATCHDOG_USEC", "200000");
+            host.setProcessEnvironment(environment);
+            host.setStandardInputFile(QProcess::nullDevice());
+            host.start(HOST, {"watch", "--json", "--card", "lte", "--root", path("ROOT")});
+            for (const char *message : {"READY=1", "WATCHDOG=1", "WATCHDOG=1"})
+                QVERIFY2(manager.receives(message), message);
+            QVERIFY(host.stop(SIGTERM));
+            QVERIFY(manager.receives("STOPPING=1"));
+        }
     }
 
     // A file that may not grow fails as a full disk does.
@@ -227,8 +218,8 @@ private Q_SLOTS:
         const QByteArray recorded = readFile(path("f.jsonl"));
         QVERIFY(recorded.endsWith("}\n"));
         writeFile(path("f.jsonl"), recorded + "{\"type\":\"end\"}\n");
-        HostProcess replay({"replay", path("f.jsonl"), "--speed", "max", "--check"});
-        QVERIFY(replay.says({"; no difference"}) && replay.ends());
+        const Run replay = runHost({"replay", path("f.jsonl"), "--speed", "max", "--check"});
+        QVERIFY2(replay.output.contains("; no difference"), replay.error.constData());
     }
 
     // A library without events and control table.
@@ -239,9 +230,9 @@ private Q_SLOTS:
         QVERIFY(host.says({"350000000000006"}));
         QVERIFY(hasSamples("maker.prom", {"card_present {} 1", "card_ready {} 0"}));
         QVERIFY(host.stop());
-        HostProcess replay({"replay", path("maker.jsonl"), "--check"});
-        QVERIFY(replay.says({"Events replayed: 1; no difference; reports not compared: 0\n"}));
-        QVERIFY(replay.ends());
+        QVERIFY(
+            runHost({"replay", path("maker.jsonl"), "--check"})
+                .output.contains("Events replayed: 1; no difference; reports not compared: 0\n"));
     }
 
     void comparesReplayWithRecording_data() { addRows("recordings.txt"); }
@@ -255,10 +246,10 @@ private Q_SLOTS:
         QByteArray changed = m_recording;
         changed.replace(at, text.size(), cell("replacement").toUtf8());
         writeFile(path("changed.jsonl"), changed);
-        HostProcess host({"replay", path("changed.jsonl"), "--speed", "100", "--check"});
-        QVERIFY(host.says({cell("message").toUtf8().replace("LINE", line)}));
-        QVERIFY(host.ends());
-        QCOMPARE(QString::number(host.exitCode()), cell("status"));
+        const Run run = runHost({"replay", path("changed.jsonl"), "--speed", "100", "--check"});
+        const QByteArray said = run.output + run.error;
+        QVERIFY2(said.contains(cell("message").toUtf8().replace("LINE", line)), said.constData());
+        QCOMPARE(QString::number(run.status), cell("status"));
     }
 };
 

@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDirIterator>
+#include <QLabel>
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -69,6 +70,15 @@ public:
     {
         QSignalSpy asked(&session, &Session::cardAsked);
         return QTest::qWaitFor([&] { return session.window() && !asked.isEmpty(); }, 30'000);
+    }
+
+    /// Whether a label has the text; with `visible`, one that can be seen.
+    bool shows(const QString &text, bool visible = false) const
+    {
+        const QList<QLabel *> labels = window.findChildren<QLabel *>();
+        return std::any_of(labels.begin(), labels.end(), [&](const QLabel *label) {
+            return (label->isVisible() || !visible) && label->text().contains(text);
+        });
     }
 
     QString reportFile() const

@@ -17,19 +17,6 @@
 
 namespace {
 
-/// Counts how often the event loop runs a timer: a window that waits for a card runs none.
-class Ticks : public QTimer
-{
-public:
-    int count = 0;
-
-    Ticks()
-    {
-        connect(this, &QTimer::timeout, this, [this] { ++count; });
-        start(10);
-    }
-};
-
 template <typename Widget>
 Widget *find(const WindowUnderTest &test, const char *name)
 {
@@ -45,13 +32,6 @@ void click(const WindowUnderTest &test, const QString &text)
     QFAIL(qPrintable("no button " + text));
 }
 
-bool showsLabel(const WindowUnderTest &test, const QString &text)
-{
-    const QList<QLabel *> labels = test.window.findChildren<QLabel *>();
-    return std::any_of(labels.begin(), labels.end(),
-                       [&](const QLabel *label) { return label->text().contains(text); });
-}
-
 /// Returns the cells of the row of the report with that element, separated by "|".
 QString reportRow(const WindowUnderTest &test, const QString &element)
 {
@@ -64,23 +44,12 @@ QString reportRow(const WindowUnderTest &test, const QString &element)
         + found[0].siblingAtColumn(2).data().toString();
 }
 
-/// Returns the positions in the time line of the first records that contain the texts.
-QList<int> positions(const RecordModel &records, const QStringList &texts)
+bool has(const RecordModel &records, const QString &text)
 {
-    QList<int> found;
-    for (const QString &text : texts) {
-        int row = 0;
-        while (row < records.rowCount()
-               && !records.index(row, RecordModel::Text).data().toString().contains(text))
-            ++row;
-        found << (row < records.rowCount() ? row : -1);
-    }
-    return found;
-}
-
-QString textAt(const RecordModel &records, int row)
-{
-    return records.index(row, RecordModel::Text).data().toString();
+    return !records
+                .match(records.index(0, RecordModel::Text), Qt::DisplayRole, text, 1,
+                       Qt::MatchContains | Qt::MatchCaseSensitive)
+                .isEmpty();
 }
 
 } // namespace
@@ -92,7 +61,7 @@ class tst_Dashboard : public QObject
 private Q_SLOTS:
     void initTestCase() { qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"); }
 
-    void showsCardAndReport()
+    void showsCardAndReportUntilItIsClosed()
     {
         WindowUnderTest test({"lte"});
         QVERIFY(test.opens());
@@ -100,29 +69,36 @@ private Q_SLOTS:
                                  "operator 00101 · LTE · registered at home · SIM not "
                                  "locked",
                                  "emulated card lte"})
-            QVERIFY2(showsLabel(test, text), text);
+            QVERIFY2(test.shows(text), text);
         QTRY_COMPARE(reportRow(test, "IMEI"), "490154203237518|ok");
         QCOMPARE(reportRow(test, "MEID"), "|not supported");
         const DeviceServiceControl &control = *test.session.deviceService()->control();
         control.setField("CS/State", "6");
         control.setField("PS/State", "2");
-        QTRY_VERIFY(showsLabel(test, "registered at home, messages only"));
+        QTRY_VERIFY(test.shows("registered at home, messages only"));
         control.setField("PS/State", "1");
-        QTRY_VERIFY(showsLabel(test, "LTE · registered at home ·"));
+        QTRY_VERIFY(test.shows("LTE · registered at home ·"));
         test.window.setLanguage("de");
-        QTRY_VERIFY(showsLabel(test, "im Heimnetz eingebucht"));
+        QTRY_VERIFY(test.shows("im Heimnetz eingebucht"));
         QCOMPARE(reportRow(test, "MEID"), "|nicht unterstützt");
-        QTRY_VERIFY(positions(test.timeLine, {"ChangeLang(\"de-de\") → true"})[0] >= 0);
+        QTRY_VERIFY(has(test.timeLine, "ChangeLang(\"de-de\") → true"));
+
+        QVERIFY(control.callbackCount() > 0);
+        QSignalSpy closed(&test.window, &MainWindow::closed);
+        test.window.show();
+        test.window.close();
+        QVERIFY(closed.wait());
+        QCOMPARE(control.callbackCount(), 0);
     }
 
     void emulatedPanelPlaysALife()
     {
         WindowUnderTest test({"none"});
         QVERIFY(test.opens());
-        QVERIFY(showsLabel(test, "No card"));
+        QVERIFY(test.shows("No card"));
         find<QComboBox>(test, "card")->setCurrentText("hspa");
         click(test, "Change the card");
-        QTRY_VERIFY(showsLabel(test, "KE-210"));
+        QTRY_VERIFY(test.shows("KE-210"));
         QTRY_COMPARE(reportRow(test, "AcT"), "HSPA-PLU|ok");
 
         find<QComboBox>(test, "field")->setCurrentText("Network/PLMN");
@@ -131,7 +107,7 @@ private Q_SLOTS:
         QTRY_COMPARE(reportRow(test, "PLMN"), "26201|ok");
         find<QComboBox>(test, "field")->setCurrentText("Card/Present");
         click(test, "Change");
-        QVERIFY2(showsLabel(test, "Card/Present"), qPrintable(find<QLabel>(test, "done")->text()));
+        QVERIFY2(test.shows("Card/Present"), qPrintable(find<QLabel>(test, "done")->text()));
 
         find<QComboBox>(test, "function")->setCurrentText("ZEPA_NetSrv_GetCurPlmn");
         find<QAbstractSpinBox>(test, "faultResult")->setProperty("value", 7);
@@ -141,11 +117,11 @@ private Q_SLOTS:
         QTRY_COMPARE(reportRow(test, "PLMN"), "|refused");
 
         click(test, "Remove");
-        QTRY_VERIFY(showsLabel(test, "No card"));
+        QTRY_VERIFY(test.shows("No card"));
         QTRY_VERIFY(find<QLabel>(test, "message")->text().startsWith("The card is gone"));
         find<QComboBox>(test, "card")->setCurrentText("lte");
         click(test, "Insert");
-        QTRY_VERIFY(showsLabel(test, "KE-210"));
+        QTRY_VERIFY(test.shows("KE-210"));
         QVERIFY(!QApplication::activeModalWidget());
     }
 
@@ -194,7 +170,9 @@ private Q_SLOTS:
         // A loop that waited for the card would run a few. A busy machine skips some of the
         // hundred.
         constexpr int kAlive = 20;
-        const Ticks ticks;
+        QTimer timer;
+        timer.start(10);
+        const QSignalSpy ticks(&timer, &QTimer::timeout);
         QSignalSpy notified(&test.session, &Session::notified);
         QSignalSpy unavailable(&test.session, &Session::availableChanged);
 
@@ -212,7 +190,7 @@ private Q_SLOTS:
         QVERIFY(unavailable.wait());
         QVERIFY(notified.isEmpty());
         QVERIFY(notified.wait());
-        QVERIFY2(ticks.count >= kAlive, qPrintable(QString::number(ticks.count)));
+        QVERIFY2(ticks.size() >= kAlive, qPrintable(QString::number(ticks.size())));
 
         QTest::keyClicks(find<QLineEdit>(test, "number"), "+15550199");
         QTest::keyClicks(find<QPlainTextEdit>(test, "text"), "hello");
@@ -220,7 +198,7 @@ private Q_SLOTS:
         // Loading a card has removed the faults.
         const DevSrvFault slower{0, 3000, 0, 0};
         control.setFault("ZEPA_SMSSrv_SendMsg", &slower);
-        const int before = ticks.count;
+        const auto before = ticks.size();
         click(test, "Send");
         test.window.setLanguage("de");
         QTRY_COMPARE(find<QLabel>(test, "result")->text(), "Die Nachricht wird gesendet …");
@@ -231,7 +209,7 @@ private Q_SLOTS:
                                      == "Der Gerätedienst hat die Nachricht angenommen.",
                                  15'000);
         QVERIFY(QByteArray(control.journal()).contains("SMS \"+15550199\" \"hello\" receipt=0"));
-        QVERIFY2(ticks.count >= before + kAlive, qPrintable(QString::number(ticks.count)));
+        QVERIFY2(ticks.size() >= before + kAlive, qPrintable(QString::number(ticks.size())));
     }
 
     void keepsTheLatestOfAFlood()
@@ -252,8 +230,10 @@ private Q_SLOTS:
                 QTest::qWait(1);
         }
         const RecordModel &records = test.timeLine;
-        QTRY_VERIFY_WITH_TIMEOUT(
-            textAt(records, records.rowCount() - 1).startsWith(QString::number(kLast)), 30'000);
+        const auto latest = [&] {
+            return records.index(records.rowCount() - 1, RecordModel::Text).data().toString();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(latest().startsWith(QString::number(kLast)), 30'000);
         QCOMPARE(records.rowCount(), RecordModel::kCapacity);
         QVERIFY2(batches.size() <= timer.elapsed() / 100 + 1,
                  qPrintable(QString::number(batches.size())));
@@ -309,7 +289,7 @@ private Q_SLOTS:
         QVERIFY2(message->text().contains(cell("message")), qPrintable(message->text()));
         if (cell("opens") == "yes") {
             QVERIFY(test.opens());
-            QVERIFY(showsLabel(test, "No card"));
+            QVERIFY(test.shows("No card"));
             QCOMPARE(reportRow(test, "IMEI").section('|', 0, 0), "");
             click(test, "Change the card");
             QTRY_VERIFY(!message->isVisible());
@@ -328,7 +308,7 @@ private Q_SLOTS:
         WindowUnderTest test(choice);
         QVERIFY(test.opens());
         click(test, "Remove");
-        QTRY_VERIFY(showsLabel(test, "No card"));
+        QTRY_VERIFY(test.shows("No card"));
         click(test, "Insert");
         const auto type = [&](const char *field, const QString &text) {
             QTest::keyClicks(find<QLineEdit>(test, field), text);
@@ -338,14 +318,14 @@ private Q_SLOTS:
         type("number", "+15550199");
         type("value", "490154203237518");
         click(test, "Send");
-        QTRY_VERIFY(showsLabel(test, "accepted"));
+        QTRY_VERIFY(test.shows("accepted"));
         click(test, "Choose a card file…");
         auto *const dialog = test.window.findChild<QFileDialog *>();
         Q_EMIT dialog->fileSelected("/490154203237518.ini");
         dialog->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QTRY_VERIFY(reportRow(test, "IMEI").endsWith("|ok"));
-        QTRY_VERIFY(positions(test.log, {"strIMEI"})[0] >= 0);
+        QTRY_VERIFY(has(test.log, "strIMEI"));
 
         QStringList texts;
         for (const QLabel *const label : test.window.findChildren<QLabel *>())
@@ -437,19 +417,6 @@ private Q_SLOTS:
         test.window.close();
         QVERIFY(closed.wait(30'000));
         QVERIFY(!test.session.window());
-    }
-
-    void endsInOrder()
-    {
-        WindowUnderTest test({"lte"});
-        QVERIFY(test.opens());
-        test.window.show();
-        const DeviceServiceControl &control = *test.session.deviceService()->control();
-        QVERIFY(control.callbackCount() > 0);
-        QSignalSpy closed(&test.window, &MainWindow::closed);
-        test.window.close();
-        QVERIFY(closed.wait());
-        QCOMPARE(control.callbackCount(), 0);
     }
 };
 

@@ -185,7 +185,8 @@ private Q_SLOTS:
         QCOMPARE(usual["serial"], "FR21A0000417");
         QCOMPARE(usual["imsi"], "214070123456789");
         QCOMPARE(usual["place"], "31C5/83F7CD");
-        modem.setAnswer(cell("command"), cell("answer"));
+        for (const QString &command : cell("command").split(' '))
+            modem.setAnswer(command, cell("answer"));
         for (const bool isInPieces : {false, true}) {
             modem.isInPieces = isInPieces;
             QElapsedTimer timer;
@@ -254,18 +255,6 @@ private Q_SLOTS:
         QCOMPARE(lostIn(usual, valuesOf(card)), "");
     }
 
-    // As long as a modem answers "AT", commands that it leaves unanswered cost their values only.
-    void keepsAModemThatAnswersSomeCommands()
-    {
-        PtyModem &modem = plug("gsm umts");
-        const auto usual = valuesOf(Card(modem));
-        Card card(modem);
-        for (const char *facility : {"PN", "PU", "PP"})
-            modem.setAnswer(QString("AT+CLCK=\"%1\",2").arg(facility), "silence");
-        QCOMPARE(lostIn(usual, valuesOf(card)), "");
-        QVERIFY(card.raises(""));
-    }
-
     void raisesEvents_data() { addRows("serial-events.txt"); }
 
     void raisesEvents()
@@ -315,40 +304,22 @@ private Q_SLOTS:
         QVERIFY(card.raises("6014 6016"));
     }
 
-    void switchesRadioOn_data()
-    {
-        QTest::addColumn<QString>("found");
-        QTest::addColumn<QString>("option");
-        QTest::addColumn<bool>("switches");
-        QTest::addColumn<int>("status");
-        QTest::newRow("on") << "1"
-                            << "" << false << 3;
-        QTest::newRow("off") << "0"
-                             << "" << true << 3;
-        QTest::newRow("in flight") << "4"
-                                   << "" << true << 3;
-        QTest::newRow("restarts") << "0"
-                                  << "" << true << 3;
-        QTest::newRow("stays off") << "4"
-                                   << "&enable=no" << false << 2;
-    }
+    void switchesRadioOn_data() { addRows("serial-radio.txt"); }
 
     // A radio that was switched on has to find its SIM and its network first.
     void switchesRadioOn()
     {
-        QFETCH(QString, found);
-        QFETCH(QString, option);
-        QFETCH(bool, switches);
+        const bool switches = cell("switches") == "yes";
         PtyModem &modem = plug("gsm umts");
-        modem.setAnswer("AT+CFUN?", "+CFUN: " + found);
+        modem.setAnswer("AT+CFUN?", "+CFUN: " + cell("found"));
         std::thread network;
-        if (found != "1")
+        if (cell("found") != "1")
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression("serial: the radio .* off"));
         if (switches) {
             modem.setAnswer("AT+CPIN?", "+CME ERROR: 14");
             modem.setAnswer("AT+CREG?", "+CREG: 2,2");
             modem.setAnswer("AT+CGREG?", "+CGREG: 2,2");
-            modem.restarts = QByteArray("restarts") == QTest::currentDataTag();
+            modem.restarts = cell("case") == "restarts";
             network = std::thread([&] {
                 while (!modem.allCommands().contains("AT+CFUN=1"))
                     QTest::qSleep(5);
@@ -358,10 +329,10 @@ private Q_SLOTS:
                 modem.setAnswer("AT+CREG?", "+CREG: 2,1,\"31C5\",\"83F7CD\"");
             });
         }
-        const Card card(modem, "?timeout=400" + option);
+        const Card card(modem, "?timeout=400" + cell("option"));
         if (network.joinable())
             network.join();
-        QTEST(card->status().value_or(0), "status");
+        QTEST(QString::number(card->status().value_or(0)), "status");
         QCOMPARE(card->registration(Domain::PacketSwitched).value_or(Registration()).lac, "31C5");
         QCOMPARE(modem.takeJournal().contains("AT+CFUN=1"), switches);
     }
@@ -381,19 +352,11 @@ private Q_SLOTS:
         QVERIFY(card.raises("6002 6014"));
     }
 
-    void putsModesBack_data()
-    {
-        QTest::addColumn<QString>("loss");
-        QTest::addColumn<QByteArrayList>("restored");
-        const QByteArrayList found{"AT+CMEE=0", "AT+CMGF=1", "AT+COPS=3,0", "AT+CREG=0", "ATE1"};
-        QTest::newRow("at the end") << "" << found;
-        QTest::newRow("after a silence") << "6603 6002" << found;
-        QTest::newRow("of another modem") << "6601 6002" << QByteArrayList{"AT+CMEE=2"};
-    }
+    void putsModesBack_data() { addRows("serial-modes.txt"); }
 
     void putsModesBack()
     {
-        QFETCH(QString, loss);
+        const QString loss = cell("loss");
         PtyModem &modem = plug("gsm umts");
         modem.hasEcho = true;
         modem.setAnswer("AT+CMEE?", "+CMEE: 0");
@@ -426,7 +389,7 @@ private Q_SLOTS:
             card->plmn();
             modem.takeJournal();
         }
-        QTEST(modem.takeJournal(), "restored");
+        QTEST(QString(modem.takeJournal().join(' ')), "restored");
     }
 
     // Every thread gets the answer to its own question, and each command stands alone on the line.
@@ -490,31 +453,22 @@ private Q_SLOTS:
     }
 
     // A modem that starts again on its port, or that a caller's command changes, loses its modes.
-    void asksAgainAfterAReset_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::addColumn<QString>("events");
-        QTest::newRow("query") << QByteArray("AT^RSTRIGGER?\r") << "";
-        QTest::newRow("change") << QByteArray("AT+CREG=0\r") << "6614";
-        QTest::newRow("echo") << QByteArray("ATE1\r") << "6614";
-        QTest::newRow("defaults") << QByteArray("ATZ\r") << "6614";
-        QTest::newRow("reset") << QByteArray() << "6603 6002 6002 6014";
-    }
+    void asksAgainAfterAReset_data() { addRows("serial-resets.txt"); }
 
     void asksAgainAfterAReset()
     {
-        QFETCH(QByteArray, command);
-        QFETCH(QString, events);
+        const std::string command = cell("command").toStdString();
+        const QString events = cell("events");
         PtyModem &modem = plug("gsm umts");
         Card card(modem);
         QCOMPARE(card->registration(Domain::CircuitSwitched).value_or(Registration()).lac, "31C5");
-        modem.hasEcho = command.isEmpty();
+        modem.hasEcho = command.empty();
         modem.setAnswer("AT+CREG?", "+CREG: 0,1,\"31C6\",\"83F7CD\",2");
         modem.takeJournal();
-        if (command.isEmpty())
+        if (command.empty())
             card->status();
         else
-            card->execute(command.toStdString(), [](const std::string &) {});
+            card->execute(command, [](const std::string &) {});
         QVERIFY(card.raises(events));
         QCOMPARE(card->registration(Domain::CircuitSwitched).value_or(Registration()).lac,
                  events.isEmpty() ? "31C5" : "31C6");

@@ -68,11 +68,33 @@ public:
     }
 };
 
+/// What a program that has ended wrote.
+struct Run
+{
+    int status = -1;
+    QByteArray output;
+    QByteArray error;
+};
+
+/// Runs a program to its end.
+inline Run run(const QString &program, const QStringList &arguments)
+{
+    Child child;
+    child.start(program, arguments);
+    child.waitForFinished();
+    return {child.exitCode(), child.readAllStandardOutput(), child.readAllStandardError()};
+}
+
+inline Run runHost(const QStringList &arguments)
+{
+    return run(QStringLiteral(HOST), arguments);
+}
+
 /// A run of the command on a card, with its log and a system root of its own.
 class CardHost : public HostProcess
 {
 public:
-    CardHost(const QStringList &command, const QString &card)
+    CardHost(const QStringList &command, const QString &card = QStringLiteral("modemmanager"))
     {
         start(HOST, command + QStringList{"--log", "--root", m_root.path(), "--card", card});
     }

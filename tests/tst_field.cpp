@@ -7,15 +7,12 @@
 #include "TestData.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-
-#include <algorithm>
 
 namespace {
 

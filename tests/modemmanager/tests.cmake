@@ -25,8 +25,8 @@ function(modem_bed_program source)
         HOST="$<TARGET_FILE:kestrun>")
 endfunction()
 
-# modem_bed_test(NAME [LIBRARY...]): builds modemmanager/tst_NAME.cpp, and runs each of its functions as a test.
-# Each function starts its own bus and mostly waits, so the functions run in parallel.
+# modem_bed_test(NAME [LIBRARY...]): builds modemmanager/tst_NAME.cpp, and runs each of its functions
+# as a test. Each function starts its own bus and mostly waits, so the functions run in parallel.
 function(modem_bed_test name)
     set(program tst_${name})
     set(source modemmanager/${program}.cpp)

@@ -68,7 +68,7 @@ public:
     }
 };
 
-/// What a program that has ended wrote.
+/// What a program wrote, and its exit status; -1 if it did not end by itself.
 struct Run
 {
     int status = -1;
@@ -81,8 +81,9 @@ inline Run run(const QString &program, const QStringList &arguments)
 {
     Child child;
     child.start(program, arguments);
-    child.waitForFinished();
-    return {child.exitCode(), child.readAllStandardOutput(), child.readAllStandardError()};
+    const bool ended = child.waitForFinished() && child.exitStatus() == QProcess::NormalExit;
+    return {ended ? child.exitCode() : -1, child.readAllStandardOutput(),
+            child.readAllStandardError()};
 }
 
 inline Run runHost(const QStringList &arguments)
